@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <set>
+#include <stdexcept>
+#include <thread>
+
+#include "quorl/Assert.h"
+#include "quorl/Base16.h"
+#include "quorl/FPSCounter.h"
+#include "quorl/String.h"
+#include "quorl/Timer.h"
+#include "quorl/cpu/Profiler.h"
+#include "quorl/cpu/ThreadPool.h"
+
+TEST(Assert, PrintsExpressionRelativePathAndLine) {
+    EXPECT_DEATH(QUORL_ASSERT(1 + 1 == 3),
+                 "ASSERTION FAILED: \\(1 \\+ 1 == 3\\) in tests/engine/CoreTest.cpp:[0-9]+");
+    EXPECT_DEATH(QUORL_ASSERT_AT(false, "src/game/input/Controller", 443),
+                 "ASSERTION FAILED: \\(false\\) in src/game/input/Controller:443");
+    QUORL_ASSERT(true);
+}
+
+TEST(Base16, RoundTripAndErrors) {
+    const unsigned char bytes[] = {0x00, 0x7F, 0xA5, 0xFF};
+    EXPECT_EQ(quorl::Base16::Encode(bytes, 4), "007FA5FF");
+    auto back = quorl::Base16::Decode("007FA5FF");
+    ASSERT_EQ(back.size(), 4u);
+    EXPECT_EQ(back[2], 0xA5);
+    EXPECT_THROW(quorl::Base16::Decode("7f"), std::invalid_argument);
+    try {
+        quorl::Base16::Decode("0G");
+        FAIL();
+    } catch (const std::invalid_argument& e) {
+        EXPECT_STREQ(e.what(), "not a hex digit");
+    }
+}
+
+TEST(String, FromDoubleShortestReadsBack) {
+    for (double v : {0.1, 1.0 / 3.0, -2.0, 1e300, 5e-324, 123456.789}) {
+        std::string s = quorl::String::FromDouble(v, -1);
+        EXPECT_EQ(std::atof(s.c_str()), v) << s;
+    }
+    EXPECT_EQ(quorl::String::FromDouble(0.1, -1), "0.1");
+    EXPECT_EQ(quorl::String::FromDouble(2.5, 3), "2.500");
+    EXPECT_EQ(quorl::String::Trim(" \t\v\f\r\nab c \n"), "ab c");
+    EXPECT_EQ(quorl::String::TrimLeft("  x "), "x ");
+}
+
+TEST(FPSCounter, SmoothsFedFrameTimes) {
+    quorl::FPSCounter c(0.5);
+    EXPECT_EQ(c.GetFrameDuration(), 0.0);
+    c.Tick(0.02);
+    EXPECT_DOUBLE_EQ(c.GetFrameDuration(), 0.02);
+    c.Tick(0.04);
+    EXPECT_DOUBLE_EQ(c.GetFrameDuration(), 0.03);
+    EXPECT_DOUBLE_EQ(c.GetFPS(), 1.0 / 0.03);
+    quorl::FPSCounter sharp(0.0);
+    sharp.Tick(0.1);
+    sharp.Tick(0.2);
+    EXPECT_DOUBLE_EQ(sharp.GetFrameDuration(), 0.2);
+}
+
+static double fakeNow = 0;
+TEST(Timer, RunsStopsAndFreezes) {
+    quorl::Timer t([] { return fakeNow; });
+    EXPECT_FALSE(t.IsRunning());
+    fakeNow = 10;
+    t.Start();
+    fakeNow = 10.25;
+    EXPECT_TRUE(t.IsRunning());
+    EXPECT_DOUBLE_EQ(t.GetElapsedMilliseconds(), 250.0);
+    t.Stop();
+    fakeNow = 20;
+    EXPECT_DOUBLE_EQ(t.GetElapsedMilliseconds(), 250.0);
+}
+
+TEST(ThreadPool, RunsOffCallerThreadAndReturnsFutures) {
+    std::atomic<int> n{0};
+    {
+        quorl::cpu::ThreadPool pool("TestPool", 2);
+        EXPECT_EQ(pool.WorkerCount(), 2u);
+        auto caller = std::this_thread::get_id();
+        auto f = pool.Submit([&] { return std::this_thread::get_id() != caller; });
+        EXPECT_TRUE(f.get());
+        auto g = pool.Submit([]() -> int { throw std::runtime_error("boom"); });
+        EXPECT_THROW(g.get(), std::runtime_error);
+        for (int i = 0; i < 100; ++i) pool.Post([&] { ++n; });
+    }  // destruction runs what is queued, then joins
+    EXPECT_EQ(n.load(), 100);
+}
+
+TEST(ThreadPool, NoWorkersRunsInline) {
+    quorl::cpu::ThreadPool pool("Inline", 0);
+    auto caller = std::this_thread::get_id();
+    std::thread::id ran;
+    pool.Post([&] { ran = std::this_thread::get_id(); });
+    EXPECT_EQ(ran, caller);
+}
+
+TEST(Profiler, NestsPerThreadAndCounts) {
+    quorl::cpu::Profiler::ResetAll();
+    for (int i = 0; i < 3; ++i) {
+        quorl::cpu::Profiler outer("OuterScope", true);
+        { quorl::cpu::Profiler inner("InnerScope", true); }
+        { quorl::cpu::Profiler off("Disabled", false); }
+    }
+    std::thread([] { quorl::cpu::Profiler other("OtherThreadScope", true); }).join();
+    bool outer = false, inner = false, other = false, disabled = false;
+    for (auto& e : quorl::cpu::Profiler::Snapshot()) {
+        if (e.path == "OuterScope") outer = e.count == 3 && e.depth == 0;
+        if (e.path == "OuterScope/InnerScope") inner = e.count == 3 && e.depth == 1;
+        if (e.path == "OtherThreadScope") other = e.count == 1;
+        if (e.path.find("Disabled") != std::string::npos) disabled = true;
+    }
+    EXPECT_TRUE(outer);
+    EXPECT_TRUE(inner);
+    EXPECT_TRUE(other);
+    EXPECT_FALSE(disabled);
+}
