@@ -43,15 +43,28 @@ void PlaceVertices(const ConvexMeshCollider& c, const glm::dmat4& t, PlacedVerti
         out.y[i] = p.y;
         out.z[i] = p.z;
     }
+    // Unused slots repeat the first vertex, which leaves every minimum and maximum as it is and
+    // lets each projection run a fixed, unrolled loop over 8.
+    for (uint32_t i = out.count; i < 8 && out.count > 0; ++i) {
+        out.x[i] = out.x[0];
+        out.y[i] = out.y[0];
+        out.z[i] = out.z[0];
+    }
 }
 
 inline void Project(const PlacedVertices& v, const glm::dvec3& axis, double& lo, double& hi) {
-    lo = kMaxDouble;
-    hi = -kMaxDouble;
-    for (uint32_t i = 0; i < v.count; ++i) {
-        const double d = v.x[i] * axis.x + v.y[i] * axis.y + v.z[i] * axis.z;
-        lo = d < lo ? d : lo;
-        hi = d > hi ? d : hi;
+    if (v.count == 0) {
+        lo = kMaxDouble;
+        hi = -kMaxDouble;
+        return;
+    }
+    double d[8];
+    for (int i = 0; i < 8; ++i) d[i] = v.x[i] * axis.x + v.y[i] * axis.y + v.z[i] * axis.z;
+    lo = d[0];
+    hi = d[0];
+    for (int i = 1; i < 8; ++i) {
+        lo = d[i] < lo ? d[i] : lo;
+        hi = d[i] > hi ? d[i] : hi;
     }
 }
 
