@@ -513,3 +513,35 @@ TEST(PhysicsConvexCollision, BoxPreTestGoesOneWay) {
     cb.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(0.9, 0, 0));
     EXPECT_TRUE(PotentialBoxBoxIntersection(ca, cb));
 }
+
+TEST(PhysicsConvexCollision, CollidersShareNameAndCallbackBetweenCopies) {
+    struct Counted {
+        int* copies;
+        Counted(int* c) : copies(c) {}
+        Counted(const Counted& o) : copies(o.copies) { ++*copies; }
+        bool operator()(game::physics::RigidbodyBase*, ConvexMeshCollider*, ConvexMeshCollider*, Collision& c, double) const {
+            c.depth = 0;
+            return false;
+        }
+    };
+    int copies = 0;
+    ConvexMeshCollider original = Cube();
+    original.name = "a collider name far too long for any small-string buffer";
+    original.callback = Counted(&copies);
+    const int afterSetting = copies;
+    std::vector<ConvexMeshCollider> many(100, original);
+    EXPECT_EQ(copies, afterSetting);
+    EXPECT_EQ(&many[99].name.str(), &original.name.str());
+    EXPECT_EQ(many[99].name, "a collider name far too long for any small-string buffer");
+    Collision c;
+    c.depth = 1;
+    ASSERT_TRUE(bool(many[42].callback));
+    EXPECT_FALSE(many[42].callback(nullptr, &many[42], nullptr, c, 0.1));
+    EXPECT_EQ(c.depth, 0);
+    // Renaming a copy leaves the others alone.
+    many[0].name = "other";
+    EXPECT_EQ(original.name.str(), "a collider name far too long for any small-string buffer");
+    many[0].callback = nullptr;
+    EXPECT_FALSE(bool(many[0].callback));
+    EXPECT_TRUE(bool(original.callback));
+}
