@@ -133,14 +133,22 @@ Collision SphereCollision(const ConvexMeshCollider& a, const glm::dvec3& cA, con
         toVertex[i] = glm::normalize(glm::dvec3(wb.x[i], wb.y[i], wb.z[i]) - cA);
         if (IsFinite(toVertex[i]) && !overlaps(toVertex[i])) return {};
     }
+    // Unit edges between the vertices, each pair normalised once: the reversed edge is exactly
+    // the negated one.
+    glm::dvec3 edge[8][8];
     for (uint32_t i = 0; i < wb.count; ++i) {
-        const glm::dvec3 vi(wb.x[i], wb.y[i], wb.z[i]);
+        for (uint32_t j = i + 1; j < wb.count; ++j) {
+            edge[i][j] = glm::normalize(glm::dvec3(wb.x[j] - wb.x[i], wb.y[j] - wb.y[i], wb.z[j] - wb.z[i]));
+            edge[j][i] = -edge[i][j];
+        }
+    }
+    for (uint32_t i = 0; i < wb.count; ++i) {
         for (uint32_t j = 0; j < wb.count; ++j) {
             if (i == j) continue;
-            const glm::dvec3 edge = glm::normalize(glm::dvec3(wb.x[j], wb.y[j], wb.z[j]) - vi);
-            const glm::dvec3 c = glm::cross(toVertex[i], edge);
-            if (glm::length(c) < 1e-6) continue;
-            const glm::dvec3 axis = glm::normalize(c);
+            const glm::dvec3 c = glm::cross(toVertex[i], edge[i][j]);
+            const double length = std::sqrt(glm::dot(c, c));
+            if (length < 1e-6) continue;
+            const glm::dvec3 axis = c * (1.0 / length);  // glm::normalize, with the length reused
             if (IsFinite(axis) && !overlaps(axis)) return {};
         }
     }
