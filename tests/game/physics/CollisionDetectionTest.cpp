@@ -174,6 +174,27 @@ TEST(PhysicsContact, AnotherBodysSphereIsTestedAsTheSphere) {
     EXPECT_NEAR(seen.normal.x, -1, 1e-12);
 }
 
+TEST(PhysicsContact, AFixedSphereIsTestedAsItsBox) {
+    // 1.2 apart, only a sphere around either box would reach the other: a fixed body's sphere
+    // collider is the second shape, tested as its box, and a sphere of the moving body is the
+    // first, tested as the sphere.
+    auto ground = MakeBoxEntity({0.5, 0.5, 0.5}, 100);
+    ground->colliders["hull"].isSphere = true;
+    auto box = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    box->position = {1.2, 0, 0};
+    Fixed fixed(ground);
+    Body body(box, 0.01);
+    body.fixedCandidates.push_back(&fixed);
+    body.CollisionDetection(0.01);
+    EXPECT_EQ(body.position, glm::dvec3(1.2, 0, 0));
+
+    box->colliders["hull"].isSphere = true;
+    Body sphere(box, 0.01);
+    sphere.fixedCandidates.push_back(&fixed);
+    sphere.CollisionDetection(0.01);
+    EXPECT_NEAR(sphere.position.x, 1.2 + (std::sqrt(0.75) - 0.7), 1e-12);
+}
+
 TEST(PhysicsContact, RestingBodyStopsAfterItsFirstColliderDynamicPairs) {
     auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
     ConvexMeshCollider second = ea->colliders["hull"];

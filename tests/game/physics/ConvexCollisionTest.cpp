@@ -410,6 +410,12 @@ TEST(PhysicsConvexCollision, SecondShapeIsAlwaysAHull) {
     EXPECT_EQ(asHull.depth, asSphereFlag.depth);
     EXPECT_EQ(asHull.normal, asSphereFlag.normal);
     EXPECT_EQ(asHull.position, asSphereFlag.position);
+
+    // Two spheres: the first is the sphere, the second its box.
+    ConvexMeshCollider aSphere = Sphere();
+    aSphere.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(1.3, 0, 0));
+    EXPECT_EQ(ConvexCollision(aSphere, b).depth, ConvexCollision(aSphere, bSphere).depth);
+    EXPECT_NEAR(ConvexCollision(aSphere, bSphere).depth, aSphere.radius - 0.8, 1e-12);
 }
 
 TEST(PhysicsConvexCollision, KeepsTheOrderOfALiteralReading) {

@@ -272,7 +272,7 @@ TEST_F(PhysicsApplyToEntity, LeavesAParentItNoLongerTouchesAndKeepsItsPlace) {
     ground->velocity = {1, 0, 0};
     box->centerOfMass = {0.25, 0, 0};
     box->position = {2, 0, 3};
-    Body body = ChildBody(1.0);
+    Body body = ChildBody(12.0);
     const glm::dvec3 worldCentre = ground->GetTransform() * glm::dvec4(body.position, 1.0);
     body.frameAcceleration = {0, 0, 4};
     body.ApplyToEntity(0.1);
