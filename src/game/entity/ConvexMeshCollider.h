@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <ostream>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -67,6 +68,7 @@ struct ConvexMeshCollider {
         friend bool operator==(const Name& a, const Name& b) { return a.str() == b.str(); }
         friend bool operator==(const Name& a, const std::string& b) { return a.str() == b; }
         friend bool operator==(const Name& a, const char* b) { return a.str() == b; }
+        friend std::ostream& operator<<(std::ostream& out, const Name& name) { return out << name.str(); }
 
     private:
         Name& Assign(std::string text) {
