@@ -43,7 +43,7 @@ public:
     quorl::modular::ModuleID moduleId;
     std::string name;
     std::string path;            // file path, suffix included
-    double lastWriteTime = 0.0;  // file clock ticks / 1e6; 0 when the file does not exist
+    double lastWriteTime = 0.0;  // ms since the Unix epoch; 0 when the file does not exist
     void* handle = nullptr;      // null when loading failed
     uint32_t lastError = 0;      // loader error of a failed load, else 0
 

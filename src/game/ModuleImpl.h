@@ -2,6 +2,7 @@
 // Definitions of the Module<M> template. Included only by the .cpp of each kind, which
 // instantiates it explicitly; everyone else uses the instances in libzendola.
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <iostream>
 #include <shared_mutex>
@@ -78,7 +79,12 @@ typename Module<M>::Ptr Module<M>::LoadModuleLib(const std::string& name, const 
     std::error_code ec;
     if (std::filesystem::exists(module->path, ec)) {
         auto time = std::filesystem::last_write_time(module->path, ec);
-        if (!ec) module->lastWriteTime = double(time.time_since_epoch().count()) / 1e6;
+        if (!ec) {
+            // Nanoseconds since the Unix epoch / 1e6: milliseconds, comparable with wall time.
+            auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                std::chrono::file_clock::to_sys(time).time_since_epoch());
+            module->lastWriteTime = double(ns.count()) / 1e6;
+        }
     }
     module->handle = DynamicLibrary::Open(module->path, module->lastError);
     if (module->handle) {
