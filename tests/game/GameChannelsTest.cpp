@@ -43,7 +43,7 @@ TEST(GameChannels, NumbersReadBackExactly) {
 // channels, some created by the race itself; readers must only ever see one whole value.
 TEST(GameChannels, ConcurrentWritersAndReadersSeeWholeValues) {
     const std::vector<size_t> lengths = {1, 17, 300, 4095, 5000};
-    const int writers = 3, readers = 2, rounds = 300;
+    const int writers = 3, readers = 2, reads = 3000;
     const std::vector<std::string> keys = {"GameChannels.race0", "GameChannels.race1", "GameChannels.race2"};
     std::atomic<int> torn{0};
     std::atomic<bool> done{false};
@@ -60,27 +60,27 @@ TEST(GameChannels, ConcurrentWritersAndReadersSeeWholeValues) {
         return false;
     };
 
+    // Writers keep writing until every reader has made its reads.
     std::vector<std::thread> threads;
     for (int w = 0; w < writers; ++w) {
         threads.emplace_back([&, w] {
-            for (int r = 0; r < rounds; ++r) {
+            for (int r = 0; !done.load(); ++r) {
                 size_t n = lengths[(r + w) % lengths.size()];
                 Game::SetIMC(keys[r % keys.size()], std::string(n, char('a' + w)));
             }
         });
     }
+    std::vector<std::thread> readerThreads;
     for (int r = 0; r < readers; ++r) {
-        threads.emplace_back([&] {
-            while (!done.load()) {
-                for (const auto& key : keys) {
-                    if (!isWhole(Game::GetIMC(key, "unset"))) ++torn;
-                }
+        readerThreads.emplace_back([&] {
+            for (int i = 0; i < reads; ++i) {
+                if (!isWhole(Game::GetIMC(keys[i % keys.size()], "unset"))) ++torn;
             }
         });
     }
-    for (int w = 0; w < writers; ++w) threads[w].join();
+    for (auto& t : readerThreads) t.join();
     done = true;
-    for (size_t i = writers; i < threads.size(); ++i) threads[i].join();
+    for (auto& t : threads) t.join();
 
     EXPECT_EQ(torn.load(), 0);
     for (const auto& key : keys) EXPECT_TRUE(isWhole(Game::GetIMC(key, "")));
