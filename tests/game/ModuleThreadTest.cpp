@@ -1,4 +1,5 @@
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "ModuleTestFixture.h"
@@ -30,6 +31,8 @@ TEST_F(ModuleThreads, WalksStaySafeWhileAnotherThreadLoadsAndUnloads) {
             } else {
                 GAME_Mod::ForEachModule(visit);
             }
+            // Readers may enter while a writer waits; a pause between walks lets the loader in.
+            std::this_thread::sleep_for(std::chrono::microseconds(20));
         }
     };
 
