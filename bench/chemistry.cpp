@@ -2,12 +2,13 @@
 // (each is parsed and stored). Warm: the same 1,000 again (copied from the table). Baseline: the
 // grammar matched with std::regex, the pattern compiled at each call, for the same cold batch.
 // Rows report the time per batch of 1,000 and items per second.
+#include "../tests/game/ChemistryFormulaReference.h"  // first: see there
+
 #include <benchmark/benchmark.h>
 
 #include <string>
 #include <vector>
 
-#include "../tests/game/ChemistryFormulaReference.h"
 #include "game/Chemistry.h"
 
 namespace {

@@ -2,12 +2,13 @@
 // entry, only for a text it did not hold, and none on a second construction; the parse agrees with
 // the grammar written as a regular expression; the canonical text parses back to the same
 // molecule; the derived quantities stay finite and the density cache grows by at most one.
+#include "../tests/game/ChemistryFormulaReference.h"  // first: see there
+
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
-#include "../tests/game/ChemistryFormulaReference.h"
 #include "game/Chemistry.h"
 
 using game::Molecule;

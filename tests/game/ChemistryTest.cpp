@@ -1,3 +1,5 @@
+#include "ChemistryFormulaReference.h"  // first: see there
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,7 +11,6 @@
 #include <thread>
 #include <vector>
 
-#include "ChemistryFormulaReference.h"
 #include "game/Chemistry.h"
 
 using game::Element;
