@@ -191,10 +191,19 @@ glm::dmat4 QuarterTurn(int axis) {
     return glm::mat4_cast(glm::angleAxis(glm::half_pi<double>(), glm::dvec3(axis == 0, axis == 1, axis >= 2)));
 }
 
-// The collision test read literally: every axis in order, each projected with ProjectOntoAxis,
+// The collision test read literally: every axis in order, all vertices placed again for each,
 // every pair of vertices, no shortcut.
 Collision LiteralConvexCollision(const ConvexMeshCollider& a, const ConvexMeshCollider& b) {
     const glm::dvec3 cA = CentreOf(a), cB = CentreOf(b);
+    auto project = [](const ConvexMeshCollider& c, const glm::dvec3& axis) {
+        std::pair<double, double> range(std::numeric_limits<double>::max(), -std::numeric_limits<double>::max());
+        for (uint32_t i = 0; i < c.vertexCount; ++i) {
+            const double d = glm::dot(glm::dvec3(c.transform * glm::dvec4(glm::dvec3(c.vertices[i]), 1.0)), axis);
+            range.first = std::min(range.first, d);
+            range.second = std::max(range.second, d);
+        }
+        return range;
+    };
     if (glm::length(cB - cA) > a.radius + b.radius) return {};
     double best = std::numeric_limits<double>::max();
     glm::dvec3 bestAxis(0.0);
@@ -215,7 +224,7 @@ Collision LiteralConvexCollision(const ConvexMeshCollider& a, const ConvexMeshCo
     }
     if (a.isSphere) {
         auto sphereTest = [&](const glm::dvec3& axis) {
-            const auto [lo, hi] = game::physics::ProjectOntoAxis(b, axis);
+            const auto [lo, hi] = project(b, axis);
             const double c = glm::dot(cA, axis);
             if (c - a.radius > hi || lo > c + a.radius) return false;
             return test(axis, c - a.radius, c + a.radius, lo, hi);
@@ -242,8 +251,8 @@ Collision LiteralConvexCollision(const ConvexMeshCollider& a, const ConvexMeshCo
         return hit;
     }
     auto hullTest = [&](const glm::dvec3& axis) {
-        const auto [lo, hi] = game::physics::ProjectOntoAxis(a, axis);
-        const auto [loB, hiB] = game::physics::ProjectOntoAxis(b, axis);
+        const auto [lo, hi] = project(a, axis);
+        const auto [loB, hiB] = project(b, axis);
         return test(axis, lo, hi, loB, hiB);
     };
     for (const ConvexMeshCollider* s : {&a, &b}) {
