@@ -99,10 +99,16 @@ class DynamicRigidbody : public Rigidbody<Entity> {
     using Base = Rigidbody<Entity>;
 
 public:
+    using Base::boundsCenter;
+    using Base::boundsCenterWorld;
     using Base::boundsMax;
     using Base::boundsMin;
+    using Base::centerOfMass;
     using Base::colliders;
+    using Base::displacedVolume;
+    using Base::entity;
     using Base::frameAcceleration;
+    using Base::GetPositionAtCenterOfBounds;
     using Base::GetTransform;
     using Base::id;
     using Base::position;
@@ -393,7 +399,7 @@ public:
     // Writes the simulated state back into the entity, moves it between parents, and updates the
     // acceleration it feels.
     void ApplyToEntity(double deltaTime) {
-        std::shared_ptr<Entity> owner = this->entity.lock();
+        std::shared_ptr<Entity> owner = entity.lock();
         if (!owner) return;
         const glm::dvec3 dv = velocity - owner->velocity;
         owner->rotation = rotation;
