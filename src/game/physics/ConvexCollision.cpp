@@ -113,6 +113,33 @@ void PlaceEdges(const ConvexMeshCollider& c, const glm::dmat4& t, PlacedEdges& o
     }
 }
 
+// normalize(cross(e, edges[j])) for every j, two at a time: per lane the same operations in the
+// same order as glm's cross and normalize.
+void CrossAxes(const glm::dvec3& e, const PlacedEdges& edges, glm::dvec3* out) {
+    uint32_t j = 0;
+#if defined(__SSE2__)
+    const __m128d ex = _mm_set1_pd(e.x), ey = _mm_set1_pd(e.y), ez = _mm_set1_pd(e.z);
+    const __m128d one = _mm_set1_pd(1.0);
+    for (; j + 1 < edges.count; j += 2) {
+        const glm::dvec3& f0 = edges.world[j];
+        const glm::dvec3& f1 = edges.world[j + 1];
+        const __m128d fx = _mm_set_pd(f1.x, f0.x), fy = _mm_set_pd(f1.y, f0.y), fz = _mm_set_pd(f1.z, f0.z);
+        const __m128d cx = _mm_sub_pd(_mm_mul_pd(ey, fz), _mm_mul_pd(fy, ez));
+        const __m128d cy = _mm_sub_pd(_mm_mul_pd(ez, fx), _mm_mul_pd(fz, ex));
+        const __m128d cz = _mm_sub_pd(_mm_mul_pd(ex, fy), _mm_mul_pd(fx, ey));
+        const __m128d d = _mm_add_pd(_mm_add_pd(_mm_mul_pd(cx, cx), _mm_mul_pd(cy, cy)), _mm_mul_pd(cz, cz));
+        const __m128d scale = _mm_div_pd(one, _mm_sqrt_pd(d));
+        alignas(16) double x[2], y[2], z[2];
+        _mm_store_pd(x, _mm_mul_pd(cx, scale));
+        _mm_store_pd(y, _mm_mul_pd(cy, scale));
+        _mm_store_pd(z, _mm_mul_pd(cz, scale));
+        out[j] = glm::dvec3(x[0], y[0], z[0]);
+        out[j + 1] = glm::dvec3(x[1], y[1], z[1]);
+    }
+#endif
+    for (; j < edges.count; ++j) out[j] = glm::normalize(glm::cross(e, edges.world[j]));
+}
+
 inline glm::dvec3 RotatedNormal(const glm::vec3& n, const glm::dmat4& t) {
     return glm::normalize(glm::dvec3(t * glm::dvec4(glm::dvec3(n), 0.0)));
 }
@@ -260,10 +287,11 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     PlacedEdges ea, eb;
     PlaceEdges(a, ta, ea);
     PlaceEdges(b, tb, eb);
+    glm::dvec3 axes[28];
     for (uint32_t i = 0; i < ea.count; ++i) {
+        CrossAxes(ea.world[i], eb, axes);
         for (uint32_t j = 0; j < eb.count; ++j) {
-            const glm::dvec3 axis = glm::normalize(glm::cross(ea.world[i], eb.world[j]));
-            if (IsFinite(axis) && !overlaps(axis)) return {};
+            if (IsFinite(axes[j]) && !overlaps(axes[j])) return {};
         }
     }
 
