@@ -1,7 +1,8 @@
 // ConvexCollision calls per second for overlapping boxes, boxes separated on an axis, and the
 // sphere path, with heap allocations per call (operator new is counted here). The "Plain" rows
 // run the same tests read literally (every vertex pair, vertices placed again for each axis) in
-// the same run, as the baseline. ColliderCopy checks that copying a collider allocates nothing.
+// the same run, as the baseline. ColliderCopy checks that copying a collider allocates nothing;
+// CollisionDetection/BoxOnSlab is one substep of a body's whole contact path.
 #include <benchmark/benchmark.h>
 
 #include <atomic>
@@ -9,11 +10,15 @@
 #include <cstdlib>
 #include <limits>
 #include <new>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
 
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/quaternion.hpp>
 
 #include "game/physics/ConvexCollision.h"
+#include "game/physics/Rigidbody.h"
 #include "quorl/cpu/Profiler.h"
 
 static std::atomic<uint64_t> gAllocations{0};
@@ -174,6 +179,69 @@ static void BM_ColliderCopy(benchmark::State& state) {
     state.counters["allocs/copy"] = double(gAllocations.load() - before) / double(state.iterations());
 }
 BENCHMARK(BM_ColliderCopy)->Name("ColliderCopy");
+
+// The smallest entity a body can be built from.
+struct BenchEntity {
+    double mass = 1;
+    glm::dvec3 position{0.0};
+    glm::dquat rotation{1.0, 0.0, 0.0, 0.0};
+    glm::dvec3 boundsMin{0.0}, boundsMax{0.0}, box_size{0.0}, centerOfMass{0.0};
+    glm::dvec3 velocity{0.0}, angularVelocity{0.0}, localAcceleration{0.0};
+    game::entity::Id parentEntity;
+    std::unordered_map<std::string, ConvexMeshCollider> colliders;
+    std::unordered_set<game::entity::Id> ignoredEntities;
+    bool isDetachable = true;
+    game::entity::Id id = game::entity::Id::Generate("ENTT");
+    bool interactsWithEnvironment = true;
+    glm::dvec3 linearImpulse{0.0}, angularImpulse{0.0};
+    float impulseExtra = 0;
+    glm::dvec3 externalAcceleration{0.0};
+    double restTime = 0;
+    game::entity::Id GetID() const { return id; }
+    glm::dvec3 GetPositionAtCenterOfMass() const { return position + rotation * centerOfMass; }
+    static std::shared_ptr<BenchEntity> Get(game::entity::Id) { return nullptr; }
+    void AddChild(std::shared_ptr<BenchEntity>&) {}
+    void RemoveChild(std::shared_ptr<BenchEntity>&) {}
+};
+
+std::shared_ptr<BenchEntity> BoxEntity(const glm::dvec3& half, const glm::dvec3& centre, double mass) {
+    auto e = std::make_shared<BenchEntity>();
+    e->mass = mass;
+    ConvexMeshCollider c;
+    c.SetBox(glm::vec3(centre - half), glm::vec3(centre + half));
+    e->colliders["hull"] = c;
+    e->boundsMin = centre - half;
+    e->boundsMax = centre + half;
+    e->box_size = 2.0 * half;
+    e->centerOfMass = centre;
+    return e;
+}
+
+// One substep of collision work of a box sinking 1 mm into a fixed slab, with the body's contact
+// lists reused as the physics step can reuse them.
+static void BM_CollisionDetectionBoxOnSlab(benchmark::State& state) {
+    auto ground = BoxEntity({20, 20, 0.5}, {0, 0, -0.5}, 1000);
+    auto box = BoxEntity({0.5, 0.5, 0.5}, {0, 0, 0}, 10);
+    game::physics::Rigidbody<BenchEntity> fixed(ground);
+    game::physics::DynamicRigidbody<BenchEntity> body(box, 1.0 / 240);
+    body.fixedCandidates.push_back(&fixed);
+    body.staticContactNormals.reserve(8);
+    body.staticRelativeContactPoints.reserve(8);
+    const uint64_t before = gAllocations.load();
+    for (auto _ : state) {
+        body.position = {0.1, 0.2, 0.499};
+        body.rotation = glm::dquat(1, 0, 0, 0);
+        body.velocity = {0.5, 0, -1};
+        body.angularVelocity = glm::dvec3(0.0);
+        body.staticContactNormals.clear();
+        body.staticRelativeContactPoints.clear();
+        body.CollisionDetection(1.0 / 240);
+        benchmark::DoNotOptimize(body.position);
+    }
+    state.counters["calls/s"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
+    state.counters["allocs/call"] = double(gAllocations.load() - before) / double(state.iterations());
+}
+BENCHMARK(BM_CollisionDetectionBoxOnSlab)->Name("CollisionDetection/BoxOnSlab");
 
 // What the profiler section of every call costs on its own.
 static void BM_ProfilerScope(benchmark::State& state) {
