@@ -146,22 +146,21 @@ void QuorlScreen::Draw(int32_t x, int32_t y, uint32_t color, int32_t w, int32_t 
 
 void QuorlScreen::FillImpl(int64_t x, int64_t y, uint32_t color, int64_t w, int64_t h) {
     _dirty = true;
-    if (width == 0) return;
-    const int64_t rows = std::min<int64_t>(height, int64_t(pixels.size() / width));
     const int64_t x0 = std::max<int64_t>(x, 0), x1 = std::min<int64_t>(x + w, width);
-    const int64_t y0 = std::max<int64_t>(y, 0), y1 = std::min<int64_t>(y + h, rows);
+    const int64_t y0 = std::max<int64_t>(y, 0), y1 = std::min<int64_t>(y + h, height);
     if (x0 >= x1 || y0 >= y1) return;
-    const size_t span = size_t(x1 - x0);
-    if ((color >> 24) > 254) {
-        for (int64_t row = y0; row < y1; ++row) {
-            uint32_t* p = pixels.data() + size_t(row) * width + size_t(x0);
-            std::fill(p, p + span, color);
-        }
-        return;
-    }
+    const bool opaque = (color >> 24) > 254;
     for (int64_t row = y0; row < y1; ++row) {
-        uint32_t* p = pixels.data() + size_t(row) * width + size_t(x0);
-        for (size_t i = 0; i < span; ++i) p[i] = Blend(p[i], color);
+        // Second clip against the vector, which may be shorter than the frame says.
+        const size_t begin = size_t(row) * width + size_t(x0);
+        const size_t end = std::min(size_t(row) * width + size_t(x1), pixels.size());
+        if (begin >= end) break;
+        uint32_t* p = pixels.data();
+        if (opaque) {
+            std::fill(p + begin, p + end, color);
+        } else {
+            for (size_t i = begin; i < end; ++i) p[i] = Blend(p[i], color);
+        }
     }
 }
 
@@ -395,7 +394,8 @@ void QuorlScreen::Compress() {
     strm.avail_out = uInt(_compressedBuffer.size());
     const int ret = deflate(&strm, Z_FINISH);
     // The 256-byte margin is only too small for a large frame that does not compress.
-    QUORL_ASSERT(ret == Z_STREAM_END);
+    // The _AT form stringises the expression before zlib's macros expand.
+    QUORL_ASSERT_AT(ret == Z_STREAM_END, __FILE__, __LINE__);
     _compressedBuffer.resize(strm.total_out);
     deflateEnd(&strm);
 }
@@ -440,7 +440,7 @@ void QuorlScreen::Decompress() {
                                        pixels.size() * sizeof(uint32_t));
     const int ret = strm.ret;
     // Both sides must agree on the frame's size: a stream of another size ends the process.
-    QUORL_ASSERT(ret != Z_STREAM_ERROR);
+    QUORL_ASSERT_AT(ret != Z_STREAM_ERROR, __FILE__, __LINE__);
     QUORL_ASSERT(strm.avail_in == 0);
     QUORL_ASSERT(strm.avail_out == 0);
 }
@@ -454,7 +454,7 @@ void QuorlScreen::Decompress(const std::vector<unsigned char>& compressedData, u
     }
     const InflateResult strm = Inflate(compressedData.data(), compressedData.size(), destination, size);
     const int ret = strm.ret;
-    QUORL_ASSERT(ret != Z_STREAM_ERROR);
+    QUORL_ASSERT_AT(ret != Z_STREAM_ERROR, __FILE__, __LINE__);
     QUORL_ASSERT(strm.avail_in == 0);
     QUORL_ASSERT(strm.avail_out == 0);
 }

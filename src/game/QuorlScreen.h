@@ -21,10 +21,10 @@ namespace game {
 // becomes old alpha + a, saturating at 255. In the outline and fill arguments of the shapes a
 // colour of 0 means "none".
 //
-// Threading: drawing and Update run on the owner's thread. Update may post a compression task
-// that reads `pixels` and writes `previousPixels` and `_compressedBuffer`; the owner does not
-// draw or read `_compressedBuffer` until that task is done (the next Update waits for it, or
-// PendingCompression() is ready).
+// Threading: drawing and Update run on the owner's thread. Update(true) posts a compression
+// task that reads `pixels` and writes `previousPixels` and `_compressedBuffer` until it is done.
+// Until then the owner neither draws nor reads `_compressedBuffer`: it waits for the task
+// (WaitForCompression, or the next Update) or sees PendingCompression() ready first.
 class QuorlScreen {
 public:
     // textAlign flags. Vertical: Top, then Bottom, then Centre; horizontal: Left, then Right,
