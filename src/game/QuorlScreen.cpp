@@ -336,8 +336,8 @@ std::optional<double> QuorlScreen::LastChangeTime() const {
 
 void QuorlScreen::WaitForCompression() {
     if (!_pendingCompression.valid()) return;
-    auto pending = std::exchange(_pendingCompression, {});
-    pending.get();
+    std::exchange(_pendingCompression, {}).wait();
+    if (!_compressError.empty()) throw std::runtime_error(std::exchange(_compressError, {}));
 }
 
 bool QuorlScreen::Update(bool compress) {
@@ -372,10 +372,16 @@ bool QuorlScreen::Update(bool compress) {
         previousPixels = pixels;
         return true;
     }
+    // An error travels back as text: an exception object shared between threads is released
+    // through reference counts that ThreadSanitizer cannot follow.
     _pendingCompression = compressThreadPool
                               .Submit([this] {
-                                  previousPixels = pixels;
-                                  Compress();
+                                  try {
+                                      previousPixels = pixels;
+                                      Compress();
+                                  } catch (const std::exception& e) {
+                                      _compressError = e.what();
+                                  }
                               })
                               .share();
     return true;

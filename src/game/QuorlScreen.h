@@ -4,6 +4,7 @@
 #include <future>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -136,6 +137,7 @@ private:
     mutable std::mutex _timeMutex;
     double _lastChangeMs = 0.0;
     bool _lastChangeSet = false;
+    std::string _compressError;  // what the last task threw, for WaitForCompression
 };
 
 }  // namespace game
