@@ -244,8 +244,10 @@ void QuorlScreen::WriteLine(int32_t x, int32_t y, uint32_t color, std::string_vi
 
 void QuorlScreen::WriteLineImpl(int64_t x, int64_t y, uint32_t color, std::string_view text) {
     static quorl::graphics::FontRenderer fontRenderer;
+    // Kept per thread so that text allocates nothing once the buffer has grown.
+    thread_local std::vector<const quorl::graphics::FontRenderer::Glyph*> glyphs;
     _dirty = true;
-    const auto glyphs = fontRenderer[text.substr(0, kMaxLineBytes)];
+    fontRenderer.Glyphs(text.substr(0, kMaxLineBytes), glyphs);
     if (glyphs.empty()) return;
     const int64_t size = textSize;
     int64_t pen = x;

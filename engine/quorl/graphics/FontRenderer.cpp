@@ -176,13 +176,17 @@ const FontRenderer::Glyph* FontRenderer::GetGlyph(char32_t codepoint) {
 
 std::vector<const FontRenderer::Glyph*> FontRenderer::operator[](std::string_view text) {
     std::vector<const Glyph*> glyphs;
-    if (!_loaded || text.empty()) return glyphs;
-    glyphs.reserve(text.size());
+    Glyphs(text, glyphs);
+    return glyphs;
+}
+
+void FontRenderer::Glyphs(std::string_view text, std::vector<const Glyph*>& out) {
+    out.clear();
+    if (!_loaded || text.empty()) return;
     std::lock_guard lk(_mutex);
     for (size_t pos = 0; pos < text.size();) {
-        if (const Glyph* g = GlyphLocked(DecodeUtf8(text, pos))) glyphs.push_back(g);
+        if (const Glyph* g = GlyphLocked(DecodeUtf8(text, pos))) out.push_back(g);
     }
-    return glyphs;
 }
 
 }  // namespace quorl::graphics

@@ -51,6 +51,8 @@ public:
     // code points missing from the font get the font's box glyph. The pointers stay valid as long
     // as the renderer lives. Empty when no font is loaded.
     std::vector<const Glyph*> operator[](std::string_view text);
+    // The same into out (cleared first), so that a caller can keep its storage between calls.
+    void Glyphs(std::string_view text, std::vector<const Glyph*>& out);
 
     // One glyph, or nullptr for a control character or with no font.
     const Glyph* GetGlyph(char32_t codepoint);
