@@ -30,6 +30,8 @@ std::vector<std::string> Picture(const QuorlScreen& s, const std::map<uint32_t, 
     return rows;
 }
 
+using Rows = std::vector<std::string>;
+
 const std::map<uint32_t, char> kLegend = {{kBlack, '.'}, {kRed, 'R'}, {kGreen, 'G'}, {kBlue, 'B'}};
 
 QuorlScreen Screen(uint32_t w, uint32_t h) { return QuorlScreen(w, h, kBlack); }
@@ -61,12 +63,12 @@ TEST(ScreenDrawPixel, PointClipsAtEveryEdgeAndIgnoresColourZero) {
         s.DrawPoint(x, y, kRed);
     }
     EXPECT_FALSE(s.IsDirty()) << "a point outside the frame writes nothing";
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{"...", "..."}));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"...", "..."}));
 
     s.DrawPoint(2, 1, kRed);
     s.DrawPoint(0, 0, kGreen);
     EXPECT_TRUE(s.IsDirty());
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{"G..", "..R"}));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"G..", "..R"}));
 }
 
 TEST(ScreenDrawPixel, PrimitivesStayInsideAVectorSmallerThanTheFrame) {
@@ -107,27 +109,21 @@ TEST(ScreenDrawPixel, BlankStoresRawColourAndMarksDirty) {
 
 TEST(ScreenDrawLine, LeavesOutTheEndPointInEveryDirection) {
     auto s = Screen(6, 5);
-    s.DrawLine(0, 0, 4, 0, kRed);   // rightwards
+    s.DrawLine(0, 0, 4, 0, kRed);    // rightwards
     s.DrawLine(5, 1, 1, 1, kGreen);  // leftwards
     s.DrawLine(5, 4, 5, 2, kBlue);   // upwards
-    s.DrawLine(0, 2, 2, 4, kRed);   // diagonal
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "RRRR..",
-                                       "..GGGG",
-                                       "R.....",
-                                       ".R...B",
-                                       ".....B",
-                                   }));
+    s.DrawLine(0, 2, 2, 4, kRed);    // diagonal
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"RRRR..",
+                                         "..GGGG",
+                                         "R.....",
+                                         ".R...B",
+                                         ".....B"}));
 }
 
 TEST(ScreenDrawLine, MinorAxisFollowsTruncatedPosition) {
     auto s = Screen(5, 3);
     s.DrawLine(0, 0, 4, 2, kRed);  // y = 0.5, 1.0, 1.5, 2.0
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "R....",
-                                       ".RR..",
-                                       "...R.",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"R....", ".RR..", "...R."}));
 }
 
 TEST(ScreenDrawLine, ZeroLengthDrawsNothing) {
@@ -142,12 +138,10 @@ TEST(ScreenDrawLine, ClipsAtEveryEdge) {
     s.DrawLine(-3, 1, 9, 1, kRed);    // crosses left and right
     s.DrawLine(3, -5, 3, 10, kGreen);  // crosses top and bottom
     s.DrawLine(-10, -10, -1, -1, kBlue);  // wholly outside
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "...G.",
-                                       "RRRGR",
-                                       "...G.",
-                                       "...G.",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"...G.",
+                                         "RRRGR",
+                                         "...G.",
+                                         "...G."}));
 }
 
 TEST(ScreenDrawLine, RefusesLinesLongerThanEightTimesWidthPlusHeight) {
@@ -159,7 +153,7 @@ TEST(ScreenDrawLine, RefusesLinesLongerThanEightTimesWidthPlusHeight) {
     EXPECT_FALSE(s.IsDirty());
 
     s.DrawLine(0, 0, 64, 0, kRed);  // exactly the limit is still drawn
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{"RRRR", "....", "....", "...."}));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"RRRR", "....", "....", "...."}));
 }
 
 TEST(ScreenDrawLine, BlendsTranslucentColour) {
@@ -171,25 +165,21 @@ TEST(ScreenDrawLine, BlendsTranslucentColour) {
 TEST(ScreenDrawRect, OutlineAndFillWithSortedCorners) {
     auto s = Screen(6, 5);
     s.DrawRect(5, 4, 0, 0, kRed, kGreen);  // corners given bottom-right first
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "RRRRR.",
-                                       "RGGGR.",
-                                       "RGGGR.",
-                                       "RRRRR.",
-                                       "......",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"RRRRR.",
+                                         "RGGGR.",
+                                         "RGGGR.",
+                                         "RRRRR.",
+                                         "......"}));
 }
 
 TEST(ScreenDrawRect, OutlineOnlyOrFillOnly) {
     auto s = Screen(5, 4);
     s.DrawRect(0, 0, 4, 4, kRed, 0);
     s.DrawRect(4, 0, 5, 2, 0, kBlue);
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "RRRRB",
-                                       "R..RB",
-                                       "R..R.",
-                                       "RRRR.",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"RRRRB",
+                                         "R..RB",
+                                         "R..R.",
+                                         "RRRR."}));
 }
 
 TEST(ScreenDrawRect, OutlineEqualToFillIsOneFullSizeFill) {
@@ -204,34 +194,26 @@ TEST(ScreenDrawRect, OutlineEqualToFillIsOneFullSizeFill) {
 TEST(ScreenDrawRect, ClipsOutlineAndFillAtTheTopLeft) {
     auto s = Screen(4, 4);
     s.DrawRect(-2, -2, 3, 3, kRed, kGreen);
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "GGR.",
-                                       "GGR.",
-                                       "RRR.",
-                                       "....",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"GGR.",
+                                         "GGR.",
+                                         "RRR.",
+                                         "...."}));
 }
 
 TEST(ScreenDrawRect, ClipsAtTheBottomRight) {
     auto s = Screen(4, 4);
     s.DrawRect(2, 2, 9, 9, kRed, kGreen);
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "....",
-                                       "....",
-                                       "..RR",
-                                       "..RG",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"....",
+                                         "....",
+                                         "..RR",
+                                         "..RG"}));
 }
 
 TEST(ScreenDrawBlock, ClipsNegativeStartAndEndsAtTheFrame) {
     auto s = Screen(4, 3);
     s.Draw(-2, -1, kRed, 4, 3);  // columns -2..1, rows -1..1
     s.Draw(3, 2, kGreen, 100, 100);
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "RR..",
-                                       "RR..",
-                                       "...G",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"RR..", "RR..", "...G"}));
 }
 
 TEST(ScreenDrawBlock, EmptyBlockStillMarksDirtyAndTranslucentBlends) {
@@ -246,14 +228,12 @@ TEST(ScreenDrawBlock, EmptyBlockStillMarksDirtyAndTranslucentBlends) {
 }
 
 TEST(ScreenDrawTriangle, FillsTheClosedTriangleInBothWindings) {
-    const std::vector<std::string> expected = {
-        "RRRRR.",
-        "RRRR..",
-        "RRR...",
-        "RR....",
-        "R.....",
-        "......",
-    };
+    const Rows expected = {"RRRRR.",
+                           "RRRR..",
+                           "RRR...",
+                           "RR....",
+                           "R.....",
+                           "......"};
     auto clockwise = Screen(6, 6);
     clockwise.DrawTriangle(0, 0, 4, 0, 0, 4, 0, kRed);
     EXPECT_EQ(Picture(clockwise, kLegend), expected);
@@ -265,27 +245,23 @@ TEST(ScreenDrawTriangle, FillsTheClosedTriangleInBothWindings) {
 TEST(ScreenDrawTriangle, OutlineFollowsTheEdgesAfterTheFill) {
     auto s = Screen(6, 6);
     s.DrawTriangle(0, 0, 4, 0, 0, 4, kGreen, kRed);
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "GGGGG.",
-                                       "GRRG..",
-                                       "GRG...",
-                                       "GG....",
-                                       "G.....",
-                                       "......",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"GGGGG.",
+                                         "GRRG..",
+                                         "GRG...",
+                                         "GG....",
+                                         "G.....",
+                                         "......"}));
 }
 
 TEST(ScreenDrawTriangle, DegenerateTrianglesFillOnlyTheirPoints) {
     auto s = Screen(5, 5);
     s.DrawTriangle(0, 0, 2, 2, 4, 4, 0, kRed);  // collinear
     s.DrawTriangle(4, 0, 4, 0, 4, 0, 0, kGreen);  // one point
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "R...G",
-                                       ".R...",
-                                       "..R..",
-                                       "...R.",
-                                       "....R",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"R...G",
+                                         ".R...",
+                                         "..R..",
+                                         "...R.",
+                                         "....R"}));
 }
 
 TEST(ScreenDrawTriangle, HugeCoordinatesGiveTheSameEdgesAsSmallOnes) {
@@ -294,7 +270,7 @@ TEST(ScreenDrawTriangle, HugeCoordinatesGiveTheSameEdgesAsSmallOnes) {
     far.DrawTriangle(-2000000000, -2000000000, 2000000000, -2000000000, 2000000000, 2000000000, 0, kRed);
     auto near = Screen(5, 4);
     near.DrawTriangle(-8, -8, 8, -8, 8, 8, 0, kRed);
-    const std::vector<std::string> expected = {"RRRRR", ".RRRR", "..RRR", "...RR"};
+    const Rows expected = {"RRRRR", ".RRRR", "..RRR", "...RR"};
     EXPECT_EQ(Picture(far, kLegend), expected);
     EXPECT_EQ(Picture(near, kLegend), expected);
 }
@@ -302,38 +278,34 @@ TEST(ScreenDrawTriangle, HugeCoordinatesGiveTheSameEdgesAsSmallOnes) {
 TEST(ScreenDrawCircle, RingAndFill) {
     auto s = Screen(7, 7);
     s.DrawCircle(3, 3, 3, kRed, kGreen);  // d < 9 drawn; d >= 4 is ring
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       ".......",
-                                       ".RRRRR.",
-                                       ".RGGGR.",
-                                       ".RGGGR.",
-                                       ".RGGGR.",
-                                       ".RRRRR.",
-                                       ".......",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{".......",
+                                         ".RRRRR.",
+                                         ".RGGGR.",
+                                         ".RGGGR.",
+                                         ".RGGGR.",
+                                         ".RRRRR.",
+                                         "......."}));
     auto ring = Screen(5, 5);
     ring.DrawCircle(2, 2, 2, kRed, 0);
-    EXPECT_EQ(Picture(ring, kLegend), (std::vector<std::string>{".....", ".RRR.", ".R.R.", ".RRR.", "....."}));
+    EXPECT_EQ(Picture(ring, kLegend), (Rows{".....", ".RRR.", ".R.R.", ".RRR.", "....."}));
     auto disc = Screen(5, 5);
     disc.DrawCircle(2, 2, 2, 0, kBlue);
-    EXPECT_EQ(Picture(disc, kLegend), (std::vector<std::string>{".....", ".BBB.", ".BBB.", ".BBB.", "....."}));
+    EXPECT_EQ(Picture(disc, kLegend), (Rows{".....", ".BBB.", ".BBB.", ".BBB.", "....."}));
 }
 
 TEST(ScreenDrawCircle, ClipsAtTheCornersAndIgnoresHugeOrNegativeRadius) {
     auto s = Screen(4, 4);
     s.DrawCircle(0, 0, 3, kRed, kGreen);
     s.DrawCircle(4, 4, 2, kBlue, 0);
-    EXPECT_EQ(Picture(s, kLegend), (std::vector<std::string>{
-                                       "GGR.",
-                                       "GGR.",
-                                       "RRR.",
-                                       "...B",
-                                   }));
+    EXPECT_EQ(Picture(s, kLegend), (Rows{"GGR.",
+                                         "GGR.",
+                                         "RRR.",
+                                         "...B"}));
     auto empty = Screen(3, 3);
     empty.DrawCircle(1, 1, -2, kRed, kRed);
     EXPECT_FALSE(empty.IsDirty());
 
     auto huge = Screen(3, 2);
     huge.DrawCircle(1, 1, 2000000000, kRed, kGreen);  // the frame lies deep inside
-    EXPECT_EQ(Picture(huge, kLegend), (std::vector<std::string>{"GGG", "GGG"}));
+    EXPECT_EQ(Picture(huge, kLegend), (Rows{"GGG", "GGG"}));
 }
