@@ -95,6 +95,7 @@ TEST(ScreenFont, GlyphListSkipsControlsAndCoversEveryCodePoint) {
     const auto* missing = font.GetGlyph(0x4E00);
     ASSERT_NE(missing, nullptr);
     EXPECT_GT(missing->width, 0);
+    EXPECT_EQ(font.GetGlyph(0x10FFFD), missing) << "one box for every missing code point";
 }
 
 TEST(ScreenFont, UnreadableFontLeavesARendererWithoutGlyphs) {

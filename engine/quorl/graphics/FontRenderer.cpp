@@ -122,10 +122,9 @@ char32_t FontRenderer::DecodeUtf8(std::string_view text, size_t& pos) {
     return cp;
 }
 
-FontRenderer::Glyph FontRenderer::Rasterise(char32_t codepoint) const {
+FontRenderer::Glyph FontRenderer::Rasterise(int index) const {
     Glyph g;
     const stbtt_fontinfo* info = &_face->info;
-    const int index = stbtt_FindGlyphIndex(info, int(codepoint));  // 0: the font's box glyph
     int advance = 0, bearing = 0;
     stbtt_GetGlyphHMetrics(info, index, &advance, &bearing);
     g.advance = int32_t(std::lround(float(advance) * _scale));
@@ -164,7 +163,13 @@ FontRenderer::Glyph FontRenderer::Rasterise(char32_t codepoint) const {
 const FontRenderer::Glyph* FontRenderer::GlyphLocked(char32_t codepoint) {
     if (IsControl(codepoint)) return nullptr;
     auto it = _glyphs.find(codepoint);
-    if (it == _glyphs.end()) it = _glyphs.emplace(codepoint, Rasterise(codepoint)).first;
+    if (it != _glyphs.end()) return &it->second;
+    // Code points the font lacks share its box glyph (index 0), kept under the key 0, which no
+    // control character reaches: the cache stays as small as the font, whatever the text.
+    const int index = stbtt_FindGlyphIndex(&_face->info, int(codepoint));
+    const char32_t key = index == 0 ? 0 : codepoint;
+    it = _glyphs.find(key);
+    if (it == _glyphs.end()) it = _glyphs.emplace(key, Rasterise(index)).first;
     return &it->second;
 }
 

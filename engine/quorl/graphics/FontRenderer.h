@@ -66,7 +66,7 @@ public:
 
 private:
     const Glyph* GlyphLocked(char32_t codepoint);
-    Glyph Rasterise(char32_t codepoint) const;
+    Glyph Rasterise(int glyphIndex) const;
 
     struct Face;
     std::string _fontPath;
@@ -79,7 +79,8 @@ private:
     float _scale = 0.0f;
 
     std::mutex _mutex;
-    std::unordered_map<char32_t, Glyph> _glyphs;  // nodes are stable: pointers handed out stay valid
+    // By code point; nodes are stable, so pointers handed out stay valid.
+    std::unordered_map<char32_t, Glyph> _glyphs;
 };
 
 }  // namespace quorl::graphics
