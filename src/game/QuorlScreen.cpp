@@ -83,13 +83,6 @@ void QuorlScreen::Plot(int64_t x, int64_t y, uint32_t color) {
     _dirty = true;
 }
 
-void QuorlScreen::Store(int64_t x, int64_t y, uint32_t color) {
-    size_t i;
-    if (!InFrame(x, y, i)) return;
-    pixels[i] = (color >> 24) == 255 ? color : Blend(pixels[i], color);
-    _dirty = true;
-}
-
 void QuorlScreen::Blank(uint32_t color) {
     std::fill(pixels.begin(), pixels.end(), color);
     _dirty = true;

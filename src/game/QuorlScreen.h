@@ -92,9 +92,11 @@ public:
     bool Update(bool compress);
     // _compressedBuffer = zlib stream of pixels.
     void Compress();
-    // pixels = the frame in _compressedBuffer, which must hold exactly this screen's size.
+    // pixels = the frame in _compressedBuffer, which must hold exactly this screen's size. An
+    // empty buffer prints one line on the error stream and shows the background; a stream that
+    // does not fill the frame exactly ends the process with an assertion.
     void Decompress();
-    // The same into a foreign buffer of size bytes.
+    // The same into a foreign buffer of size bytes; an empty compressedData zero-fills it.
     static void Decompress(const std::vector<unsigned char>& compressedData, unsigned char* destination,
                            size_t size);
 
@@ -110,9 +112,10 @@ public:
     static InflateResult Inflate(const unsigned char* source, size_t sourceSize, unsigned char* destination,
                                  size_t size);
 
-    // State for the owner and for other threads.
+    // For the owner: a primitive changed the frame since the last Update took it up.
     bool IsDirty() const { return _dirty; }
-    // Time of the last change taken up by Update, in milliseconds of the system clock.
+    // For any thread: time of the last change taken up by Update, in milliseconds of the
+    // system clock.
     std::optional<double> LastChangeTime() const;
     // The task that fills _compressedBuffer (invalid when none was posted).
     std::shared_future<void> PendingCompression() const { return _pendingCompression; }
@@ -122,7 +125,6 @@ public:
 private:
     bool InFrame(int64_t x, int64_t y, size_t& index) const;
     void Plot(int64_t x, int64_t y, uint32_t color);   // blends, clipped
-    void Store(int64_t x, int64_t y, uint32_t color);  // stores or blends by alpha, clipped
     void LineImpl(int64_t x1, int64_t y1, int64_t x2, int64_t y2, uint32_t color);
     void FillImpl(int64_t x, int64_t y, uint32_t color, int64_t w, int64_t h);
     void WriteLineImpl(int64_t x, int64_t y, uint32_t color, std::string_view text);
