@@ -377,7 +377,9 @@ TEST_F(ConfigFileTest, ReloadThreadPicksUpFinishedWritesOnly) {
 
     ReplaceFile(path, "[main]\ncount = 2\nratio = 2\n");
     ASSERT_TRUE(WaitFor([&] { return s.GetReloadCount() >= 1; }));
+    s.StopAutoReloadThread();  // the fields are read here with no reload running
     EXPECT_EQ(s.count, 2);
+    s.StartAutoReloadThread();
 
     // Written in place in two parts: nothing is read before the writer closes the file.
     const uint64_t before = s.GetReloadCount();
