@@ -420,6 +420,22 @@ TEST_F(ConfigFileTest, OwnSavesDoNotReloadAndOptionZeroDisablesWatching) {
     EXPECT_FALSE(off.IsAutoReloadThreadRunning());
 }
 
+TEST_F(ConfigFileTest, PollsWhenTheFolderCannotBeWatched) {
+    // The folder doesn't exist when watching begins, so the file's identity is polled.
+    const std::string later = dir + "/later/settings.ini";
+    Sample s(later);
+    testing::internal::CaptureStderr();
+    s.ReadConfig();
+    testing::internal::GetCapturedStderr();
+    s.StartAutoReloadThread();
+    std::filesystem::create_directory(dir + "/later");
+    ReplaceFile(later, "[main]\ncount = 11\n");
+    ASSERT_TRUE(WaitFor([&] { return s.GetReloadCount() >= 1; }));
+    s.StopAutoReloadThread();
+    EXPECT_EQ(s.count, 11);
+    EXPECT_EQ(s.GetReloadCount(), 1u);
+}
+
 TEST_F(ConfigFileTest, ConcurrentSavesAndReloads) {
     WriteAll(path, "[main]\ncount = 0\n");
     Sample s(path);
