@@ -12,7 +12,7 @@ bool IsWingShape(double s0, double s1, double s2) {
 double WingNormalForceCoefficient(double sinAlpha, double aspectRatio) {
     constexpr double kTwoPi = 6.283185307179586;
     constexpr double kSinStall = 0.25881904510252074;  // sin(15 degrees)
-    constexpr double kAtRightAngles = 0.8;
+    constexpr double kAtRightAngles = 1.2;
     const double s = std::clamp(std::abs(sinAlpha), 0.0, 1.0);
     const double slope = kTwoPi * aspectRatio / (aspectRatio + 2.0);
     if (s <= kSinStall) return slope * s;

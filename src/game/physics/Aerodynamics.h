@@ -18,8 +18,9 @@ bool IsWingShape(double s0, double s1, double s2);
 // Normal-force coefficient of a thin wing, in the usual 1/2 rho v^2 S convention, for the sine of
 // the angle between the flow and the plate. Below the stall angle (15 degrees) it is the lifting-
 // line slope 2 pi AR / (AR + 2) times sin(alpha); past it the wing loses 30 % and then rises
-// linearly in sin(alpha) to 0.8 at right angles, which with the plate's own drag surface (0.4)
-// makes the 1.2 of a flat plate across the flow.
+// linearly in sin(alpha) to 1.2 at right angles, the drag of a flat plate across the flow. The
+// force is normal to the plate, so it carries the plate's pressure drag too: a wing's broad face
+// gets no drag surface of its own.
 double WingNormalForceCoefficient(double sinAlpha, double aspectRatio);
 
 }  // namespace game::physics

@@ -297,8 +297,8 @@ void DynamicRigidbody<Entity>::DampInMedium(const EnvironmentPass& pass, const g
 // cells of about kSurfaceCellSize metres (at most kMaxSurfaceCellsPerSide along a side); a cell
 // is exposed when a ray from a random point of it, towards the flow, meets no other collider of
 // the body. An exposed cell gives a drag surface at its centre with the cell's area seen from the
-// flow; on the broad face of a wing it also gives a lift surface with the wing's normal-force
-// coefficient at the present angle of attack. Surfaces sit at cell centres so that a free face
+// flow, or on the broad face of a wing a lift surface with the wing's normal-force coefficient
+// at the present angle of attack (the flip of a face turned away makes the plate two-sided). Surfaces sit at cell centres so that a free face
 // pulls the same way every frame; the random points only decide the partly shadowed cells.
 template <class Entity>
 void DynamicRigidbody<Entity>::ComputeAerodynamicSurfaces(const EnvironmentFunction& function) {
@@ -361,7 +361,7 @@ void DynamicRigidbody<Entity>::AddColliderSurfaces(const entity::ConvexMeshColli
         const glm::dvec3 outward = axis * side;
         const bool lift = wing && k == thin;
         const double liftCoefficient = lift ? 0.5 * WingNormalForceCoefficient(std::abs(cosine), aspectRatio) : 0.0;
-        const bool dragFace = std::abs(cosine) > 1e-6;
+        const bool dragFace = !lift && std::abs(cosine) > 1e-6;
         if (!dragFace && !(liftCoefficient > 0)) continue;
         const int n1 = std::clamp(int(std::ceil(length[k1] / kSurfaceCellSize)), 1, kMaxSurfaceCellsPerSide);
         const int n2 = std::clamp(int(std::ceil(length[k2] / kSurfaceCellSize)), 1, kMaxSurfaceCellsPerSide);
