@@ -68,7 +68,9 @@ TEST(EnvironmentAerodynamics, WingLiftFollowsTheLiftingLine) {
     for (double degrees : {1.0, 4.0, 8.0, 12.0}) {
         const Forces f = WingForce(40, degrees);
         EXPECT_GT(f.force.z, previous) << degrees;
-        if (degrees >= 4) EXPECT_GT(f.force.z, 4 * -f.force.x) << degrees;  // gliding better than 4 to 1
+        if (degrees >= 4) {
+            EXPECT_GT(f.force.z, 4 * -f.force.x) << degrees;  // gliding better than 4 to 1
+        }
         EXPECT_LT(f.force.x, 0);
         previous = f.force.z;
     }
