@@ -84,8 +84,8 @@ public:
     // The document of the last Serialize: {"nodes": [...]}.
     nlohmann::json root;
 
-    Editor() = default;
-    explicit Editor(std::string name) : programName(std::move(name)) {}
+    Editor() { textEditor.SetPalette(GetQuorlPalette()); }
+    explicit Editor(std::string name) : programName(std::move(name)) { textEditor.SetPalette(GetQuorlPalette()); }
 
     graphics::ui::Node* CreateNode(const std::string& title, ImVec2 pos,
                                    const std::vector<UniqueId>& inputs) override;

@@ -1,9 +1,9 @@
 // Editor::Serialize: the program text of a node graph, with the graph on its first line.
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <iostream>
 #include <map>
-#include <regex>
 #include <stdexcept>
 #include <tuple>
 #include <unordered_map>
@@ -526,8 +526,10 @@ bool Editor::Serialize(bool recordHistory) {
         name.resize(name.size() - ending.size());
     for (char& c : name)
         if (c == '-') c = '_';
-    static const std::regex valid("[A-Za-z0-9_]+");
-    if (!std::regex_match(name, valid)) {
+    const bool valid = !name.empty() && std::all_of(name.begin(), name.end(), [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
+    });
+    if (!valid) {
         std::cerr << "Invalid program name: " << programName << "\n";
         return false;
     }

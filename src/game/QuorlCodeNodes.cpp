@@ -2,9 +2,9 @@
 
 #include <imgui_stdlib.h>
 
+#include <cctype>
 #include <cmath>
 #include <cstdio>
-#include <regex>
 #include <stdexcept>
 
 namespace game::QuorlCodeEditor {
@@ -345,8 +345,11 @@ void Editor::OutputNode::DrawInnerContent(ImDrawList*, ImVec2 size_, float) {
 // ---- constants and variables -----------------------------------------------------------------
 
 bool NamedNodeEditing::IsValidName(const std::string& name) {
-    static const std::regex pattern("[A-Za-z][A-Za-z0-9_]*");
-    return std::regex_match(name, pattern);
+    // [A-Za-z][A-Za-z0-9_]*
+    if (name.empty() || !std::isalpha(static_cast<unsigned char>(name[0]))) return false;
+    for (char c : name)
+        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '_') return false;
+    return true;
 }
 
 bool NamedNodeEditing::DrawNamePopup() {

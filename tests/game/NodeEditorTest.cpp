@@ -374,6 +374,9 @@ TEST(NodeEditorInput, EveryNodeKindDraws) {
     editor.zoom = 0.5f;
     for (Node* n : editor.nodes) n->selected = true;
     ui.Frames(editor, 2);
+    ASSERT_TRUE(editor.Serialize(false));
+    ui.Frame(editor, [&] { editor.textEditor.Render("program", ImVec2(300, 200)); });
+    EXPECT_FALSE(editor.textEditor.IsTextChanged());
     for (Node* n : editor.nodes) {
         EXPECT_GE(n->size.x, n->GetMinimumWidth());
         EXPECT_GE(n->size.y, n->GetMinimumHeight());
