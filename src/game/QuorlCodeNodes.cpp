@@ -232,9 +232,11 @@ void Editor::QuorlNodeWithVariableInputCount::DrawContent(ImDrawList* drawList, 
     }
     ImGui::SetCursorPos(ImVec2(start.x, start.y + float(inputs.size()) * 20.0f * scale));
     DrawInnerContent(drawList, size_, scale);
+    // A plus sign in a circle, then the button.
     const ImVec2 at = ImGui::GetCursorScreenPos();
     const float h = ImGui::GetFrameHeight();
-    if (ImGui::Button(("    Add " + InputLabel()).c_str())) OnAddInput();
+    ImGui::SetCursorScreenPos(ImVec2(at.x + h, at.y));
+    if (ImGui::Button(("Add " + InputLabel()).c_str())) OnAddInput();
     const ImVec2 c(at.x + h * 0.5f, at.y + h * 0.5f);
     const float rr = h * 0.3f;
     const ImU32 col = GetIOColor(GetDefaultInputType(), ImGui::IsItemHovered());
