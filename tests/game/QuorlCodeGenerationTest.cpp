@@ -85,8 +85,9 @@ TEST(QuorlCodeGeneration, EmptyAndUnreachedGraphs) {
     // A group that no sink reaches stays in the graph but writes no code.
     auto* neg = Add(e, "NEGATIVE");
     Wire(neg, 0, Add(e, "delay"));
+    Add<Editor::CommentNode>(e, "comment")->comment = "no code";
     EXPECT_EQ(Body(e), "");
-    EXPECT_EQ(e.root["nodes"].size(), 2u);
+    EXPECT_EQ(e.root["nodes"].size(), 3u);
 }
 
 TEST(QuorlCodeGeneration, NumbersAreNormalised) {
