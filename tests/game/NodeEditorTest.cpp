@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <imgui_internal.h>
+
 #include <cmath>
 
 #include "NodeTestHarness.h"
@@ -381,4 +383,55 @@ TEST(NodeEditorInput, EveryNodeKindDraws) {
         EXPECT_GE(n->size.x, n->GetMinimumWidth());
         EXPECT_GE(n->size.y, n->GetMinimumHeight());
     }
+}
+
+TEST(NodeEditorInput, EditNamePopupAcceptsOnlyValidNames) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    auto* k = dynamic_cast<Editor::ConstNumberNode*>(editor.AddNode("const $k = 5", ImVec2(100, 100), {}));
+    ASSERT_NE(k, nullptr);
+    ui.Frame(editor);
+    // Double click on the title.
+    ui.io().MousePos = ImVec2(110, 103);
+    ui.Frame(editor);
+    for (int i = 0; i < 2; ++i) {
+        ui.io().MouseDown[0] = true;
+        ui.Frame(editor);
+        ui.io().MouseDown[0] = false;
+        ui.Frame(editor);
+    }
+    ui.Frames(editor, 2);  // a new popup takes a frame to size and place itself
+    ImGuiWindow* popup = ImGui::GetTopMostPopupModal();
+    ASSERT_NE(popup, nullptr);
+    EXPECT_NE(std::string(popup->Name).find("Edit Name"), std::string::npos);
+    auto okButton = [&] {
+        ImGuiWindow* w = ImGui::GetTopMostPopupModal();
+        return ImVec2(w->ContentRegionRect.Min.x + 4,
+                      w->DC.CursorPos.y - ImGui::GetStyle().ItemSpacing.y - w->DC.PrevLineSize.y / 2);
+    };
+
+    // Into the name field, append "-x": refused, the popup stays with its message.
+    ui.Click(editor, ImVec2(popup->ContentRegionRect.Min.x + 3, popup->ContentRegionRect.Min.y + 3));
+    ui.Key(editor, nodetest::kKeyEnd);
+    ui.io().AddInputCharactersUTF8("-x");
+    ui.Frame(editor);
+    EXPECT_EQ(k->nameEdit, "k-x");
+    ui.Click(editor, okButton());
+    EXPECT_TRUE(k->nameInvalid);
+    EXPECT_EQ(k->name, "k");
+    EXPECT_EQ(k->title, "const $k = 5");
+    ASSERT_NE(ImGui::GetTopMostPopupModal(), nullptr);
+
+    // Back to "k", then "_2": accepted, the title is rebuilt.
+    ui.Click(editor, ImVec2(popup->ContentRegionRect.Min.x + 3, popup->ContentRegionRect.Min.y + 3));
+    ui.Key(editor, nodetest::kKeyEnd);
+    ui.Key(editor, nodetest::kKeyBackspace);
+    ui.Key(editor, nodetest::kKeyBackspace);
+    ui.io().AddInputCharactersUTF8("_2");
+    ui.Frame(editor);
+    ui.Click(editor, okButton());
+    EXPECT_EQ(k->name, "k_2");
+    EXPECT_EQ(k->title, "const $k_2");
+    EXPECT_TRUE(k->dirty);
+    EXPECT_EQ(ImGui::GetTopMostPopupModal(), nullptr);
 }

@@ -13,6 +13,8 @@ namespace nodetest {
 
 // Key numbers as the window layer writes them into io.KeysDown.
 constexpr int kKeyDelete = 261;
+constexpr int kKeyBackspace = 259;
+constexpr int kKeyEnd = 269;
 
 class ImGuiHarness {
 public:
@@ -31,6 +33,8 @@ public:
         io.KeyMap[ImGuiKey_X] = 'X';
         io.KeyMap[ImGuiKey_A] = 'A';
         io.KeyMap[ImGuiKey_Delete] = kKeyDelete;
+        io.KeyMap[ImGuiKey_Backspace] = kKeyBackspace;
+        io.KeyMap[ImGuiKey_End] = kKeyEnd;
         io.MousePos = ImVec2(-FLT_MAX, -FLT_MAX);
     }
     ~ImGuiHarness() { ImGui::DestroyContext(context); }
@@ -68,6 +72,23 @@ public:
             io().MousePos = ImVec2(from.x + (to.x - from.x) * t, from.y + (to.y - from.y) * t);
             Frame(editor);
         }
+    }
+
+    // A press and release of the left button where the mouse is.
+    void Click(game::graphics::ui::NodeEditor& editor, ImVec2 at) {
+        io().MousePos = at;
+        Frame(editor);
+        io().MouseDown[0] = true;
+        Frame(editor);
+        io().MouseDown[0] = false;
+        Frame(editor);
+    }
+
+    void Key(game::graphics::ui::NodeEditor& editor, int key) {
+        io().KeysDown[key] = true;
+        Frame(editor);
+        io().KeysDown[key] = false;
+        Frame(editor);
     }
 
     // Press at `from`, drag to `to`, release there.
