@@ -1,0 +1,122 @@
+#pragma once
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <glm/mat4x4.hpp>
+#include <glm/vec3.hpp>
+
+#include "game/UniqueId.h"
+#include "game/physics/EnvironmentInfo.h"
+#include "quorl/FPSCounter.h"
+
+namespace quorl::graphics {
+class Window;
+}
+namespace quorl::audio {
+class Studio;
+}
+
+namespace game {
+
+// The library's process-wide state and entry points; static members only. The host fills the
+// public statics, calls Start, Ready, then the loop entry points from its own threads while
+// isActive holds, then Quit and Stop.
+class Game {
+public:
+    Game() = delete;
+
+    // One line of the physics debug drawing.
+    struct PhysicsLineDebug {
+        entity::Id entity;
+        glm::dvec3 from{0.0};
+        glm::dvec3 to{0.0};
+        float color[4]{};
+    };
+    // One collider of the physics debug drawing.
+    struct PhysicsColliderDebug {
+        entity::Id entity;
+        glm::dmat4 transform{1.0};
+        glm::vec3 box_min{0.0f};
+        glm::vec3 box_max{0.0f};
+        float color[4]{};
+    };
+
+    using EnvironmentFunction = std::function<physics::EnvironmentInfo(
+        const glm::dvec3&, physics::EnvironmentInfoFlags, const double&)>;
+
+    // Core objects, set by the host.
+    static quorl::graphics::Window* window;
+    static quorl::audio::Studio* audio;
+
+    // Run control.
+    static std::atomic<bool> isActive;
+    static int32_t _mode;
+    static bool _is_server;
+    static std::vector<std::string> _mods;
+    static std::string _current_world;
+    static uint64_t offlineSteamId;
+    static std::string offlineSteamUsername;
+    static bool timeActive;
+    static double timeOffset;
+    static double timestamp;
+    static bool uiVisible;
+    static bool settingsWindowOpen;
+    static bool adminWindowOpen;
+
+    // Input state.
+    static bool _mouseLook;
+    static uint8_t _inputMode;
+    static uint32_t currentMonitorX;
+    static uint32_t currentMonitorY;
+    static double currentMonitorDistance;
+
+    // Timing and diagnostics.
+    static quorl::FPSCounter mainRenderingFramerate;
+    static quorl::FPSCounter serverFramerate;
+    static quorl::FPSCounter inputFramerate;
+    static quorl::FPSCounter gameFramerate;
+    static double serverSideSyncAvgTime;
+    static double serverSidePhysicsAvgTime;
+    static bool serverSideEntityPerformanceMetrics;
+    static std::unordered_map<entity::Id, double> _serverSideEntityPerformance_timers;
+    static std::unordered_map<entity::Id, double> serverSideEntityPerformance_avg_time;
+    static bool debugServerSidePhysics;
+    static bool debugClientSidePhysics;
+    static std::vector<PhysicsLineDebug> physicsDebugLines_front;
+    static std::vector<PhysicsLineDebug> physicsDebugLines_staging;
+    static std::vector<PhysicsLineDebug> physicsDebugLines_back;
+    static std::vector<PhysicsColliderDebug> physicsDebugColliders_front;
+    static std::vector<PhysicsColliderDebug> physicsDebugColliders_staging;
+    static std::vector<PhysicsColliderDebug> physicsDebugColliders_back;
+    static bool physicsDebugCollidersUpdated;
+    static std::mutex physicsDebugMutex;
+    static entity::Id debugGizmoEntityId;
+    static glm::dmat4 debugGizmoTransform;
+    static int debugGizmoOp;
+    static double testSlider;
+
+    // Environment.
+    static entity::EnvironmentId relativeEnvironmentId;
+    static entity::EnvironmentId parentEnvironmentId;
+    static bool environmentIsLoaded;
+    static glm::dmat4 backgroundTransform;
+    static std::unordered_map<entity::EnvironmentId, EnvironmentFunction> _environmentFunctions;
+
+    // Thread hand-over.
+    static std::vector<std::function<void()>> _syncQueue;
+    static std::mutex _syncMutex;
+
+    // Server tick: module hooks, the entity passes and the physics step.
+    static void ServerUpdate(double deltaTime, int substeps);
+    // Posts work for the thread that runs Update. Never call it from queued work.
+    static void Synchronize(std::function<void()> f);
+};
+
+}  // namespace game
