@@ -137,14 +137,6 @@ void BinaryFileStream::Commit() {
     _fd = -1;
     if (::rename(_tempPath.c_str(), _path.c_str()) != 0) Fail("cannot rename the temporary file over");
     _committed = true;
-    // The rename itself must reach the disk for the new file to survive a power cut.
-    std::string folder, name;
-    SplitPath(_path, folder, name);
-    int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dir >= 0) {
-        ::fsync(dir);
-        ::close(dir);
-    }
 }
 
 }  // namespace quorl::filesystem

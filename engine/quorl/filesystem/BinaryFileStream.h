@@ -9,9 +9,10 @@ namespace quorl::filesystem {
 //
 // Read mode opens the file as it is. Write mode never writes the named file in place: it writes a
 // temporary file in the same folder (".<name>.<pid>.<n>.tmp"); Flush() writes the buffer out and
-// forces the data to the disk, and Commit() flushes, renames the temporary file over the named
-// one and forces the folder entry out. So the named file is at every moment either the old file or
-// the new one, whole. A writer destroyed without Commit() removes its temporary file and leaves the
+// forces the data to the disk, and Commit() flushes and renames the temporary file over the named
+// one. So the named file is at every moment either the old file or the new one, whole, also after
+// a power cut (the data is on the disk before the rename). The folder itself is not synced per
+// file: after a power cut the last renames may be undone, leaving the previous whole file. A writer destroyed without Commit() removes its temporary file and leaves the
 // named file alone.
 class BinaryFileStream : public Stream {
 public:
