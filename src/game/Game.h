@@ -13,6 +13,7 @@
 #include <glm/vec3.hpp>
 
 #include "game/UniqueId.h"
+#include "game/graphics/ui/InventoryUi.h"
 #include "game/physics/EnvironmentInfo.h"
 #include "quorl/FPSCounter.h"
 
@@ -22,8 +23,19 @@ class Window;
 namespace quorl::audio {
 class Studio;
 }
+namespace game::graphics {
+class GameRenderer;
+}
+namespace game::audio {
+class EnvironmentAudio;
+}
+namespace game::input {
+class Joystick;
+}
 
 namespace game {
+
+class GameSettings;
 
 // The library's process-wide state and entry points; static members only. The host fills the
 // public statics, calls Start, Ready, then the loop entry points from its own threads while
@@ -48,12 +60,14 @@ public:
         float color[4]{};
     };
 
-    using EnvironmentFunction = std::function<physics::EnvironmentInfo(
-        const glm::dvec3&, physics::EnvironmentInfoFlags, const double&)>;
+    using EnvironmentFunction = physics::EnvironmentFunction;
 
-    // Core objects, set by the host.
+    // Core objects, set by the host (environmentAudio is made by Start).
+    static graphics::GameRenderer* renderer;
     static quorl::graphics::Window* window;
     static quorl::audio::Studio* audio;
+    static audio::EnvironmentAudio* environmentAudio;
+    static GameSettings* settings;
 
     // Run control.
     static std::atomic<bool> isActive;
@@ -72,7 +86,11 @@ public:
 
     // Input state.
     static bool _mouseLook;
-    static uint8_t _inputMode;
+    static uint8_t _inputMode;  // 0 user interface, 1 play, 2 station
+    static std::map<int, std::shared_ptr<input::Joystick>> _joysticks;
+    static std::shared_ptr<graphics::ui::InventoryUi::Tool> activeTool;
+    static std::shared_ptr<graphics::ui::InventoryUi::Item> activeItem;
+    static std::shared_ptr<graphics::ui::InventoryUi> userInventory;
     static uint32_t currentMonitorX;
     static uint32_t currentMonitorY;
     static double currentMonitorDistance;
@@ -113,10 +131,47 @@ public:
     static std::vector<std::function<void()>> _syncQueue;
     static std::mutex _syncMutex;
 
-    // Server tick: module hooks, the entity passes and the physics step.
+    // Entry points, in the order of a run.
+    static void LoadFonts();
+    static void SetupUiStyle();
+    static void Start();
+    static void Ready();
+    // The argument is ignored: the time base is the rendering loop's frame time, smoothed.
+    static void Update(double ignored);
+    static void ClientUpdate();
+    static void InputUpdate(double deltaTime);
+    static void InputUpdate_Play(double deltaTime);
+    static void InputUpdate_Station(double deltaTime);
+    // Server tick: module hooks, the entity passes and the physics step (substeps per tick).
     static void ServerUpdate(double deltaTime, int substeps);
+    static void Stop();
+    // From any thread: ends the loops at their next test of isActive.
+    static void Quit() noexcept;
+
     // Posts work for the thread that runs Update. Never call it from queued work.
     static void Synchronize(std::function<void()> f);
+
+    static void SetMouseLook(bool on);
+    static void SetInputMode_Ui();
+    static void SetInputMode_Play();
+    static void SetInputMode_Station();
+    static void Play();
+    static void Pause();
+
+    // Twice the user interface's global font scale.
+    static float GetUiScaling();
+    // Opens the play view's help window when tooltips are wanted; the caller appends lines.
+    static bool ShowHelpTooltip();
+    // "Game Mode: Creative", "Game Mode: Adventure" or "Game Mode: Survival" for _mode.
+    static const char* GetModeName();
+
+    // Devices of _joysticks in key order, connected only. A joystick is not a gamepad and has at
+    // least 2 axes. Null when nothing fits.
+    static std::shared_ptr<input::Joystick> GetFirstJoystick();
+    static std::shared_ptr<input::Joystick> GetFirstGamepad();
+    static std::shared_ptr<input::Joystick> GetJoystick(int index);
+    static std::shared_ptr<input::Joystick> GetJoystick(const std::string& guid, int index);
+    static std::shared_ptr<input::Joystick> GetGamepad(const std::string& guid, int index);
 };
 
 }  // namespace game
