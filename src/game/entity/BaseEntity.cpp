@@ -3,14 +3,46 @@
 #include <cmath>
 #include <limits>
 
+#include <mutex>
+#include <unordered_map>
+
 #include <glm/gtc/matrix_transform.hpp>
+
+#include "game/entity/EntityConfig.h"
 
 #include "quorl/cpu/Profiler.h"
 
 namespace game::entity {
 
+void BaseEntity::ReadConfigOnce(const std::shared_ptr<EntityConfig>& cfg) {
+    if (!cfg) return;
+    // The configuration objects that have been read, by address; a weak pointer tells a live
+    // object from a new one at a reused address.
+    static std::mutex mutex;
+    static std::unordered_map<const EntityConfig*, std::weak_ptr<EntityConfig>> read;
+    std::lock_guard lock(mutex);
+    auto it = read.find(cfg.get());
+    if (it != read.end() && !it->second.expired()) return;
+    cfg->ReadConfig();
+    read[cfg.get()] = cfg;
+}
+
 void BaseEntity::InitNodes() {
     if (!config) return;
+    mass = config->mass;
+    for (const auto& [name, record] : config->joints) {
+        nodeTransforms[name] = config->GetAbsoluteTransform(name);
+        Joint& joint = joints[name];
+        joint.position = record.linear[1];
+        joint.rotation = record.angular[1];
+    }
+    for (const auto& [name, record] : config->colliders) {
+        glm::dmat4 transform = config->GetAbsoluteTransform(name);
+        nodeTransforms[name] = transform;
+        colliders[name] = EntityConfig::MakeCollider(record, transform);
+    }
+    for (const auto& [name, record] : config->adapters) nodeTransforms[name] = config->GetAbsoluteTransform(name);
+    for (const auto& [name, record] : config->targets) nodeTransforms[name] = config->GetAbsoluteTransform(name);
     UpdateBoundingBox(true);
 }
 

@@ -47,6 +47,10 @@ public:
     bool isDetachable = false;
     bool isComponent = false;
 
+    // Reads a model's file once, by the first entity that needs it (thread-safe); later calls for
+    // the same object do nothing.
+    static void ReadConfigOnce(const std::shared_ptr<EntityConfig>& config);
+
     BaseEntity() = default;
     virtual ~BaseEntity() = default;
 

@@ -1,5 +1,6 @@
 #include "game/entity/ClientSideEntity.h"
 
+#include "game/entity/EntityConfig.h"
 #include "game/entity/Registry.h"
 #include "quorl/Assert.h"
 
@@ -21,7 +22,10 @@ ClientSideEntity::ClientSideEntity(Id id_, const quorl::modular::ModuleID& modul
     if (record == module->second.end()) return;
     _interface = record->second.factory ? record->second.factory() : nullptr;
     QUORL_ASSERT(_interface);
-    if (record->second.config) config = record->second.config;
+    if (record->second.config) {
+        ReadConfigOnce(record->second.config);
+        config = record->second.config;
+    }
     InitNodes();
 }
 
@@ -62,6 +66,7 @@ void ClientSideEntity::PhysicsUpdate(double) {
 
 void ClientSideEntity::Update(double deltaTime) {
     if (_interface) _interface->Update(deltaTime);
+    if (config && (nodesMoved || jointsMoved)) config->jointSolver(this);
     BaseEntity::Update(deltaTime);
 }
 

@@ -11,6 +11,7 @@
 #include <glm/gtc/quaternion.hpp>
 
 #include "game/Game.h"
+#include "game/entity/EntityConfig.h"
 #include "game/entity/Registry.h"
 #include "quorl/Assert.h"
 #include "quorl/cpu/Profiler.h"
@@ -146,7 +147,10 @@ void ServerSideEntity::ResolveInterface() {
     if (record == module->second.end()) return;
     _interface = record->second.factory ? record->second.factory() : nullptr;
     QUORL_ASSERT_AT(_interface, kSourcePath, 21);
-    if (record->second.config) config = record->second.config;
+    if (record->second.config) {
+        ReadConfigOnce(record->second.config);
+        config = record->second.config;
+    }
     InitNodes();
 }
 
@@ -253,6 +257,7 @@ void ServerSideEntity::Update(double deltaTime) {
         quorl::cpu::Profiler inner(ScopeNamesOf(type).update, true);
         _interface->Update(deltaTime);
     }
+    if (config && (nodesMoved || jointsMoved)) config->jointSolver(this);
     BaseEntity::Update(deltaTime);
 }
 
