@@ -64,6 +64,14 @@ void ClientSideEntity::PhysicsUpdate(double) {
     ForEach([](std::shared_ptr<ClientSideEntity> e) { e->nodesMoved = false; });
 }
 
+void ClientSideEntity::InitNodes() {
+    if (!config) return;
+    BaseEntity::InitNodes();
+    for (const auto& [name, record] : config->renderables) nodeTransforms[name] = config->GetAbsoluteTransform(name);
+    for (const auto& [name, record] : config->cameras) nodeTransforms[name] = config->GetAbsoluteTransform(name);
+    for (auto& [name, collider] : colliders) collider.name = name;
+}
+
 void ClientSideEntity::Update(double deltaTime) {
     if (_interface) _interface->Update(deltaTime);
     if (config && (nodesMoved || jointsMoved)) config->jointSolver(this);

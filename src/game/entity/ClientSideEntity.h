@@ -66,6 +66,8 @@ public:
     // are consumed here once per frame.
     static void PhysicsUpdate(double deltaTime);
 
+    // The base nodes, then the renderables' and cameras' transforms; colliders take their names.
+    void InitNodes() override;
     void Update(double deltaTime) override;
     virtual void AfterUpdate(double deltaTime);
     virtual void Ui();

@@ -90,6 +90,9 @@ TEST_F(EntityNodes, ClientEntityFromTheSameModel) {
     EXPECT_EQ(config->reads, 1);
     EXPECT_EQ(c->mass, 850.0);
     EXPECT_EQ(c->colliders.size(), 3u);
+    EXPECT_TRUE(c->nodeTransforms.count("body"));  // renderables and cameras on this side
+    EXPECT_TRUE(c->nodeTransforms.count("driver"));
+    EXPECT_EQ(c->colliders["boom"].name, "boom");
     EXPECT_EQ(ClientSideEntity::Get(c->id), c);
     EXPECT_THROW(ClientSideEntity::Create(c->id, ModuleID(kModule), "rover"), std::runtime_error);
     // An unknown kind is a bare body.
