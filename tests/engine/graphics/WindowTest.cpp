@@ -53,3 +53,22 @@ TEST(GraphicsWindow, JoysticksBySlot) {
     EXPECT_FALSE(w.GetGamepadState(3, state));
     EXPECT_EQ(w.GetJoystickButtons(3, count), nullptr);
 }
+
+#include <cstdlib>
+#include <stdexcept>
+
+#include "quorl/graphics/GlfwWindow.h"
+
+// Without a display the desktop window fails with an error, never a crash; with one, it starts
+// focused state from the system and keeps the headless contract for queued requests.
+TEST(GraphicsWindow, GlfwWindowFailsCleanlyOrWorks) {
+    try {
+        GlfwWindow w(320, 200, "Zendola test");
+        w.SetInputMode(CURSOR, CURSOR_DISABLED);
+        EXPECT_EQ(w.GetInputMode(CURSOR), CURSOR_DISABLED);
+        w.PollEvents();
+        EXPECT_FALSE(w.ShouldClose());
+    } catch (const std::runtime_error& e) {
+        EXPECT_NE(std::string(e.what()).find("GLFW"), std::string::npos) << e.what();
+    }
+}
