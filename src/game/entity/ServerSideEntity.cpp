@@ -78,7 +78,7 @@ void WriteQuat(quorl::filesystem::Stream& out, const glm::dquat& q) {
 }
 
 glm::dquat ReadQuat(quorl::filesystem::Stream& in) {
-    double w, x, y, z;
+    double w = 0, x = 0, y = 0, z = 0;
     in.Read(w);
     in.Read(x);
     in.Read(y);
@@ -462,8 +462,8 @@ void ServerSideEntity::SerializeCheckpoint() {
 void ServerSideEntity::DeserializeCheckpoint() {
     QUORL_ASSERT(_interface);
     // Everything is read before anything is applied, so a bad file changes nothing.
-    glm::dvec3 newPosition, newVelocity, newAngularVelocity;
-    glm::dquat newRotation;
+    glm::dvec3 newPosition(0.0), newVelocity(0.0), newAngularVelocity(0.0);
+    glm::dquat newRotation(1.0, 0.0, 0.0, 0.0);
     Id newParent;
     EnvironmentId newRelative = 0, newParentEnvironment = 0;
     bool newDetachable = false;
