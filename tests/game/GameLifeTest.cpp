@@ -48,6 +48,7 @@ Counts RunLoops(int ticks) {
     std::atomic<int> posted{0};
     std::atomic<int> ran{0}, wrongThread{0};
     std::atomic<std::thread::id> gameThread;
+    std::atomic<bool> inputDone{false};
     Game::isActive = true;
     std::thread render([&] {
         while (Game::isActive) {
@@ -64,6 +65,7 @@ Counts RunLoops(int ticks) {
             Game::gameFramerate.Tick();
             ++c.updates;
         }
+        while (!inputDone) std::this_thread::yield();
         Game::Update(0);  // runs what was posted last
     });
     std::thread input([&] {
@@ -82,6 +84,7 @@ Counts RunLoops(int ticks) {
             }
             ++c.inputs;
         }
+        inputDone = true;
     });
     std::thread server([&] {
         for (int i = 0; i < ticks && Game::isActive; ++i) {
