@@ -1,5 +1,6 @@
 #include "quorl/graphics/GlfwWindow.h"
 
+#include <cstdlib>
 #include <dlfcn.h>
 #include <stdexcept>
 
@@ -46,6 +47,9 @@ void Bind(void* library, const char* name, F& f) {
 }  // namespace
 
 GlfwWindow::GlfwWindow(int width, int height, const std::string& title) {
+    // GLFW's own failure path without a display leaves the window system's allocations behind.
+    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
+        throw std::runtime_error("cannot initialise GLFW: no display (DISPLAY and WAYLAND_DISPLAY are unset)");
     _library = ::dlopen("libglfw.so.3", RTLD_NOW | RTLD_LOCAL);
     if (!_library) throw std::runtime_error(std::string("cannot load GLFW: ") + ::dlerror());
     _api = new Api();
