@@ -377,7 +377,9 @@ TEST_F(ConfigFileTest, ReloadThreadPicksUpFinishedWritesOnly) {
 
     ReplaceFile(path, "[main]\ncount = 2\nratio = 2\n");
     ASSERT_TRUE(WaitFor([&] { return s.GetReloadCount() >= 1; }));
+    s.StopAutoReloadThread();  // the fields are read here with no reload running
     EXPECT_EQ(s.count, 2);
+    s.StartAutoReloadThread();
 
     // Written in place in two parts: nothing is read before the writer closes the file.
     const uint64_t before = s.GetReloadCount();
@@ -416,6 +418,22 @@ TEST_F(ConfigFileTest, OwnSavesDoNotReloadAndOptionZeroDisablesWatching) {
     Sample off(path, 0);
     off.StartAutoReloadThread();
     EXPECT_FALSE(off.IsAutoReloadThreadRunning());
+}
+
+TEST_F(ConfigFileTest, PollsWhenTheFolderCannotBeWatched) {
+    // The folder doesn't exist when watching begins, so the file's identity is polled.
+    const std::string later = dir + "/later/settings.ini";
+    Sample s(later);
+    testing::internal::CaptureStderr();
+    s.ReadConfig();
+    testing::internal::GetCapturedStderr();
+    s.StartAutoReloadThread();
+    std::filesystem::create_directory(dir + "/later");
+    ReplaceFile(later, "[main]\ncount = 11\n");
+    ASSERT_TRUE(WaitFor([&] { return s.GetReloadCount() >= 1; }));
+    s.StopAutoReloadThread();
+    EXPECT_EQ(s.count, 11);
+    EXPECT_EQ(s.GetReloadCount(), 1u);
 }
 
 TEST_F(ConfigFileTest, ConcurrentSavesAndReloads) {

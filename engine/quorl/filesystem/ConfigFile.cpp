@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -544,19 +545,33 @@ void ConfigFile::StopAutoReloadThread() {
 }
 
 void ConfigFile::ReloadLoop() {
+    using Clock = std::chrono::steady_clock;
+    constexpr auto kSettle = std::chrono::milliseconds(250);
     const std::string name = Filename();
     const int inotifyFd = _inotifyFd;
     const bool polling = inotifyFd < 0;
+    // A change that no close or rename event announces (one made before the watch began, or any
+    // change when polling) is taken once the file has stayed the same for kSettle.
     Identity pending;
     bool havePending = false;
-    // A version written between the last read and the start of the watch counts as a change.
-    bool check = !polling;
-    for (;; check = false) {
+    Clock::time_point pendingSince;
+    {
+        std::lock_guard lock(_mutex);
+        const Identity current = CurrentIdentity();
+        if (!(current == _seenIdentity)) {
+            pending = current;
+            havePending = true;
+            pendingSince = Clock::now();
+        }
+    }
+    for (;;) {
         pollfd fds[2] = {{_stopPipe[0], POLLIN, 0}, {inotifyFd, POLLIN, 0}};
-        int r = ::poll(fds, polling ? 1 : 2, check ? 0 : (polling ? 250 : -1));
+        const int timeout = polling || havePending ? 50 : -1;
+        int r = ::poll(fds, polling ? 1 : 2, timeout);
         if (r < 0 && errno == EINTR) continue;
         if (r < 0 || (fds[0].revents & (POLLIN | POLLHUP | POLLERR))) break;
 
+        bool check = false;
         if (!polling && (fds[1].revents & POLLIN)) {
             alignas(inotify_event) char buf[16384];
             for (;;) {
@@ -572,21 +587,24 @@ void ConfigFile::ReloadLoop() {
         // Looked at under the lock, so that a save in progress is either not begun or complete.
         std::unique_lock lock(_mutex);
         const Identity current = CurrentIdentity();
-        if (polling) {
-            // A version counts as finished once it has stayed the same for a whole interval.
-            if (current == _seenIdentity) {
-                havePending = false;
-            } else if (havePending && current == pending) {
-                check = true;
-            } else {
+        if (current == _seenIdentity) {
+            havePending = false;
+            continue;
+        }
+        if (!check && (polling || havePending)) {
+            if (!havePending || !(current == pending)) {
                 pending = current;
                 havePending = true;
+                pendingSince = Clock::now();
+            } else if (Clock::now() - pendingSince >= kSettle) {
+                check = true;
             }
         }
-        if (!check || !current.exists || current == _seenIdentity) continue;
+        if (!check) continue;
         _seenIdentity = current;
-        lock.unlock();
         havePending = false;
+        if (!current.exists) continue;  // a deleted file leaves the values as they are
+        lock.unlock();
         try {
             ReadConfig();
         } catch (const std::exception& e) {

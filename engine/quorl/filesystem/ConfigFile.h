@@ -43,11 +43,13 @@ namespace quorl::filesystem {
 // report once per version of the file), and the fields concerned keep their values. WriteToINI
 // never replaces a file that it could not read as text.
 //
-// Auto-reload: StartAutoReloadThread watches the file (inotify on its folder; a check of the
-// file's identity four times a second where inotify is unavailable) and calls ReadConfig on the
-// watching thread when another program has finished writing a new version: only after the
-// writer closed the file or renamed it into place, so a half-written file is never read. The
-// file's own saves through WriteToINI don't trigger a reload. A derived class that starts the
+// Auto-reload: StartAutoReloadThread watches the file (inotify on its folder) and calls
+// ReadConfig on the watching thread when another program has finished writing a new version:
+// after the writer closed the file or renamed it into place, so a half-written file is not read.
+// A change that no such event announces (made before the watch began, or any change where
+// inotify is unavailable and the file's identity is polled instead) is read once the file has
+// stayed unchanged for a quarter of a second. The file's own saves through WriteToINI don't
+// trigger a reload. A derived class that starts the
 // thread must stop it in its own destructor, before its fields go away.
 class ConfigFile : public FilePath {
 public:
