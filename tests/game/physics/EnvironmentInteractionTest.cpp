@@ -8,6 +8,7 @@
 
 #include <glm/gtc/matrix_transform.hpp>
 
+#include "game/entity/ServerSideEntity.h"
 #include "game/physics/EnvironmentRandom.h"
 #include "game/physics/EnvironmentWorld.h"
 #include "game/physics/PhysicsTestEntity.h"
@@ -21,6 +22,9 @@ using physics_test::EnvironmentWorld;
 using physics_test::MakeBoxEntity;
 using physics_test::PhysicsTestEntity;
 using Body = DynamicRigidbody<PhysicsTestEntity>;
+
+// The physics step uses bodies of the server-side entity: all members must build with it.
+template class game::physics::DynamicRigidbody<game::entity::ServerSideEntity>;
 
 namespace {
 
