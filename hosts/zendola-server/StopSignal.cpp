@@ -7,7 +7,16 @@ namespace host {
 namespace {
 volatile std::sig_atomic_t g_stopSignal = 0;
 
-extern "C" void OnStopSignal(int signal) { g_stopSignal = signal; }
+// A second request while the server is still stopping (saving, say) ends the process at once
+// with the signal's default action: the user insists.
+extern "C" void OnStopSignal(int signal) {
+    if (g_stopSignal != 0) {
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+        return;
+    }
+    g_stopSignal = signal;
+}
 }  // namespace
 
 void InstallStopHandlers() {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <csignal>
 
 #include "ProgressMeter.h"
@@ -73,4 +76,20 @@ TEST(ServerHostStopSignal, SigintAndSigtermRaiseTheFlagWithoutEndingTheProcess) 
     host::ClearStopRequest();
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
+}
+
+TEST(ServerHostStopSignal, ASecondSignalWhileStoppingEndsTheProcess) {
+    pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        host::InstallStopHandlers();
+        std::raise(SIGINT);
+        if (!host::StopRequested()) _exit(3);
+        std::raise(SIGINT);
+        _exit(4);  // not reached when the second signal ends the process
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "exit status " << WEXITSTATUS(status);
+    EXPECT_EQ(WTERMSIG(status), SIGINT);
 }
