@@ -1,6 +1,6 @@
 // zendola-server: the dedicated server host of the library. See ServerHost.h for the run.
-#include <unistd.h>
 
+#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <string>
@@ -31,5 +31,11 @@ int main(int argc, char** argv) {
     }
     host::InstallStopHandlers();
     host::ServerHost server(options, std::cout, std::cerr);
-    return server.Run();
+    try {
+        return server.Run();
+    } catch (const std::exception& e) {
+        // A module that throws while starting or stopping: the world is not saved by this run.
+        std::cerr << "zendola-server: stopped by an error: " << e.what() << std::endl;
+        return 1;
+    }
 }

@@ -1,7 +1,5 @@
 #include "ServerHost.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>

@@ -202,7 +202,8 @@ std::string ServerUsage(const std::string& program) {
       << "entities, and the physics time per tick in milliseconds.\n"
       << "\n"
       << "Exit status: 0 after a clean stop (the world is saved); 2 for a bad command line; 1 when a\n"
-      << "module folder or module is missing or the save can't be read (no save file is touched).\n";
+      << "module folder or module is missing or the save can't be read (no save file is touched), or\n"
+      << "when a tick failed (the world is still saved).\n";
     return s.str();
 }
 
