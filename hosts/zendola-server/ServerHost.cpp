@@ -252,8 +252,9 @@ int ServerHost::Run() {
     else
         _out << "World '" << _options.world << "': new world, " << start.entities << " entities created"
              << std::endl;
-    _out << "Running " << start.entities << " entities (" << start.bodies << " bodies) at " << _options.rate
-         << " ticks/s with " << _options.substeps << " physics sub-steps"
+    _out << "Running " << start.entities << " entities (" << start.bodies << " bodies) "
+         << (_options.unpaced ? "unpaced, " : "at ") << _options.rate << " ticks/s of simulated time with "
+         << _options.substeps << " physics sub-steps"
          << (_options.ticks ? ", for " + std::to_string(_options.ticks) + " ticks" : std::string(", until Ctrl+C"))
          << std::endl;
 
