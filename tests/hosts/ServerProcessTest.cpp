@@ -194,6 +194,22 @@ TEST_F(ServerProcess, AnUnreadableSaveStopsTheRunAndTouchesNoFile) {
     EXPECT_EQ(SaveFiles(), files);
 }
 
+TEST_F(ServerProcess, AWorldRunWithoutItsContentModuleKeepsItsEntitiesForLater) {
+    const std::string poses1 = (root / "poses1.txt").string(), poses3 = (root / "poses3.txt").string();
+    ASSERT_EQ(RunToEnd("first", {"--ticks", "5", "--unpaced", "--poses", poses1}), 0) << Err("first");
+    std::map<std::string, std::string> files = SaveFiles();
+    ASSERT_EQ(files.size(), 13u);
+
+    // The entity kinds are unknown without the content module: nothing is restored, no scene is
+    // made over the old world, and the files stay as they were.
+    ASSERT_EQ(RunToEnd("bare", {"--ticks", "5", "--unpaced", "--content="}), 0) << Err("bare");
+    EXPECT_NE(Err("bare").find("demo.ZENDOLA_Mod is not loaded"), std::string::npos) << Err("bare");
+    EXPECT_EQ(SaveFiles(), files);
+
+    ASSERT_EQ(RunToEnd("third", {"--ticks", "1", "--unpaced", "--poses", poses3}), 0) << Err("third");
+    EXPECT_EQ(ReadPoses(poses3, "loaded"), ReadPoses(poses1, "saved"));
+}
+
 TEST_F(ServerProcess, BadCommandLinesAndMissingModulesFailBeforeAnySave) {
     EXPECT_EQ(RunToEnd("option", {"--ticks", "ten"}), 2);
     EXPECT_NE(Err("option").find("option --ticks: 'ten'"), std::string::npos) << Err("option");
