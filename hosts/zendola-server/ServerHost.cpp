@@ -1,5 +1,7 @@
 #include "ServerHost.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -196,13 +198,30 @@ int ServerHost::Loop() {
     return 0;
 }
 
-size_t ServerHost::SaveWorld() {
-    size_t saved = 0;
+bool ServerHost::SaveWorld() {
+    // The state file of every entity that asks to be saved must be written by this unload. Files
+    // are replaced by renaming a new file over them, so a written file has a new inode.
+    std::vector<std::pair<std::string, ino_t>> files;  // path, inode before (0: none)
     ServerSideEntity::ForEach([&](std::shared_ptr<ServerSideEntity> e) {
-        if (e->saveOnUnload && !e->isComponent) ++saved;
+        if (!e->saveOnUnload || e->isComponent) return;
+        std::string path = e->GetStateSaveFile();
+        struct stat st {};
+        files.emplace_back(path, ::stat(path.c_str(), &st) == 0 ? st.st_ino : 0);
     });
     ServerSideEntity::UnloadAllEntities();
-    return saved;
+    size_t failed = 0;
+    for (const auto& [path, inodeBefore] : files) {
+        struct stat st {};
+        if (::stat(path.c_str(), &st) != 0 || st.st_ino == inodeBefore) ++failed;
+    }
+    if (failed) {
+        _err << "zendola-server: could not save " << failed << " of " << files.size() << " entities of world '"
+             << _options.world << "' to " << SaveFolder() << std::endl;
+        return false;
+    }
+    _out << "Saved " << files.size() << " entities of world '" << _options.world << "' to " << SaveFolder()
+         << std::endl;
+    return true;
 }
 
 void ServerHost::Shutdown() {
@@ -260,8 +279,7 @@ int ServerHost::Run() {
 
     int status = Loop();
     WritePoses("saved");
-    size_t saved = SaveWorld();
-    _out << "Saved " << saved << " entities of world '" << _options.world << "' to " << SaveFolder() << std::endl;
+    if (!SaveWorld()) status = 1;
     Shutdown();
     return status;
 }

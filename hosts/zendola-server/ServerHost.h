@@ -37,7 +37,8 @@ private:
     bool LoadWorld();
     void CallServerLoad();
     int Loop();
-    size_t SaveWorld();
+    // Unloads every entity; false, with a message, when a state file that should be written was not.
+    bool SaveWorld();
     void Shutdown();
     void WritePoses(const char* label);
     void AbandonWorld();

@@ -203,7 +203,7 @@ std::string ServerUsage(const std::string& program) {
       << "\n"
       << "Exit status: 0 after a clean stop (the world is saved); 2 for a bad command line; 1 when a\n"
       << "module folder or module is missing or the save can't be read (no save file is touched), or\n"
-      << "when a tick failed (the world is still saved).\n";
+      << "when a tick failed (the world is still saved) or an entity could not be saved.\n";
     return s.str();
 }
 

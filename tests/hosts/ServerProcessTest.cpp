@@ -210,6 +210,17 @@ TEST_F(ServerProcess, AWorldRunWithoutItsContentModuleKeepsItsEntitiesForLater) 
     EXPECT_EQ(ReadPoses(poses3, "loaded"), ReadPoses(poses1, "saved"));
 }
 
+TEST_F(ServerProcess, AWorldThatCannotBeSavedEndsWithAnError) {
+    // A file where the save folder should be: no entity file can be written.
+    fs::create_directories(saves.parent_path());
+    { std::ofstream(saves) << "in the way"; }
+    EXPECT_EQ(RunToEnd("blocked", {"--ticks", "3", "--unpaced"}), 1);
+    EXPECT_NE(Err("blocked").find("could not save 13 of 13 entities of world 'demo'"), std::string::npos)
+        << Err("blocked");
+    EXPECT_EQ(Out("blocked").find("Saved"), std::string::npos) << Out("blocked");
+    EXPECT_EQ(ReadFile(saves), "in the way");
+}
+
 TEST_F(ServerProcess, BadCommandLinesAndMissingModulesFailBeforeAnySave) {
     EXPECT_EQ(RunToEnd("option", {"--ticks", "ten"}), 2);
     EXPECT_NE(Err("option").find("option --ticks: 'ten'"), std::string::npos) << Err("option");
