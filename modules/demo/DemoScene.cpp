@@ -57,8 +57,9 @@ size_t SpawnScene() {
     add("buoy", {130, 2, 0});
     // The vehicle stands on the ground beside the slab; its chassis collider is 0.2 m above its origin.
     add("vehicle", {-20, 0.0, 0});
-    // The glider flies out towards the sea from 60 m, at 25 m/s.
-    add("glider", {-40, 60, 5}, glm::dquat(1, 0, 0, 0), {25, 0, 0});
+    // The glider is launched from 60 m at 25 m/s, leading edge first: the wing's chord runs along
+    // the model's Y axis (forward), which is the game's -z.
+    add("glider", {-40, 60, 5}, glm::dquat(1, 0, 0, 0), {0, 0, -25});
     return made;
 }
 
