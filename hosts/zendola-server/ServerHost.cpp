@@ -174,6 +174,7 @@ int ServerHost::Loop() {
     ProgressMeter progress(_options.progressInterval);
     uint64_t tick = 0;
     double now = SteadySeconds();
+    double lastSave = now;
     pacer.Start(now);
     progress.Start(now, 0);
     Game::isActive = true;
@@ -188,6 +189,10 @@ int ServerHost::Loop() {
         Game::serverFramerate.Tick();
         now = SteadySeconds();
         if (progress.Due(now)) _out << progress.Line(now, Sample(tick)) << std::endl;
+        if (_options.autosaveInterval > 0 && now - lastSave >= _options.autosaveInterval) {
+            Autosave();
+            lastSave = now = SteadySeconds();
+        }
         double wait = pacer.Next(now);
         if (!_options.unpaced) SleepUnlessStopped(wait);
     }
@@ -222,6 +227,23 @@ bool ServerHost::SaveWorld() {
     _out << "Saved " << files.size() << " entities of world '" << _options.world << "' to " << SaveFolder()
          << std::endl;
     return true;
+}
+
+void ServerHost::Autosave() {
+    size_t saved = 0, failed = 0;
+    ServerSideEntity::ForEach([&](std::shared_ptr<ServerSideEntity> e) {
+        if (!e->saveOnUnload || e->isComponent) return;
+        try {
+            e->Serialize();
+            ++saved;
+        } catch (const std::exception& error) {
+            ++failed;
+            _err << "zendola-server: autosave of entity " << e->id.ToString() << " failed, its previous file is kept: "
+                 << error.what() << std::endl;
+        }
+    });
+    _out << "Autosaved " << saved << " entities" << (failed ? " (" + std::to_string(failed) + " failed)" : "")
+         << std::endl;
 }
 
 void ServerHost::Shutdown() {

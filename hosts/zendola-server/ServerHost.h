@@ -14,7 +14,8 @@ namespace host {
 //   3. ServerSideEntity::LoadAllEntities restores the world; then each server module's
 //      Server_Load export, called as void(), lets it fill an empty world;
 //   4. Game::ServerUpdate(1 / rate, substeps) at the tick rate until --ticks, a stop signal or
-//      Game::Quit, with a progress line every interval;
+//      Game::Quit, with a progress line every interval and, with --autosave, the state files of
+//      the entities written again every autosave interval (between ticks);
 //   5. ServerSideEntity::UnloadAllEntities saves, Game::Stop, the server modules are released.
 // A missing run folder, modules/ folder or module, or a save that can't be read, ends the run
 // with status 1 before any save file is written.
@@ -39,6 +40,8 @@ private:
     int Loop();
     // Unloads every entity; false, with a message, when a state file that should be written was not.
     bool SaveWorld();
+    // Writes the state file of every entity that asks to be saved, keeping them all loaded.
+    void Autosave();
     void Shutdown();
     void WritePoses(const char* label);
     void AbandonWorld();

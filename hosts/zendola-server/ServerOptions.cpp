@@ -120,6 +120,13 @@ ParseResult ParseServerOptions(const std::vector<std::string>& args) {
              o.progressInterval = s;
              return "";
          }},
+        {"--autosave",
+         [&](const std::string& v) -> std::string {
+             double s = 0;
+             if (!ParseNumber(v, s) || s < 0 || s > 86400) return "is not a number of seconds between 0 and 86400";
+             o.autosaveInterval = s;
+             return "";
+         }},
         {"--poses",
          [&](const std::string& v) -> std::string {
              if (v.empty()) return "is empty";
@@ -192,6 +199,9 @@ std::string ServerUsage(const std::string& program) {
       << "  --dir DIR         run folder: holds modules/, and saves go to DIR/../Zendola-data\n"
       << "                    (default: the folder of this program)\n"
       << "  --progress SEC    seconds between progress lines; 0 prints none (default " << d.progressInterval
+      << ")\n"
+      << "  --autosave SEC    also save the world every SEC seconds while running, so that a crash\n"
+      << "                    loses at most that much; 0 saves only on exit (default " << d.autosaveInterval
       << ")\n"
       << "  --unpaced         run ticks back to back instead of at the tick rate (simulated time is\n"
       << "                    still 1/HZ per tick)\n"

@@ -15,6 +15,7 @@ struct ServerOptions {
     std::vector<std::string> content{"demo"};      // ZENDOLA_Mod modules, loaded by Game::Start
     std::string directory;                         // run folder holding modules/; empty: beside the program
     double progressInterval = 1.0;                 // seconds between progress lines; 0: none
+    double autosaveInterval = 0.0;                 // seconds between saves while running; 0: none
     bool unpaced = false;                          // tick as fast as possible, dt stays 1 / rate
     std::string posesFile;                         // where to write the poses after loading and before saving
     bool help = false;

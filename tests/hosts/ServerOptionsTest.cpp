@@ -14,13 +14,14 @@ TEST(ServerHostOptions, DefaultsRunTheDemoWorldUntilStopped) {
     EXPECT_EQ(r.options.modules, std::vector<std::string>{"demo"});
     EXPECT_EQ(r.options.content, std::vector<std::string>{"demo"});
     EXPECT_FALSE(r.options.unpaced);
+    EXPECT_EQ(r.options.autosaveInterval, 0.0);
     EXPECT_FALSE(r.options.help);
 }
 
 TEST(ServerHostOptions, ValuesAsNextArgumentOrAfterEquals) {
     host::ParseResult r = ParseServerOptions({"--world", "moon-2", "--ticks=300", "--rate", "120.5", "--substeps=8",
                                               "--modules", "a,b_c", "--content=", "--dir", "/tmp/x", "--progress",
-                                              "0", "--unpaced", "--poses=p.txt"});
+                                              "0", "--unpaced", "--poses=p.txt", "--autosave", "30"});
     ASSERT_EQ(r.error, "");
     EXPECT_EQ(r.options.world, "moon-2");
     EXPECT_EQ(r.options.ticks, 300u);
@@ -32,6 +33,7 @@ TEST(ServerHostOptions, ValuesAsNextArgumentOrAfterEquals) {
     EXPECT_EQ(r.options.progressInterval, 0.0);
     EXPECT_TRUE(r.options.unpaced);
     EXPECT_EQ(r.options.posesFile, "p.txt");
+    EXPECT_EQ(r.options.autosaveInterval, 30.0);
 }
 
 TEST(ServerHostOptions, LaterOptionWins) {
@@ -67,6 +69,7 @@ TEST(ServerHostOptions, BadCommandLinesNameTheProblem) {
         {{"--modules", "../../lib"}, "bad module name '../../lib'"},
         {{"--progress", "-1"}, "option --progress"},
         {{"--dir", ""}, "option --dir"},
+        {{"--autosave", "-5"}, "option --autosave: '-5'"},
     };
     for (const Case& c : cases) {
         host::ParseResult r = ParseServerOptions(c.args);
@@ -77,7 +80,7 @@ TEST(ServerHostOptions, BadCommandLinesNameTheProblem) {
 TEST(ServerHostOptions, HelpDocumentsEveryOption) {
     std::string help = host::ServerUsage("zendola-server");
     for (const char* option : {"--world", "--ticks", "--rate", "--substeps", "--modules", "--content", "--dir",
-                               "--progress", "--unpaced", "--poses", "--help"})
+                               "--progress", "--autosave", "--unpaced", "--poses", "--help"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
     EXPECT_TRUE(ParseServerOptions({"-h"}).options.help);
     EXPECT_TRUE(ParseServerOptions({"--ticks", "1", "--help"}).options.help);

@@ -170,6 +170,21 @@ TEST_F(ServerProcess, SigkillOfANewWorldLeavesANewWorld) {
     EXPECT_NE(Out("again").find("new world"), std::string::npos) << Out("again");
 }
 
+TEST_F(ServerProcess, AutosavesLetANewWorldSurviveSigkill) {
+    const std::string poses = (root / "poses.txt").string();
+    pid_t pid = Start("killed", {"--rate", "200", "--progress", "0.25", "--autosave", "0.5"});
+    for (int i = 0; i < 600 && Out("killed").find("Autosaved 13 entities") == std::string::npos; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ASSERT_NE(Out("killed").find("Autosaved 13 entities"), std::string::npos) << Out("killed") << Err("killed");
+    ASSERT_EQ(kill(pid, SIGKILL), 0);
+    Wait(pid);
+    ASSERT_EQ(SaveFiles().size(), 13u);
+
+    ASSERT_EQ(RunToEnd("again", {"--ticks", "1", "--unpaced", "--poses", poses}), 0) << Err("again");
+    EXPECT_NE(Out("again").find("13 entities restored"), std::string::npos) << Out("again");
+    EXPECT_EQ(ReadPoses(poses, "loaded").size(), 13u);
+}
+
 TEST_F(ServerProcess, AnUnreadableSaveStopsTheRunAndTouchesNoFile) {
     ASSERT_EQ(RunToEnd("first", {"--ticks", "5", "--unpaced"}), 0) << Err("first");
     std::map<std::string, std::string> files = SaveFiles();
