@@ -12,8 +12,9 @@ namespace quorl {
 
 }  // namespace quorl
 
+// The expression is turned into text here, in each macro, before any macro inside it expands.
 #define QUORL_ASSERT_AT(expr, path, line) \
     ((expr) ? static_cast<void>(0) : ::quorl::AssertionFailed(#expr, (path), (line)))
 
 #define QUORL_ASSERT(expr) \
-    QUORL_ASSERT_AT(expr, __FILE__, __LINE__)
+    ((expr) ? static_cast<void>(0) : ::quorl::AssertionFailed(#expr, __FILE__, __LINE__))

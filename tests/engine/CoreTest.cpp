@@ -119,3 +119,9 @@ TEST(Profiler, NestsPerThreadAndCounts) {
     EXPECT_TRUE(other);
     EXPECT_FALSE(disabled);
 }
+
+#define ZENDOLA_TEST_LIMIT 3
+TEST(Assert, PrintsExpressionBeforeMacroExpansion) {
+    int n = 4;
+    EXPECT_DEATH(QUORL_ASSERT(n < ZENDOLA_TEST_LIMIT), "\\(n < ZENDOLA_TEST_LIMIT\\)");
+}

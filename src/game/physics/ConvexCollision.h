@@ -1,0 +1,50 @@
+#pragma once
+#include <utility>
+
+#include <glm/mat4x4.hpp>
+#include <glm/vec3.hpp>
+
+#include "game/entity/ConvexMeshCollider.h"
+#include "game/physics/Collision.h"
+
+// Narrow-phase tests between convex colliders. A collider's `transform` is taken as the full
+// transform to the space of the test. The forms that take the transforms apart test a shape at a
+// pose without copying it; they give exactly the same results as the plain forms.
+namespace game::physics {
+
+using entity::ConvexMeshCollider;
+
+// Minimum and maximum of the first (at most 8) vertices, placed by `transform`, along `axis`.
+// No vertices: (greatest double, -greatest double).
+std::pair<double, double> ProjectOntoAxis(const ConvexMeshCollider& collider, const glm::dvec3& axis);
+
+// Slab test of a ray against an axis-aligned box; the per-axis distances are rounded to float.
+bool RayBoxIntersection(const glm::dvec3& boxMin, const glm::dvec3& boxMax, const glm::dvec3& origin,
+                        const glm::dvec3& direction);
+
+// Separating-axis test. Depth above 0 is a hit; the normal points from b towards a; the position
+// is a contact point in the space of the transforms. A sphere `a` is tested as the sphere of its
+// radius around its box centre; `b` is always tested as a hull.
+Collision ConvexCollision(const ConvexMeshCollider& a, const ConvexMeshCollider& b);
+Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& transformA, const ConvexMeshCollider& b,
+                          const glm::dmat4& transformB);
+
+// Cheap pre-test of two boxes under their matrices: optionally their bounding spheres, then the
+// corners of box B, brought into A's space, against box A (one way only; touching counts).
+bool PotentialBoxBoxIntersection(const glm::dmat4& transformA, const glm::dmat4& transformB,
+                                 const glm::dvec3& minA, const glm::dvec3& maxA, const glm::dvec3& minB,
+                                 const glm::dvec3& maxB, bool testSpheres, bool testBoxes);
+// The same on two colliders: their radii first (false unless the sum exceeds the distance of
+// the centres), then the box test.
+bool PotentialBoxBoxIntersection(const ConvexMeshCollider& a, const ConvexMeshCollider& b);
+bool PotentialBoxBoxIntersection(const ConvexMeshCollider& a, const glm::dmat4& transformA,
+                                 const ConvexMeshCollider& b, const glm::dmat4& transformB);
+
+// World-space centre of a collider's box under `transform`.
+glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transform);
+
+// Whether a child of a container collider takes part in collision: a real size, a non-empty box
+// in x, and either vertices or children of its own.
+bool IsCollidableChild(const ConvexMeshCollider& child);
+
+}  // namespace game::physics

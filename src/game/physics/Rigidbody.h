@@ -1,0 +1,530 @@
+#pragma once
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <unordered_set>
+#include <vector>
+
+#include <glm/geometric.hpp>
+#include <glm/gtc/matrix_inverse.hpp>
+#include <glm/gtc/matrix_transform.hpp>
+#include <glm/gtc/quaternion.hpp>
+#include <glm/mat3x3.hpp>
+#include <glm/mat4x4.hpp>
+#include <glm/vec3.hpp>
+
+#include "game/UniqueId.h"
+#include "game/entity/ConvexMeshCollider.h"
+#include "game/physics/AerodynamicSurface.h"
+#include "game/physics/Collision.h"
+#include "game/physics/ConvexCollision.h"
+#include "game/physics/PhysicsLineDebug.h"
+#include "game/physics/RigidbodyBase.h"
+#include "quorl/Assert.h"
+
+// Rigid bodies: one short-lived snapshot per entity and physics step. Rigidbody<Entity> is a body
+// that collides but doesn't move in this step; DynamicRigidbody<Entity> moves, collides and
+// answers contacts. All state is in doubles; collider geometry stays in floats.
+//
+// What Entity must offer (the server-side entity does): mass, position, rotation (dquat),
+// boundsMin, boundsMax, centerOfMass, velocity, angularVelocity, localAcceleration, parentEntity,
+// ignoredEntities, id, colliders (a map from name to ConvexMeshCollider), linearImpulse,
+// angularImpulse, impulseExtra, externalAcceleration, interactsWithEnvironment, restTime,
+// isDetachable, GetID(), GetPositionAtCenterOfMass(), AddChild(std::shared_ptr<Entity>&),
+// RemoveChild(std::shared_ptr<Entity>&) and the static Get(Id).
+namespace game::physics {
+
+namespace detail {
+// Assertion locations of the rigid-body code are reported under this fixed path and fixed lines,
+// which tools and tests match on.
+inline constexpr const char* kRigidbodyPath = "src/game/physics/Rigidbody.hpp";
+
+inline glm::dmat4 PoseTransform(const glm::dvec3& position, const glm::dquat& rotation) {
+    return glm::translate(glm::dmat4(1.0), position) * glm::mat4_cast(rotation);
+}
+}  // namespace detail
+
+template <class Entity>
+class Rigidbody : public RigidbodyBase {
+public:
+    std::weak_ptr<Entity> entity;
+    glm::dvec3 position{0.0};  // centre of mass, in the frame of the physics parent
+    glm::dquat rotation{1.0, 0.0, 0.0, 0.0};
+    game::entity::Id id;
+    glm::dvec3 boundsCenterWorld{0.0};
+    double radius = 0;
+    std::vector<entity::ConvexMeshCollider> colliders;  // transforms relative to the centre of mass
+    glm::dvec3 boundsMin{0.0};                          // relative to the centre of mass, body axes
+    glm::dvec3 boundsMax{0.0};
+    glm::dvec3 centerOfMass{0.0};  // in the entity's own space
+    glm::dvec3 boundsCenter{0.0};
+    glm::dvec3 frameAcceleration{0.0};  // of the frame the body lives in
+    double displacedVolume = 0;
+
+    explicit Rigidbody(std::shared_ptr<Entity>& owner)
+        : entity(owner), rotation(owner->rotation), id(owner->id), centerOfMass(owner->centerOfMass) {
+        position = owner->position + rotation * centerOfMass;
+        boundsMin = owner->boundsMin - centerOfMass;
+        boundsMax = owner->boundsMax - centerOfMass;
+        colliders.reserve(owner->colliders.size());
+        for (const auto& entry : owner->colliders) {
+            if (!entry.second.enabled) continue;
+            entity::ConvexMeshCollider& c = colliders.emplace_back(entry.second);
+            c.transform[3] -= glm::dvec4(centerOfMass, 0.0);
+            displacedVolume += std::abs(double(c.box_max.x) - c.box_min.x) * std::abs(double(c.box_max.y) - c.box_min.y) *
+                               std::abs(double(c.box_max.z) - c.box_min.z) * c.fill;
+            const glm::dvec3 p0(c.transform * glm::dvec4(glm::dvec3(c.box_min), 1.0));
+            const glm::dvec3 p1(c.transform * glm::dvec4(glm::dvec3(c.box_max), 1.0));
+            boundsMin = glm::min(boundsMin, glm::min(p0, p1));
+            boundsMax = glm::max(boundsMax, glm::max(p0, p1));
+        }
+        ComputeBounds();
+    }
+
+    // boundsCenter, radius and boundsCenterWorld from boundsMin and boundsMax.
+    void ComputeBounds() {
+        boundsCenter = (boundsMin + boundsMax) * 0.5;
+        radius = 0.5 * glm::length(boundsMax - boundsMin);
+        boundsCenterWorld = GetPositionAtCenterOfBounds();
+    }
+
+    glm::dvec3 GetPositionAtCenterOfBounds() const { return position + rotation * boundsCenter; }
+
+    glm::dmat4 GetTransform() const { return detail::PoseTransform(position, rotation); }
+};
+
+template <class Entity>
+class DynamicRigidbody : public Rigidbody<Entity> {
+    using Base = Rigidbody<Entity>;
+
+public:
+    using Base::boundsCenter;
+    using Base::boundsCenterWorld;
+    using Base::boundsMax;
+    using Base::boundsMin;
+    using Base::centerOfMass;
+    using Base::colliders;
+    using Base::displacedVolume;
+    using Base::entity;
+    using Base::frameAcceleration;
+    using Base::GetPositionAtCenterOfBounds;
+    using Base::GetTransform;
+    using Base::id;
+    using Base::position;
+    using Base::radius;
+    using Base::rotation;
+
+    glm::dvec3 velocity{0.0};
+    glm::dvec3 angularVelocity{0.0};  // world axes, radians per second
+    double invMass = 0;
+    glm::dmat3 invInertiaTensorWorld{0.0};
+    glm::dvec3 linearAcceleration{0.0};   // from the entity's impulse of the frame
+    glm::dvec3 angularAcceleration{0.0};  // likewise
+    double restCount = 0;                 // steps at rest; any impulse clears it
+    glm::dvec3 externalAcceleration{0.0};
+    bool interactsWithEnvironment = false;
+    bool touchingParent = false;
+    bool touchingEnvironment = false;
+    double largestTouchedRadius = 0;
+    std::weak_ptr<Entity> potentialNewParent;  // the largest fixed body touched in this step
+    Rigidbody<Entity>* parentBody = nullptr;   // body of the physics parent, if any
+    double broadphaseRadius = 0;
+    std::vector<DynamicRigidbody*> dynamicCandidates;
+    std::vector<Rigidbody<Entity>*> fixedCandidates;
+    std::vector<AerodynamicSurface> aerodynamicSurfaces;
+    std::vector<glm::dvec3> staticContactNormals;
+    std::vector<glm::dvec3> staticRelativeContactPoints;
+    std::vector<PhysicsLineDebug> debugLines;
+    std::vector<entity::ConvexMeshCollider> debugColliders;
+    std::unordered_set<game::entity::Id> ignoredIds;  // bodies this one never collides with
+
+    // Set by the physics step from the game's debug switch: contacts then leave debug lines.
+    static inline bool recordDebugLines = false;
+
+    DynamicRigidbody(std::shared_ptr<Entity>& owner, double deltaTime) : Base(owner) {
+        QUORL_ASSERT_AT(deltaTime > 0, detail::kRigidbodyPath, 179);
+        const double mass = owner->mass;
+        QUORL_ASSERT_AT(mass > 0, detail::kRigidbodyPath, 181);
+        largestTouchedRadius = radius;
+        invMass = 1.0 / mass;
+        ComputeInertiaTensor();
+        velocity = owner->velocity;
+        angularVelocity = owner->angularVelocity;
+        externalAcceleration = owner->externalAcceleration;
+        linearAcceleration = owner->linearImpulse / deltaTime * invMass;
+        angularAcceleration = invInertiaTensorWorld * (owner->angularImpulse / deltaTime);
+        interactsWithEnvironment = owner->interactsWithEnvironment;
+        ignoredIds = owner->ignoredEntities;
+        broadphaseRadius = radius + 0.5 * deltaTime * glm::length(velocity);
+    }
+
+    // Inverse world inertia of a solid box of the body's bounds and mass.
+    void ComputeInertiaTensor() {
+        const glm::dvec3 box_size = boundsMax - boundsMin;
+        QUORL_ASSERT_AT(box_size.x > 0.0, detail::kRigidbodyPath, 200);
+        QUORL_ASSERT_AT(box_size.y > 0.0, detail::kRigidbodyPath, 201);
+        QUORL_ASSERT_AT(box_size.z > 0.0, detail::kRigidbodyPath, 202);
+        const double mass = 1.0 / invMass;
+        const double x2 = box_size.x * box_size.x, y2 = box_size.y * box_size.y, z2 = box_size.z * box_size.z;
+        glm::dmat3 inertia(0.0);
+        inertia[0][0] = (y2 + z2) * mass / 12.0;
+        inertia[1][1] = (x2 + z2) * mass / 12.0;
+        inertia[2][2] = (x2 + y2) * mass / 12.0;
+        const glm::dmat3 r = glm::mat3_cast(rotation);
+        invInertiaTensorWorld = glm::inverse(r * inertia * glm::transpose(r));
+    }
+
+    // Impulse through a point given relative to the centre of mass. The tensor isn't refreshed
+    // while the body turns inside a frame.
+    void ApplyImpulse(const glm::dvec3& impulse, const glm::dvec3& relativePoint) {
+        velocity += invMass * impulse;
+        angularVelocity += invInertiaTensorWorld * glm::cross(relativePoint, impulse);
+        restCount = 0;
+    }
+
+    // Velocity Verlet with constant acceleration, and the first-order quaternion update.
+    void IntegrateMotion(double deltaTime) {
+        const glm::dvec3 a = linearAcceleration + frameAcceleration + externalAcceleration;
+        position += (velocity + a * deltaTime / 2.0) * deltaTime;
+        velocity += a * deltaTime;
+        const glm::dvec3 w = angularVelocity + angularAcceleration * deltaTime / 2.0;
+        rotation += glm::dquat(0.0, w * deltaTime / 2.0) * rotation;
+        const double length = glm::length(rotation);
+        rotation = length > 0 ? rotation / length : glm::dquat(1.0, 0.0, 0.0, 0.0);
+        angularVelocity += angularAcceleration * deltaTime;
+    }
+
+    // Contact with a fixed body (which doesn't change): perfectly inelastic along the normal, the
+    // whole depth taken by this body, and a friction impulse that removes `friction` times the
+    // sliding at the contact.
+    void RespondToCollision(const Rigidbody<Entity>* /*other*/, const Collision& collision, double friction) {
+        const glm::dvec3 r = collision.position - position;
+        const glm::dvec3 n = collision.normal;
+        const glm::dvec3 v = velocity + glm::cross(angularVelocity, r);
+        const glm::dvec3 u = invInertiaTensorWorld * glm::cross(r, n);
+        const double k = invMass + glm::dot(n, glm::cross(u, r));
+        position += n * collision.depth;
+        ApplyImpulse(-glm::dot(v, n) / k * n, r);
+        if (friction > 0) {
+            const glm::dvec3 t = v - glm::dot(v, n) * n;
+            const double tangentialSpeed = glm::length(t);
+            if (tangentialSpeed > 1e-6) {
+                const glm::dvec3 tangent = t / tangentialSpeed;
+                const glm::dvec3 ut = invInertiaTensorWorld * glm::cross(r, tangent);
+                const double kt = invMass + glm::dot(tangent, glm::cross(ut, r));
+                if (kt > 0) ApplyImpulse(tangent * friction * -glm::dot(v, tangent) / kt, r);
+            }
+        }
+    }
+
+    // Contact between two moving bodies, the normal pointing towards a; depth shared by inverse mass.
+    static void RespondToCollision(DynamicRigidbody* a, DynamicRigidbody* b, const Collision& collision,
+                                   double friction) {
+        const glm::dvec3 ra = collision.position - a->position;
+        const glm::dvec3 rb = collision.position - b->position;
+        const glm::dvec3 n = collision.normal;
+        const glm::dvec3 v = (a->velocity + glm::cross(a->angularVelocity, ra)) -
+                             (b->velocity + glm::cross(b->angularVelocity, rb));
+        auto effectiveInverseMass = [&](const glm::dvec3& d) {
+            const glm::dvec3 ua = a->invInertiaTensorWorld * glm::cross(ra, d);
+            const glm::dvec3 ub = b->invInertiaTensorWorld * glm::cross(rb, d);
+            return a->invMass + b->invMass + glm::dot(d, glm::cross(ua, ra)) + glm::dot(d, glm::cross(ub, rb));
+        };
+        const double k = effectiveInverseMass(n);
+        const double s = a->invMass + b->invMass;
+        a->position += n * collision.depth * a->invMass / s;
+        b->position -= n * collision.depth * b->invMass / s;
+        const double j = -glm::dot(v, n) / k;
+        a->ApplyImpulse(j * n, ra);
+        b->ApplyImpulse(-j * n, rb);
+        if (friction > 0) {
+            const glm::dvec3 t = v - glm::dot(v, n) * n;
+            const double tangentialSpeed = glm::length(t);
+            if (tangentialSpeed > 1e-6) {
+                const glm::dvec3 tangent = t / tangentialSpeed;
+                const double kt = effectiveInverseMass(tangent);
+                if (kt > 0) {
+                    const glm::dvec3 impulse = tangent * friction * -glm::dot(v, tangent) / kt;
+                    a->ApplyImpulse(impulse, ra);
+                    b->ApplyImpulse(-impulse, rb);
+                }
+            }
+        }
+    }
+
+    // Remembers a contact with the world, unless one closer than 0.1 is already known.
+    void AddStaticContactPoint(const glm::dvec3& normal, const glm::dvec3& point) {
+        const glm::dvec3 r = point - position;
+        for (const glm::dvec3& p : staticRelativeContactPoints) {
+            if (glm::length(p - r) < 0.1) return;
+        }
+        staticContactNormals.push_back(normal);
+        staticRelativeContactPoints.push_back(r);
+    }
+
+    // Whether the stored contacts hold the body up: the newest three agree and the centre of mass
+    // stands over their triangle, or all contacts agree and surround it. Writes the contact normal.
+    bool GetStaticContact(glm::dvec3& normal) const {
+        QUORL_ASSERT_AT(staticContactNormals.size() == staticRelativeContactPoints.size(), detail::kRigidbodyPath,
+                        113);
+        const size_t count = staticRelativeContactPoints.size();
+        if (count < 3) return false;
+        constexpr double kParallel = 0.707;
+        const auto& points = staticRelativeContactPoints;
+        const auto& normals = staticContactNormals;
+        const size_t i = count - 1, j = count - 2, k = count - 3;
+        glm::dvec3 plane = glm::normalize(glm::cross(points[k] - points[i], points[j] - points[i]));
+        if (glm::dot(plane, normals[i]) < 0) plane = -plane;
+        normal = plane;
+        if (glm::dot(plane, normals[i]) < kParallel) return false;
+        if (glm::dot(normals[i], normals[j]) < kParallel || glm::dot(plane, normals[j]) < kParallel) return false;
+        if (glm::dot(normals[i], normals[k]) < kParallel || glm::dot(plane, normals[k]) < kParallel) return false;
+
+        // Barycentric coordinates of the centre of mass, projected onto the triangle's plane.
+        const glm::dvec3 centre = glm::dot(points[i], plane) * plane;
+        const glm::dvec3 e0 = points[j] - points[i], e1 = points[k] - points[i], e2 = centre - points[i];
+        const double d00 = glm::dot(e0, e0), d01 = glm::dot(e0, e1), d11 = glm::dot(e1, e1);
+        const double d20 = glm::dot(e2, e0), d21 = glm::dot(e2, e1);
+        const double denominator = d00 * d11 - d01 * d01;
+        const double u = (d11 * d20 - d01 * d21) / denominator;
+        const double v = (d00 * d21 - d01 * d20) / denominator;
+        if (u >= 0 && u <= 1 && v >= 0 && v <= 1 && u + v <= 1) return true;
+        if (count < 4) return false;
+
+        glm::dvec3 normalSum = plane;
+        for (size_t m = 0; m < count; ++m) {
+            if (glm::dot(normals[i], normals[m]) < kParallel) return false;
+            normalSum += normals[m];
+        }
+        normal = glm::normalize(normalSum);
+
+        // Do the contacts surround the centre of mass in the contact plane?
+        const glm::dvec3 helper = std::abs(normal.x) < 0.9 ? glm::dvec3(1, 0, 0) : glm::dvec3(0, 1, 0);
+        const glm::dvec3 axisU = glm::normalize(glm::cross(normal, helper));
+        const glm::dvec3 axisV = glm::cross(normal, axisU);
+        const double big = std::numeric_limits<float>::max();
+        double minU = big, maxU = -big, minV = big, maxV = -big;
+        for (const glm::dvec3& p : points) {
+            // The in-plane part of p is its projection relative to the projection of the origin.
+            const double pu = glm::dot(p, axisU), pv = glm::dot(p, axisV);
+            minU = std::min(minU, pu);
+            maxU = std::max(maxU, pu);
+            minV = std::min(minV, pv);
+            maxV = std::max(maxV, pv);
+        }
+        return minU < 0 && minV < 0 && maxU > 0 && maxV > 0;
+    }
+
+    // Tests every collider against the candidates of the broad phase and the physics parent, and
+    // answers each contact at once. Counts a step at rest when the body stands still on its
+    // contacts.
+    void CollisionDetection(double deltaTime) {
+        Walk walk{deltaTime};
+        for (entity::ConvexMeshCollider& c : colliders) {
+            glm::dmat4 placedC = GetTransform() * c.transform;
+            const glm::dvec3 cMin(c.box_min), cMax(c.box_max);
+
+            for (DynamicRigidbody* o : dynamicCandidates) {
+                if (o->colliders.size() > 3 &&
+                    !PotentialBoxBoxIntersection(placedC, o->GetTransform(), cMin, cMax, o->boundsMin, o->boundsMax,
+                                                 true, true)) {
+                    continue;
+                }
+                for (entity::ConvexMeshCollider& d : o->colliders) {
+                    const glm::dmat4 placedD = o->GetTransform() * d.transform;
+                    Collision collision;
+                    if (d.isSphere) {
+                        collision = ConvexCollision(d, placedD, c, placedC);
+                        collision.normal = -collision.normal;
+                    } else {
+                        collision = ConvexCollision(c, placedC, d, placedD);
+                    }
+                    if (!(collision.depth > 0)) continue;
+                    if (recordDebugLines) RecordContactLine(collision);
+                    if (d.callback) {
+                        collision.normal = -collision.normal;
+                        d.callback(o, &d, &c, collision, deltaTime);
+                        collision.normal = -collision.normal;
+                    }
+                    if (c.callback) c.callback(this, &c, &d, collision, deltaTime);
+                    if (collision.depth > 0) RespondToCollision(this, o, collision, c.friction * d.friction);
+                    placedC = GetTransform() * c.transform;
+                }
+            }
+
+            if (restCount > 0.99) return;
+
+            walk.touched = false;
+            for (Rigidbody<Entity>* f : fixedCandidates) {
+                const glm::dmat4 placedF = f->GetTransform();
+                if (f->colliders.size() > 3 &&
+                    !PotentialBoxBoxIntersection(placedC, placedF, cMin, cMax, f->boundsMin, f->boundsMax, true, true)) {
+                    continue;
+                }
+                for (const entity::ConvexMeshCollider& d : f->colliders) {
+                    if (walk.touched) {
+                        placedC = GetTransform() * c.transform;
+                        walk.touched = false;
+                    }
+                    Collide(walk, {&c, placedC}, {&d, placedF * d.transform});
+                    if (walk.touched && f->radius > largestTouchedRadius) {
+                        potentialNewParent = f->entity;
+                        largestTouchedRadius = f->radius;
+                    }
+                }
+            }
+
+            if (parentBody && !parentBody->colliders.empty()) {
+                // The parent's colliders in the parent's own frame, the frame this body lives in.
+                const glm::dmat4 placedParent = glm::translate(glm::dmat4(1.0), parentBody->centerOfMass);
+                for (const entity::ConvexMeshCollider& d : parentBody->colliders) {
+                    if (walk.touched) {
+                        placedC = GetTransform() * c.transform;
+                        walk.touched = false;
+                    }
+                    Collide(walk, {&c, placedC}, {&d, placedParent * d.transform});
+                    if (walk.touched) touchingParent = true;
+                }
+            }
+        }
+
+        glm::dvec3 n;
+        if (GetStaticContact(n)) {
+            const glm::dvec3 t = velocity - glm::dot(velocity, n) * n;
+            if (walk.minFriction > glm::length(t) && walk.minFriction > glm::length(angularVelocity)) restCount += 1;
+        }
+    }
+
+    // Writes the simulated state back into the entity, moves it between parents, and updates the
+    // acceleration it feels.
+    void ApplyToEntity(double deltaTime) {
+        std::shared_ptr<Entity> owner = entity.lock();
+        if (!owner) return;
+        const glm::dvec3 dv = velocity - owner->velocity;
+        owner->rotation = rotation;
+        owner->position = position - rotation * owner->centerOfMass;
+        owner->velocity = velocity;
+        owner->angularVelocity = angularVelocity;
+        owner->linearImpulse = glm::dvec3(0.0);
+        owner->angularImpulse = glm::dvec3(0.0);
+        owner->impulseExtra = 0;
+        owner->externalAcceleration = glm::dvec3(0.0);
+        owner->restTime += restCount;
+
+        ChangeParent(owner);
+
+        const glm::dvec3 felt = frameAcceleration + externalAcceleration - dv / deltaTime;
+        const glm::dvec3 local = glm::inverse(glm::mat3_cast(owner->rotation)) * felt;
+        if constexpr (requires { owner->localAccelerationDirty = false; }) owner->localAccelerationDirty = false;
+        owner->localAcceleration = 0.9 * owner->localAcceleration + 0.1 * local;
+    }
+
+private:
+    // State of one CollisionDetection call shared by the nested collider walk.
+    struct Walk {
+        double deltaTime;
+        double minFriction = 1.0;  // smallest friction touched among the fixed contacts
+        bool touched = false;      // a fixed contact since the collider's transform was refreshed
+    };
+
+    // A collider placed by a transform to the space of the test, without copying the collider.
+    struct Placed {
+        const entity::ConvexMeshCollider* shape;
+        glm::dmat4 transform;
+    };
+
+    // One collider of this body against one collider of a fixed body or of the parent. A collider
+    // whose fill is below 0.95 is only a container: its children are tested instead, behind a box
+    // pre-test.
+    void Collide(Walk& walk, const Placed& a, const Placed& b) {
+        const entity::ConvexMeshCollider& as = *a.shape;
+        const entity::ConvexMeshCollider& bs = *b.shape;
+        QUORL_ASSERT(as.children && bs.children);
+        if (bs.fill < 0.95 && !bs.children->empty()) {
+            if (!PotentialBoxBoxIntersection(as, a.transform, bs, b.transform)) return;
+            for (const entity::ConvexMeshCollider& e : *bs.children) {
+                if (IsCollidableChild(e)) Collide(walk, a, {&e, b.transform * e.transform});
+            }
+            return;
+        }
+        if (as.fill < 0.95 && !as.children->empty()) {
+            if (!PotentialBoxBoxIntersection(bs, b.transform, as, a.transform)) return;
+            for (const entity::ConvexMeshCollider& e : *as.children) {
+                if (IsCollidableChild(e)) Collide(walk, {&e, a.transform * e.transform}, b);
+            }
+            return;
+        }
+        Collision collision = ConvexCollision(as, a.transform, bs, b.transform);
+        if (!(collision.depth > 0)) return;
+        if (recordDebugLines) RecordContactLine(collision);
+        bool holds = true;
+        if (as.callback) {
+            // The callback sees the colliders as placed for the test; copies are made only here.
+            entity::ConvexMeshCollider placedA = as, placedB = bs;
+            placedA.transform = a.transform;
+            placedB.transform = b.transform;
+            holds = as.callback(this, &placedA, &placedB, collision, walk.deltaTime);
+        }
+        if (holds) AddStaticContactPoint(collision.normal, collision.position);
+        if (collision.depth > 0) {
+            RespondToCollision(this, collision, as.friction * bs.friction);
+            walk.minFriction = std::min({bs.friction, as.friction, walk.minFriction});
+        }
+        walk.touched = true;
+    }
+
+    // A red line from the contact along its normal, in the body's own space.
+    void RecordContactLine(const Collision& collision) {
+        const glm::dmat4 toBody = glm::affineInverse(GetTransform());
+        PhysicsLineDebug& line = debugLines.emplace_back();
+        line.entity = id;
+        line.from = glm::dvec3(toBody * glm::dvec4(collision.position, 1.0));
+        line.to = glm::dvec3(toBody * glm::dvec4(collision.position + collision.normal, 1.0));
+        line.color[0] = 1;
+        line.color[3] = 1;
+    }
+
+    // A body leaves a parent it no longer touches, or when it moves faster than 10 m/s; a
+    // top-level body joins the largest fixed body it touches once it moves slower than 5 m/s.
+    void ChangeParent(std::shared_ptr<Entity>& owner) {
+        const double speed = glm::length(velocity);
+        const bool hasParent = !owner->parentEntity.IsNull();
+        std::shared_ptr<Entity> candidate = potentialNewParent.lock();
+        enum class Next { Attach, LeaveUnlessTouching, Detach, Done };
+        Next next;
+        if (touchingEnvironment) {
+            next = Next::LeaveUnlessTouching;
+        } else if (hasParent && !parentBody && !candidate) {  // also covers an expired candidate
+            next = !touchingParent || speed > 10 ? Next::Detach : Next::Done;
+        } else if (hasParent && speed > 10) {
+            next = Next::LeaveUnlessTouching;
+        } else {
+            next = Next::Attach;
+        }
+
+        if (next == Next::Attach) {
+            if (candidate) {
+                // Named as the assertion reports them.
+                const std::shared_ptr<Entity>& potentialNewParent = candidate;
+                const std::shared_ptr<Entity>& entity = owner;
+                QUORL_ASSERT_AT(potentialNewParent->GetID() != entity->parentEntity, detail::kRigidbodyPath, 908);
+                if (!hasParent && candidate->parentEntity.IsNull() && speed < 5) candidate->AddChild(owner);
+            }
+            return;
+        }
+        if (next == Next::LeaveUnlessTouching) {
+            if (touchingParent && !(speed > 10)) return;
+            if (!hasParent) return;
+        }
+        if (next == Next::Done || !owner->isDetachable) return;
+        std::shared_ptr<Entity> parent = Entity::Get(owner->parentEntity);
+        if (!parent) return;
+        frameAcceleration = glm::dvec3(0.0);
+        parent->RemoveChild(owner);
+        position = owner->GetPositionAtCenterOfMass();
+        rotation = owner->rotation;
+    }
+};
+
+}  // namespace game::physics

@@ -1,0 +1,459 @@
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+#include "quorl/filesystem/ConfigFile.h"
+#include "quorl/filesystem/IniDocument.h"
+
+using quorl::filesystem::ConfigFile;
+using quorl::filesystem::IniDocument;
+using Binding = ConfigFile::InputBinding;
+
+namespace {
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+void WriteAll(const std::string& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+}
+
+// Writes a new version the way editors and installers do: a temporary file renamed into place.
+void ReplaceFile(const std::string& path, const std::string& text) {
+    WriteAll(path + ".new", text);
+    std::filesystem::rename(path + ".new", path);
+}
+
+size_t CountLines(const std::string& text) {
+    size_t n = 0;
+    for (char c : text) n += c == '\n';
+    return n;
+}
+
+// A file with one value of each type, read and written through rows.
+struct Sample : ConfigFile {
+    std::string name = "default";
+    bool flag = false;
+    int32_t count = 7;
+    float ratio = 0.5f;
+    Binding action;
+    std::atomic<int> reads{0};
+
+    explicit Sample(const std::string& path, std::optional<int> option = std::nullopt) : ConfigFile(path, option) {}
+    ~Sample() override { StopAutoReloadThread(); }
+
+    std::vector<Conf> Rows() {
+        return {Conf(this, "name", &name, CONF_STRING), Conf(this, "flag", &flag, CONF_BOOL),
+                Conf(this, "count", &count, CONF_INT), Conf(this, "ratio", &ratio, CONF_FLOAT),
+                Conf(this, "action", &action, CONF_INPUT_BINDING)};
+    }
+    void ReadConfig() override {
+        ReadFromINI("main", Rows(), true);
+        reads.fetch_add(1);
+    }
+    void WriteConfig() override { WriteToINI("main", Rows()); }
+};
+
+class ConfigFileTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char tmpl[] = "/tmp/quorl_config_XXXXXX";
+        ASSERT_NE(::mkdtemp(tmpl), nullptr);
+        dir = tmpl;
+        path = dir + "/settings.ini";
+    }
+    void TearDown() override { std::filesystem::remove_all(dir); }
+
+    std::string dir, path;
+};
+
+bool WaitFor(const std::function<bool()>& done) {
+    auto until = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > until) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+}  // namespace
+
+TEST_F(ConfigFileTest, LineSyntaxCommentsSeparatorsAndSections) {
+    WriteAll(path,
+             "# comment\n"
+             "; another\n"
+             "count = 1\n"  // before any section: not in [main]
+             "\n"
+             "[ main ]\r\n"
+             "  name   =   two words  \r\n"
+             "flag true\n"
+             "count=42\n"
+             "[other]\n"
+             "ratio = 9\n"
+             "[main]\n"
+             "ratio 0.25\n");
+    Sample s(path, 0);
+    s.ReadConfig();
+    EXPECT_EQ(s.name, "two words");
+    EXPECT_TRUE(s.flag);
+    EXPECT_EQ(s.count, 42);
+    EXPECT_EQ(s.ratio, 0.25f);  // from the second [main] block, not from [other]
+}
+
+TEST_F(ConfigFileTest, EveryTypeRoundTripsThroughTheFile) {
+    const std::string names[] = {"", "plain", "  padded  ", "\"quoted\" start", "tab\tnew\nline\\back", "a=b ; # c"};
+    const float ratios[] = {0.1f, -0.0f, 1e-38f, 3.4028235e38f, 0.675f, 2.4f};
+    Binding full;
+    full.key = 348;
+    full.mouseButton = 7;
+    full.gamepadId = "pad with spaces \"and\" quotes";
+    full.gamepadIndex = 2;
+    full.gamepadButton = 14;
+    full.gamepadAxis = 5;
+    full.gamepadAxisDirection = -1;
+    full.joystickGuid = "03000000de280000ff11000001000000";
+    full.joystickIndex = 1;
+    full.joystickButton = 15;
+    full.joystickAxis = 8;
+    full.joystickAxisDirection = -1;
+    Binding minimal;
+    minimal.key = 87;
+    for (size_t i = 0; i < std::size(names); ++i) {
+        Sample out(path, 0);
+        out.name = names[i];
+        out.flag = i % 2;
+        out.count = i == 0 ? INT32_MIN : (i == 1 ? INT32_MAX : static_cast<int32_t>(i) * -13);
+        out.ratio = ratios[i];
+        out.action = i % 3 == 0 ? full : (i % 3 == 1 ? minimal : Binding{});
+        ASSERT_TRUE(out.WriteToINI("main", out.Rows()));
+        Sample in(path, 0);
+        in.ReadConfig();
+        EXPECT_EQ(in.name, out.name) << ReadAll(path);
+        EXPECT_EQ(in.flag, out.flag);
+        EXPECT_EQ(in.count, out.count);
+        EXPECT_EQ(std::memcmp(&in.ratio, &out.ratio, sizeof(float)), 0) << ReadAll(path);
+        EXPECT_EQ(in.action, out.action) << ReadAll(path);
+        EXPECT_EQ(CountLines(ReadAll(path)), 6u) << "each value stays on one line";
+    }
+}
+
+TEST_F(ConfigFileTest, BindingTextForm) {
+    Binding b;
+    EXPECT_EQ(ConfigFile::FormatBinding(b), "none");
+    b.key = 87;
+    b.gamepadAxis = 1;
+    b.gamepadAxisDirection = -1;
+    EXPECT_EQ(ConfigFile::FormatBinding(b), "key:87 gamepad_axis:1 gamepad_dir:-1");
+    Binding parsed;
+    parsed.mouseButton = 3;  // a parsed text starts from a fresh binding
+    std::string error;
+    ASSERT_TRUE(ConfigFile::ParseBinding("  gamepad_dir:-1   key:87 gamepad_axis:+1 ", parsed, &error)) << error;
+    EXPECT_EQ(parsed, b);
+    ASSERT_TRUE(ConfigFile::ParseBinding("NONE", parsed, &error));
+    EXPECT_EQ(parsed, Binding{});
+
+    const char* bad[] = {"key:", "key:abc", "key 87", "keys:1", "gamepad_axis:40000", "joystick_guid:\"open",
+                         "gamepad_id:\"x\\q\""};
+    for (const char* text : bad) {
+        Binding keep;
+        keep.key = 5;
+        error.clear();
+        EXPECT_FALSE(ConfigFile::ParseBinding(text, keep, &error)) << text;
+        EXPECT_FALSE(error.empty()) << text;
+        EXPECT_EQ(keep.key, 5) << text;
+    }
+}
+
+TEST_F(ConfigFileTest, MalformedValuesKeepTheFieldAndReportOnce) {
+    WriteAll(path,
+             "[main]\n"
+             "ratio = wide\n"
+             "count = 99999999999\n"
+             "flag = maybe\n"
+             "name = \"unterminated\n"
+             "action = key:W\n"
+             "count = 12abc\n"
+             "ratio = 1e39\n"
+             "ratio = nan\n");
+    Sample s(path, 0);
+    testing::internal::CaptureStderr();
+    s.ReadConfig();
+    s.ReadConfig();  // the same version of the file is not reported twice
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(s.ratio, 0.5f);
+    EXPECT_EQ(s.count, 7);
+    EXPECT_FALSE(s.flag);
+    EXPECT_EQ(s.name, "default");
+    EXPECT_EQ(s.action, Binding{});
+    EXPECT_EQ(CountLines(err), 8u) << err;
+    EXPECT_NE(err.find(path + ":2: [main] ratio: \"wide\" is not a number"), std::string::npos) << err;
+    EXPECT_NE(err.find(":3: [main] count:"), std::string::npos) << err;
+}
+
+TEST_F(ConfigFileTest, InvalidLinesAreSkippedWithOneReport) {
+    WriteAll(path, "[main]\ncount = 3\n" + std::string(5000, 'x') + "\n[broken\nflag = true\n= 4\n[main]\nname = ok\n");
+    Sample s(path, 0);
+    testing::internal::CaptureStderr();
+    s.ReadConfig();
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(s.count, 3);
+    EXPECT_FALSE(s.flag) << "keys below a broken header belong to no section";
+    EXPECT_EQ(s.name, "ok");
+    EXPECT_EQ(CountLines(err), 3u) << err;
+    EXPECT_NE(err.find(":3: line longer than 4096 characters"), std::string::npos) << err;
+    EXPECT_NE(err.find(":4: section header without closing ']'"), std::string::npos) << err;
+}
+
+TEST_F(ConfigFileTest, MissingAndBinaryFilesLeaveValuesAndAreNeverOverwritten) {
+    Sample missing(path, 0);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(missing.ReadFromINI("main", missing.Rows()));
+    EXPECT_FALSE(missing.ReadFromINI("main", missing.Rows()));
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(CountLines(err), 1u) << err;
+    EXPECT_NE(err.find("cannot open"), std::string::npos);
+    EXPECT_EQ(missing.count, 7);
+    // Saving creates the file.
+    EXPECT_TRUE(missing.WriteToINI("main", missing.Rows()));
+    EXPECT_EQ(ReadAll(path), "[main]\nname = default\nflag = false\ncount = 7\nratio = 0.5\naction = none\n");
+
+    std::string binary = "[main]\ncount = 1\n";
+    binary += std::string("\x00\x01\x02\xff", 4);
+    WriteAll(path, binary);
+    Sample s(path, 0);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(s.ReadFromINI("main", s.Rows()));
+    EXPECT_FALSE(s.WriteToINI("main", s.Rows()));
+    err = testing::internal::GetCapturedStderr();
+    EXPECT_NE(err.find("not a text file"), std::string::npos) << err;
+    EXPECT_NE(err.find("not saved"), std::string::npos) << err;
+    EXPECT_EQ(s.count, 7);
+    EXPECT_EQ(ReadAll(path), binary);
+
+    // A folder in place of the file.
+    std::filesystem::create_directory(dir + "/folder.ini");
+    Sample folder(dir + "/folder.ini", 0);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(folder.ReadFromINI("main", folder.Rows()));
+    EXPECT_FALSE(folder.WriteToINI("main", folder.Rows()));
+    testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(std::filesystem::is_directory(dir + "/folder.ini"));
+}
+
+TEST_F(ConfigFileTest, WriteKeepsEveryOtherLine) {
+    const std::string before =
+        "# user notes\n"
+        "[main]\n"
+        "name = old\n"
+        "; keep this\n"
+        "unknown_key = 5\n"
+        "count 1\n"
+        "\n"
+        "[other]\n"
+        "count = 100\n"
+        "[main]\n"
+        "count = 2\n"
+        "\n"
+        "# trailing\n";
+    WriteAll(path, before);
+    chmod(path.c_str(), 0600);
+    Sample s(path, 0);
+    s.name = "new";
+    s.count = 3;
+    ASSERT_TRUE(s.WriteToINI("main", s.Rows()));
+    EXPECT_EQ(ReadAll(path),
+              "# user notes\n"
+              "[main]\n"
+              "name = new\n"
+              "; keep this\n"
+              "unknown_key = 5\n"
+              "count = 3\n"
+              "\n"
+              "[other]\n"
+              "count = 100\n"
+              "[main]\n"
+              "count = 3\n"
+              "flag = false\n"
+              "ratio = 0.5\n"
+              "action = none\n"
+              "\n"
+              "# trailing\n");
+    struct stat st {};
+    ASSERT_EQ(::stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0600u) << "the file keeps its permissions";
+    // Another section is appended; no temporary file is left behind.
+    ASSERT_TRUE(s.WriteToINI("extra", {ConfigFile::Conf(&s, "count", &s.count, ConfigFile::CONF_INT)}));
+    EXPECT_NE(ReadAll(path).find("# trailing\n\n[extra]\ncount = 3\n"), std::string::npos);
+    size_t files = 0;
+    for (auto& e : std::filesystem::directory_iterator(dir)) files += e.is_regular_file();
+    EXPECT_EQ(files, 1u);
+}
+
+TEST_F(ConfigFileTest, WriteKeepsWindowsLineEndingsAndByteOrderMark) {
+    WriteAll(path, "\xEF\xBB\xBF[main]\r\ncount = 1\r\n");
+    Sample s(path, 0);
+    s.ReadConfig();
+    EXPECT_EQ(s.count, 1);
+    s.count = 2;
+    ASSERT_TRUE(s.WriteToINI("main", {ConfigFile::Conf(&s, "count", &s.count, ConfigFile::CONF_INT)}));
+    EXPECT_EQ(ReadAll(path), "\xEF\xBB\xBF[main]\r\ncount = 2\r\n");
+}
+
+TEST_F(ConfigFileTest, HandlerSeesEachSectionWithItsLines) {
+    WriteAll(path,
+             "loose 1\n"
+             "[ENTITY box]\n"
+             "mass 12.5\n"
+             "# note\n"
+             "[COLLIDER left wing]\n"
+             "position 1 2\t3\n"
+             "vertices = 0 0 0 1 1 1\n"
+             "[bad\n"
+             "hidden 1\n"
+             "[EMPTY]\n");
+    ConfigFile file(path, 0);
+    std::vector<std::string> seen;
+    ASSERT_TRUE(file.ReadFromINI([&](std::stringstream& header, std::vector<ConfigFile::ConfLineStream>& lines) {
+        std::string entry = "<" + header.str() + ">";
+        for (auto& l : lines) {
+            std::string key;
+            l.key >> key;
+            entry += " " + key + "=" + l.value.str();
+        }
+        seen.push_back(entry);
+    }));
+    ASSERT_EQ(seen.size(), 3u);
+    EXPECT_EQ(seen[0], "<ENTITY box> mass=12.5");
+    EXPECT_EQ(seen[1], "<COLLIDER left wing> position=1 2\t3 vertices=0 0 0 1 1 1");
+    EXPECT_EQ(seen[2], "<EMPTY>");
+}
+
+TEST_F(ConfigFileTest, BaseWriteConfigThrows) {
+    ConfigFile file(path, 0);
+    try {
+        file.WriteConfig();
+        FAIL() << "no exception";
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "WriteConfig() not implemented");
+    }
+}
+
+TEST_F(ConfigFileTest, IniDocumentSetRewritesDuplicatesAndAppends) {
+    IniDocument doc;
+    std::string error;
+    ASSERT_TRUE(doc.Parse("a = 1\n[s]\nk = 1\nk 2\n", &error));
+    doc.Set("s", "k", "3");
+    doc.Set("", "b", "4");
+    doc.Set("t", "x", "5");
+    EXPECT_EQ(doc.Serialize(), "a = 1\nb = 4\n[s]\nk = 3\nk = 3\n\n[t]\nx = 5\n");
+    EXPECT_FALSE(doc.Parse(std::string(IniDocument::kMaxFileSize + 1, 'a'), &error));
+    EXPECT_NE(error.find("larger than"), std::string::npos);
+}
+
+TEST_F(ConfigFileTest, ReloadThreadPicksUpFinishedWritesOnly) {
+    WriteAll(path, "[main]\ncount = 1\nratio = 1\n");
+    Sample s(path);
+    s.ReadConfig();
+    s.StartAutoReloadThread();
+    ASSERT_TRUE(s.IsAutoReloadThreadRunning());
+
+    ReplaceFile(path, "[main]\ncount = 2\nratio = 2\n");
+    ASSERT_TRUE(WaitFor([&] { return s.GetReloadCount() >= 1; }));
+    s.StopAutoReloadThread();  // the fields are read here with no reload running
+    EXPECT_EQ(s.count, 2);
+    s.StartAutoReloadThread();
+
+    // Written in place in two parts: nothing is read before the writer closes the file.
+    const uint64_t before = s.GetReloadCount();
+    {
+        std::FILE* f = std::fopen(path.c_str(), "w");
+        ASSERT_NE(f, nullptr);
+        std::fputs("[main]\ncount = 3\n", f);
+        std::fflush(f);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::fputs("ratio = 3\n", f);
+        std::fclose(f);
+    }
+    ASSERT_TRUE(WaitFor([&] { return s.GetReloadCount() > before; }));
+    s.StopAutoReloadThread();
+    EXPECT_EQ(s.GetReloadCount(), before + 1);
+    EXPECT_EQ(s.count, 3);
+    EXPECT_EQ(s.ratio, 3.0f);
+    EXPECT_FALSE(s.IsAutoReloadThreadRunning());
+}
+
+TEST_F(ConfigFileTest, OwnSavesDoNotReloadAndOptionZeroDisablesWatching) {
+    WriteAll(path, "[main]\ncount = 1\n");
+    Sample s(path);
+    s.ReadConfig();
+    s.StartAutoReloadThread();
+    s.count = 5;
+    s.WriteConfig();
+    s.count = 6;  // not saved yet: a reload of the own save would bring back 5
+    ReplaceFile(path, "[main]\nname = external\n");
+    ASSERT_TRUE(WaitFor([&] { return s.GetReloadCount() >= 1; }));
+    s.StopAutoReloadThread();
+    EXPECT_EQ(s.GetReloadCount(), 1u);
+    EXPECT_EQ(s.name, "external");
+    EXPECT_EQ(s.count, 6);
+
+    Sample off(path, 0);
+    off.StartAutoReloadThread();
+    EXPECT_FALSE(off.IsAutoReloadThreadRunning());
+}
+
+TEST_F(ConfigFileTest, PollsWhenTheFolderCannotBeWatched) {
+    // The folder doesn't exist when watching begins, so the file's identity is polled.
+    const std::string later = dir + "/later/settings.ini";
+    Sample s(later);
+    testing::internal::CaptureStderr();
+    s.ReadConfig();
+    testing::internal::GetCapturedStderr();
+    s.StartAutoReloadThread();
+    std::filesystem::create_directory(dir + "/later");
+    ReplaceFile(later, "[main]\ncount = 11\n");
+    ASSERT_TRUE(WaitFor([&] { return s.GetReloadCount() >= 1; }));
+    s.StopAutoReloadThread();
+    EXPECT_EQ(s.count, 11);
+    EXPECT_EQ(s.GetReloadCount(), 1u);
+}
+
+TEST_F(ConfigFileTest, ConcurrentSavesAndReloads) {
+    WriteAll(path, "[main]\ncount = 0\n");
+    Sample s(path);
+    s.ReadConfig();
+    s.StartAutoReloadThread();
+    std::atomic<bool> stop{false};
+    std::thread editor([&] {
+        for (int i = 0; i < 40 && !stop; ++i) {
+            ReplaceFile(path, "[main]\nname = edit" + std::to_string(i) + "\ncount = " + std::to_string(i) + "\n");
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    for (int i = 0; i < 40; ++i) s.WriteConfig();
+    editor.join();
+    s.StopAutoReloadThread();
+    // Whatever interleaving happened, the file is whole and readable.
+    Sample check(path, 0);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(check.ReadFromINI("main", check.Rows()));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}

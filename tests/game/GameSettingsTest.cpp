@@ -1,0 +1,337 @@
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <thread>
+
+#include "game/GameSettings.h"
+#include "game/GraphicsPresets.h"
+
+using game::GameSettings;
+using Binding = GameSettings::InputBinding;
+
+namespace {
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+void WriteAll(const std::string& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+}
+
+void ReplaceFile(const std::string& path, const std::string& text) {
+    WriteAll(path + ".new", text);
+    std::filesystem::rename(path + ".new", path);
+}
+
+uint32_t Bits(float f) {
+    uint32_t u;
+    std::memcpy(&u, &f, 4);
+    return u;
+}
+
+size_t CountLines(const std::string& text) {
+    size_t n = 0;
+    for (char c : text) n += c == '\n';
+    return n;
+}
+
+bool WaitFor(const std::function<bool()>& done) {
+    auto until = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > until) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+// Every saved field moved away from its default, each to a different value.
+void Mutate(GameSettings& s) {
+    s.show_help_tooltips = false;
+    s.admin_privileges = true;
+    s.graphics_preset = 5;
+    s.framerate_limit_main_rendering = 144;
+    s.vsync = true;
+    s.fov = 91.25f;
+    s.taa = false;
+    s.render_scale = 0.8f;
+    s.ui_scaling = 1.3f;
+    s.upscaling_algo = "fsr 2";
+    s.upscaling_quality_setting = 3;
+    s.upscaling_sharpness = 0.1234567f;
+    s.final_upscale = 1.5f;
+    s.tone_mapping = false;
+    s.dithering = false;
+    s.brightness = 1.1f;
+    s.contrast = 0.9f;
+    s.gamma = 2.2f;
+    s.terrain_clutter = false;
+    s.terrain_detail = 0.3f;
+    s.main_thread_cpu_affinity = 3;
+    s.master_volume = 0.11f;
+    s.entities_volume = 0.22f;
+    s.interface_volume = 0.33f;
+    s.environment_volume = 0.44f;
+    s.ide_zoom = 1.75f;
+    s.ide_opacity = 0.95f;
+    s.look_sensitivity = 3.5f;
+    s.avatar_mouselook_invert_y = true;
+    int i = 0;
+    for (const auto& k : GameSettings::BindingKeys()) {
+        Binding& b = s.*(k.field);
+        b.key = 300 + i;
+        b.mouseButton = i % 8;
+        b.gamepadId = i % 2 ? "" : "pad " + std::to_string(i);
+        b.gamepadIndex = i;
+        b.gamepadButton = i % 15;
+        b.gamepadAxis = static_cast<int16_t>(i % 6);
+        b.gamepadAxisDirection = i % 2 ? 1 : -1;
+        b.joystickGuid = "guid" + std::to_string(i);
+        b.joystickIndex = i + 1;
+        b.joystickButton = i % 16;
+        b.joystickAxis = static_cast<int16_t>(i % 9);
+        b.joystickAxisDirection = i % 3 ? -1 : 1;
+        ++i;
+    }
+    s.input_gamepad_axis_deadzone = 0.05f;
+    s.input_joystick_axis_deadzone = 0.2f;
+}
+
+void ExpectSameSavedFields(const GameSettings& a, const GameSettings& b) {
+#define SAME(f) EXPECT_EQ(a.f, b.f) << #f
+    SAME(show_help_tooltips); SAME(admin_privileges);
+    SAME(graphics_preset); SAME(framerate_limit_main_rendering); SAME(vsync); SAME(fov); SAME(taa);
+    SAME(render_scale); SAME(ui_scaling); SAME(upscaling_algo); SAME(upscaling_quality_setting);
+    SAME(upscaling_sharpness); SAME(final_upscale); SAME(tone_mapping); SAME(dithering); SAME(brightness);
+    SAME(contrast); SAME(gamma); SAME(terrain_clutter); SAME(terrain_detail);
+    SAME(main_thread_cpu_affinity);
+    SAME(master_volume); SAME(entities_volume); SAME(interface_volume); SAME(environment_volume);
+    SAME(ide_zoom); SAME(ide_opacity);
+    SAME(look_sensitivity); SAME(avatar_mouselook_invert_y);
+    SAME(input_gamepad_axis_deadzone); SAME(input_joystick_axis_deadzone);
+#undef SAME
+    for (const auto& k : GameSettings::BindingKeys()) EXPECT_EQ(a.*(k.field), b.*(k.field)) << k.key;
+}
+
+class GameSettingsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char tmpl[] = "/tmp/zendola_settings_XXXXXX";
+        ASSERT_NE(::mkdtemp(tmpl), nullptr);
+        dir = tmpl;
+        path = dir + "/settings.ini";
+    }
+    void TearDown() override { std::filesystem::remove_all(dir); }
+
+    std::string dir, path;
+};
+
+}  // namespace
+
+TEST_F(GameSettingsTest, DefaultsWithoutAFile) {
+    testing::internal::CaptureStderr();
+    GameSettings s(path, 0);
+    const std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(CountLines(err), 1u) << err;
+    EXPECT_TRUE(s.show_help_tooltips);
+    EXPECT_FALSE(s.admin_privileges || s.debug_window || s.dev_tools || s.vsync);
+    EXPECT_EQ(s.graphics_preset, -1);
+    EXPECT_EQ(s.upscaling_algo, "AUTO");
+    EXPECT_EQ(s.main_thread_cpu_affinity, -1);
+    EXPECT_EQ(Bits(s.upscaling_sharpness), 0x3f2ccccdu);
+    EXPECT_EQ(Bits(s.gamma), 0x4019999au);
+    EXPECT_EQ(Bits(s.ide_opacity), 0x3f333333u);
+    EXPECT_EQ(Bits(s.input_gamepad_axis_deadzone), 0x3dcccccdu);
+    EXPECT_EQ(Bits(s.input_joystick_axis_deadzone), 0x3dcccccdu);
+    EXPECT_EQ(s.fov, 70.0f);
+    EXPECT_EQ(s.environment_volume, 0.5f);
+
+    ASSERT_EQ(GameSettings::BindingKeys().size(), 63u);
+    EXPECT_STREQ(GameSettings::BindingKeys().front().key, "input_binding_input_chat");
+    EXPECT_STREQ(GameSettings::BindingKeys().back().key, "input_binding_vehicle_main_thrust");
+    Binding chat;
+    chat.key = 257;
+    EXPECT_EQ(s.input_binding_input_chat, chat);
+    Binding forward;  // W and the left stick pushed up
+    forward.key = 87;
+    forward.gamepadAxis = 1;
+    forward.gamepadAxisDirection = -1;
+    EXPECT_EQ(s.input_binding_avatar_translate_forward, forward);
+    Binding rollLeft;  // Q, d-pad left and joystick axis 0 negative
+    rollLeft.key = 81;
+    rollLeft.gamepadButton = 14;
+    rollLeft.joystickAxis = 0;
+    rollLeft.joystickAxisDirection = -1;
+    EXPECT_EQ(s.input_binding_vehicle_roll_left, rollLeft);
+    Binding primary;
+    primary.mouseButton = 0;
+    EXPECT_EQ(s.input_binding_avatar_tool_primary, primary);
+    Binding pitchUp;
+    pitchUp.gamepadAxis = 3;
+    EXPECT_EQ(s.input_binding_avatar_pitch_up, pitchUp);
+    Binding thrust;
+    thrust.key = 84;
+    thrust.gamepadAxis = 5;
+    thrust.joystickAxis = 2;
+    EXPECT_EQ(s.input_binding_vehicle_main_thrust, thrust);
+}
+
+TEST_F(GameSettingsTest, EveryKeyRoundTrips) {
+    {
+        GameSettings out(path, 0);
+        Mutate(out);
+        out.WriteConfig();
+        GameSettings in(path, 0);
+        ExpectSameSavedFields(in, out);
+        EXPECT_NE(in.fov, 70.0f);
+    }
+    // The file has the six sections, each key once, and nothing of the two unsaved keys.
+    const std::string text = ReadAll(path);
+    for (const char* section : {"[game]", "[graphics]", "[performance]", "[ide]", "[audio]", "[input]"}) {
+        EXPECT_NE(text.find(section), std::string::npos) << section;
+    }
+    EXPECT_LT(text.find("[ide]"), text.find("[audio]"));
+    EXPECT_EQ(CountLines(text), 6u /*headers*/ + 5u /*separators*/ + 2 + 18 + 1 + 2 + 4 + 67) << text;
+}
+
+TEST_F(GameSettingsTest, DebugKeysAreReadButNeverWritten) {
+    WriteAll(path, "[game]\ndebug_window yes\ndev_tools = 1\n");
+    GameSettings s(path, 0);
+    EXPECT_TRUE(s.debug_window);
+    EXPECT_TRUE(s.dev_tools);
+    s.debug_window = false;
+    s.WriteConfig();
+    // The hand-written lines stay as the user wrote them; the class adds none of its own.
+    const std::string text = ReadAll(path);
+    EXPECT_EQ(text.rfind("[game]\ndebug_window yes\ndev_tools = 1\nshow_help_tooltips = true\n", 0), 0u) << text;
+
+    const std::string fresh = dir + "/fresh.ini";
+    GameSettings t(fresh, 0);
+    t.debug_window = true;
+    t.dev_tools = true;
+    t.WriteConfig();
+    EXPECT_EQ(ReadAll(fresh).find("debug_window"), std::string::npos);
+    EXPECT_EQ(ReadAll(fresh).find("dev_tools"), std::string::npos);
+}
+
+TEST_F(GameSettingsTest, HandEditedLinesSurviveASave) {
+    const std::string original =
+        "# my settings, do not lose\n"
+        "[graphics]\n"
+        "fov = 100\n"
+        "my_shader_hack = on   ; who knows\n"
+        "\n"
+        "[mods]\n"
+        "enabled = A B C\n";
+    WriteAll(path, original);
+    GameSettings s(path, 0);
+    EXPECT_EQ(s.fov, 100.0f);
+    s.fov = 80;
+    s.WriteConfig();
+    const std::string text = ReadAll(path);
+    EXPECT_EQ(text.rfind("# my settings, do not lose\n[graphics]\nfov = 80\nmy_shader_hack = on   ; who knows\n", 0), 0u)
+        << text;
+    EXPECT_NE(text.find("\n[mods]\nenabled = A B C\n"), std::string::npos) << text;
+    GameSettings again(path, 0);
+    EXPECT_EQ(again.fov, 80.0f);
+}
+
+TEST_F(GameSettingsTest, MalformedFilesKeepDefaults) {
+    WriteAll(path, "[graphics]\nfov = wide\nupscaling_algo = \"dlss\n" + std::string(10000, 'z') +
+                       "\n[input]\ninput_binding_sit = key:R\nlook_sensitivity = 4\n");
+    testing::internal::CaptureStderr();
+    GameSettings s(path, 0);
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(s.fov, 70.0f);
+    EXPECT_EQ(s.upscaling_algo, "AUTO");
+    EXPECT_EQ(s.input_binding_sit.key, 82);
+    EXPECT_EQ(s.look_sensitivity, 4.0f);
+    EXPECT_EQ(CountLines(err), 4u) << err;
+    EXPECT_NE(err.find("fov"), std::string::npos);
+
+    const std::string binary("\x7f" "ELF\x02\x01\x01\x00\x00\x00[graphics]\nfov = 10\n", 30);
+    WriteAll(path, binary);
+    testing::internal::CaptureStderr();
+    GameSettings b(path, 0);
+    b.WriteConfig();
+    err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(b.fov, 70.0f);
+    EXPECT_EQ(ReadAll(path), binary) << "a file that isn't text is never replaced";
+    EXPECT_NE(err.find("not a text file"), std::string::npos) << err;
+}
+
+TEST_F(GameSettingsTest, InstanceSharesOneObjectPerPath) {
+    WriteAll(path, "[graphics]\nfov = 50\n");
+    auto a = GameSettings::Instance(path, 0);
+    auto b = GameSettings::Instance(quorl::filesystem::FilePath(path), 7);
+    EXPECT_EQ(a.get(), b.get());
+    EXPECT_EQ(b->GetOption(), 0) << "the second option has no effect";
+    auto other = GameSettings::Instance(dir + "/other.ini", 0);
+    EXPECT_NE(other.get(), a.get());
+    a.reset();
+    b.reset();
+    WriteAll(path, "[graphics]\nfov = 60\n");
+    auto c = GameSettings::Instance(path, 0);
+    EXPECT_EQ(c->fov, 60.0f) << "a new object reads the file again";
+}
+
+TEST_F(GameSettingsTest, PresetsTable) {
+    GameSettings s(path, 0);
+    ASSERT_EQ(game::GraphicsPresets().size(), 7u);
+    EXPECT_STREQ(game::GraphicsPresets()[3].label, "Medium quality (recommended for most RTX GPUs)");
+    for (int untouched : {-1, 7, 0, 1000}) {
+        s.graphics_preset = untouched;
+        s.upscaling_quality_setting = 9;
+        s.final_upscale = 9.0f;
+        EXPECT_EQ(game::ApplyGraphicsPreset(s), untouched == 0);
+        EXPECT_EQ(s.upscaling_quality_setting, 9);
+        EXPECT_EQ(s.final_upscale, 9.0f);
+    }
+    const int quality[] = {0, 1, 1, 1, 1, 2, 3};
+    const float upscale[] = {0, 2.0f, 1.5f, 0.0f, 0.0f, 1.0f, 1.0f};
+    for (int p = 1; p <= 6; ++p) {
+        s.graphics_preset = p;
+        ASSERT_TRUE(game::ApplyGraphicsPreset(s));
+        EXPECT_EQ(s.upscaling_quality_setting, quality[p]) << p;
+        EXPECT_EQ(s.final_upscale, upscale[p]) << p;
+    }
+}
+
+TEST_F(GameSettingsTest, EditOnDiskUpdatesLiveObject) {
+    WriteAll(path, "[audio]\nmaster_volume = 0.25\n");
+    GameSettings s(path, std::nullopt);
+    EXPECT_EQ(s.master_volume, 0.25f);
+    ReplaceFile(path, "[audio]\nmaster_volume = 0.75\n[graphics]\nupscaling_algo = dlss\n");
+    ASSERT_TRUE(WaitFor([&] { return s.GetReloadCount() >= 1; }));
+    EXPECT_EQ(s.master_volume, 0.75f);
+    EXPECT_EQ(s.upscaling_algo, "dlss");
+}
+
+TEST_F(GameSettingsTest, SavesAndReloadsConcurrently) {
+    GameSettings s(path, std::nullopt);
+    std::thread editor([&] {
+        for (int i = 0; i < 30; ++i) {
+            ReplaceFile(path, "[graphics]\nfov = " + std::to_string(60 + i) + "\nupscaling_algo = edit" +
+                                  std::to_string(i) + "\n");
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    for (int i = 0; i < 30; ++i) s.WriteConfig();
+    editor.join();
+    s.StopAutoReloadThread();
+    GameSettings check(path, 0);
+    EXPECT_GE(check.fov, 60.0f);
+    EXPECT_LE(check.fov, 89.0f);
+}

@@ -1,0 +1,437 @@
+#include <gtest/gtest.h>
+
+#include <imgui_internal.h>
+
+#include <cmath>
+
+#include "NodeTestHarness.h"
+#include "game/graphics/ui/NodeEditor.h"
+
+using game::UniqueId;
+using game::graphics::ui::Node;
+using game::graphics::ui::NodeEditor;
+using Editor = game::QuorlCodeEditor::Editor;
+using nodetest::ImGuiHarness;
+using nodetest::ProbeEditor;
+
+namespace {
+
+Node* Wire(Node* consumer, size_t pin, const Node* producer) {
+    consumer->inputs.at(pin) = producer->id;
+    return consumer;
+}
+
+}  // namespace
+
+TEST(NodeGraphModel, MinimumSizeFollowsPinsAndHandle) {
+    Node n("n", {UniqueId(), UniqueId()});
+    EXPECT_EQ(n.GetMinimumHeight(), 75.0f);
+    n.resizable = false;
+    EXPECT_EQ(n.GetMinimumHeight(), 65.0f);
+    Node none("n", {});
+    EXPECT_EQ(none.GetMinimumHeight(), 55.0f);
+
+    NodeEditor editor;
+    Node* added = editor.AddNode("x", ImVec2(3, 4), {UniqueId(), UniqueId(), UniqueId()});
+    EXPECT_EQ(added->size.x, 35.0f);
+    EXPECT_EQ(added->size.y, 95.0f);
+    EXPECT_EQ(added->pos.x, 3.0f);
+}
+
+TEST(NodeGraphModel, CycleRuleRefusesLoopsAtAnyDepth) {
+    NodeEditor editor;
+    Node* a = editor.AddNode("a", {}, {UniqueId()});
+    Node* b = editor.AddNode("b", {}, {UniqueId()});
+    Node* c = editor.AddNode("c", {}, {UniqueId(), UniqueId()});
+    Wire(b, 0, a);
+    Wire(c, 0, b);
+    EXPECT_FALSE(editor.CanConnectInputToOutput(a, 0, a));  // own output
+    EXPECT_FALSE(editor.CanConnectInputToOutput(a, 0, b));  // a <- b <- a
+    EXPECT_FALSE(editor.CanConnectInputToOutput(a, 0, c));  // a <- c <- b <- a
+    EXPECT_TRUE(editor.CanConnectInputToOutput(c, 1, a));   // a diamond is no loop
+    EXPECT_FALSE(editor.CanConnectInputToOutput(nullptr, 0, a));
+    EXPECT_FALSE(editor.CanConnectInputToOutput(a, 0, nullptr));
+    EXPECT_TRUE(editor.NodeDependsOn(c, a));
+    EXPECT_FALSE(editor.NodeDependsOn(a, c));
+}
+
+TEST(NodeGraphModel, DestroyClearsConsumersAndReadOnlyRefuses) {
+    NodeEditor editor;
+    Node* a = editor.AddNode("a", {}, {});
+    Node* b = editor.AddNode("b", {}, {UniqueId(), UniqueId()});
+    Wire(b, 0, a);
+    Wire(b, 1, a);
+    editor.readOnly = true;
+    editor.DestroyNode(a);
+    EXPECT_EQ(b->inputs[0], a->id);
+    editor.readOnly = false;
+    editor.modified = false;
+    editor.DestroyNode(a);
+    editor.nodes.erase(editor.nodes.begin());
+    EXPECT_TRUE(b->inputs[0].IsNull());
+    EXPECT_TRUE(b->inputs[1].IsNull());
+    EXPECT_TRUE(b->dirty);
+    EXPECT_TRUE(editor.modified);
+    EXPECT_EQ(editor.GetNode<Node>(b->id), b);
+    EXPECT_EQ(editor.GetNode<Node>(UniqueId()), nullptr);
+}
+
+TEST(NodeGraphModel, ZoomKeepsThePointUnderTheMouseAndSnaps) {
+    NodeEditor editor;  // no ImGui context: interface scale 1
+    editor.pan = ImVec2(10, 20);
+    const ImVec2 at(300, 200);
+    auto graphAt = [&] { return ImVec2(at.x / editor.zoom - editor.pan.x, at.y / editor.zoom - editor.pan.y); };
+    ImVec2 before = graphAt();
+    editor.Zoom(at, 1);
+    EXPECT_FLOAT_EQ(editor.zoom, 1.125f);
+    ImVec2 after = graphAt();
+    EXPECT_NEAR(after.x, before.x, 1e-3);
+    EXPECT_NEAR(after.y, before.y, 1e-3);
+    editor.Zoom(at, -1);  // 0.984 lies within 0.1 of 1
+    EXPECT_EQ(editor.zoom, 1.0f);
+    for (int i = 0; i < 40; ++i) editor.Zoom(at, -1);
+    EXPECT_EQ(editor.zoom, 0.05f);
+    editor.Zoom(at, -1);
+    EXPECT_EQ(editor.zoom, 0.05f);
+    for (int i = 0; i < 40; ++i) editor.Zoom(at, 1);
+    EXPECT_EQ(editor.zoom, 2.0f);
+}
+
+TEST(NodeGraphModel, CopyPasteKeepsInnerWiresAndDropsOuterOnes) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    Node* a = editor.AddNode("time", ImVec2(0, 0), {});
+    Node* b = editor.AddNode("ADD", ImVec2(100, 0), {});
+    Node* c = editor.AddNode("NEGATIVE", ImVec2(200, 100), {});
+    Wire(b, 0, a);
+    Wire(c, 0, b);
+    b->selected = c->selected = true;
+    ImGui::SetClipboardText("something");
+    editor.Copy();
+    EXPECT_STREQ(ImGui::GetClipboardText(), "");
+    EXPECT_EQ(NodeEditor::clipboard.size(), 2u);
+    EXPECT_FALSE(b->selected);
+
+    ui.io().MousePos = ImVec2(500, 400);
+    editor.Paste();
+    ASSERT_EQ(editor.nodes.size(), 5u);
+    Node* b2 = editor.nodes[3];
+    Node* c2 = editor.nodes[4];
+    EXPECT_EQ(b2->title, "ADD");
+    EXPECT_FALSE(b2->id == b->id);
+    EXPECT_TRUE(b2->inputs[0].IsNull());  // a stayed outside
+    EXPECT_EQ(c2->inputs[0], b2->id);     // inner wire follows the copy
+    EXPECT_EQ(c->inputs[0], b->id);
+    EXPECT_TRUE(b2->selected && c2->selected);
+    // The group's centre lands on the mouse.
+    EXPECT_FLOAT_EQ((b2->pos.x + c2->pos.x) / 2, 500.0f);
+    EXPECT_FLOAT_EQ((b2->pos.y + c2->pos.y) / 2, 400.0f);
+
+    // Something else copied since: a silent no-op.
+    ImGui::SetClipboardText("other program");
+    editor.Paste();
+    EXPECT_EQ(editor.nodes.size(), 5u);
+}
+
+TEST(NodeGraphModel, CopyOfEmptySelectionLeavesSystemClipboard) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    editor.AddNode("time", ImVec2(0, 0), {});
+    ImGui::SetClipboardText("keep me");
+    editor.Copy();
+    EXPECT_TRUE(NodeEditor::clipboard.empty());
+    EXPECT_STREQ(ImGui::GetClipboardText(), "keep me");
+}
+
+TEST(NodeGraphModel, ConstantsPasteOnlyIntoAnotherEditor) {
+    ImGuiHarness ui;
+    Editor one("one"), two("two");
+    Node* k = one.AddNode("const $k = 5", ImVec2(0, 0), {});
+    one.AddNode("time", ImVec2(0, 0), {})->selected = true;
+    k->selected = true;
+    one.Copy();
+    one.Paste();
+    ASSERT_EQ(one.nodes.size(), 3u);  // the time node only
+    EXPECT_EQ(one.nodes[2]->title, "time");
+    two.Paste();
+    ASSERT_EQ(two.nodes.size(), 2u);
+    EXPECT_EQ(two.nodes[0]->title, "const $k = 5");
+}
+
+// ---- scripted input ----------------------------------------------------------------------
+
+TEST(NodeEditorInput, DragTitleMovesNodeAndSelectionAndShiftSnaps) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    Node* a = editor.AddNode("time", ImVec2(100, 100), {});
+    Node* b = editor.AddNode("time", ImVec2(300, 300), {});
+    b->selected = true;
+    ui.Frame(editor);
+    editor.modified = false;
+    ui.DragLeft(editor, ImVec2(110, 103), ImVec2(163, 134));
+    EXPECT_FLOAT_EQ(a->pos.x, 153.0f);
+    EXPECT_FLOAT_EQ(a->pos.y, 131.0f);
+    EXPECT_FLOAT_EQ(b->pos.x, 353.0f);  // the selection follows
+    EXPECT_FLOAT_EQ(b->pos.y, 331.0f);
+    EXPECT_TRUE(editor.modified);
+    EXPECT_EQ(editor.draggedNode, nullptr);
+
+    ui.io().KeyShift = true;
+    ui.DragLeft(editor, ImVec2(160, 134), ImVec2(198, 150));
+    ui.io().KeyShift = false;
+    EXPECT_FLOAT_EQ(a->pos.x, 190.0f);
+    EXPECT_FLOAT_EQ(a->pos.y, 150.0f);
+
+    // At the canvas edge the clamp wins over the grid: half the node stays in view.
+    ui.io().KeyShift = true;
+    ui.DragLeft(editor, ImVec2(200, 153), ImVec2(-60, 153));
+    ui.io().KeyShift = false;
+    EXPECT_FLOAT_EQ(a->pos.x, -a->size.x / 2);
+    EXPECT_NE(std::fmod(a->pos.x, 10.0f), 0.0f);
+}
+
+TEST(NodeEditorInput, ConnectPinsWithTheMouse) {
+    ImGuiHarness ui;
+    ProbeEditor editor("p");
+    Node* time = editor.AddNode("time", ImVec2(50, 50), {});
+    Node* add = editor.AddNode("ADD", ImVec2(300, 50), {});
+    Node* text = editor.AddNode("text", ImVec2(300, 250), {});
+    auto* textNode = static_cast<Editor::TextNode*>(text);
+    textNode->OnAddInput();  // a text pin
+    ui.Frame(editor);
+
+    // Output to input.
+    ui.DragLeft(editor, editor.OutputPin(time), editor.InputPin(add, 1));
+    EXPECT_EQ(add->inputs[1], time->id);
+    EXPECT_TRUE(add->inputs[0].IsNull());
+    EXPECT_TRUE(add->dirty);
+
+    // Input to output.
+    ui.DragLeft(editor, editor.InputPin(add, 0), editor.OutputPin(time));
+    EXPECT_EQ(add->inputs[0], time->id);
+
+    // A number cannot feed a text pin; a node cannot feed itself.
+    ui.DragLeft(editor, editor.OutputPin(time), editor.InputPin(text, 0));
+    EXPECT_TRUE(text->inputs[0].IsNull());
+    ui.DragLeft(editor, editor.OutputPin(add), editor.InputPin(add, 0));
+    EXPECT_EQ(add->inputs[0], time->id);
+
+    // A double click on the input pin frees it.
+    ui.io().MousePos = editor.InputPin(add, 0);
+    ui.Frame(editor);
+    for (int i = 0; i < 2; ++i) {
+        ui.io().MouseDown[0] = true;
+        ui.Frame(editor);
+        ui.io().MouseDown[0] = false;
+        ui.Frame(editor);
+    }
+    EXPECT_TRUE(add->inputs[0].IsNull());
+    EXPECT_EQ(add->inputs[1], time->id);
+}
+
+TEST(NodeEditorInput, RubberBandSelectsAndDeleteRemoves) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    Node* a = editor.AddNode("time", ImVec2(100, 100), {});
+    Node* b = editor.AddNode("NEGATIVE", ImVec2(200, 120), {});
+    Node* far = editor.AddNode("time", ImVec2(500, 400), {});
+    Wire(b, 0, a);
+    Node* c = editor.AddNode("NEGATIVE", ImVec2(600, 400), {});
+    Wire(c, 0, b);
+    ui.Frame(editor);
+    ui.DragLeft(editor, ImVec2(80, 80), ImVec2(300, 300));
+    EXPECT_TRUE(a->selected);
+    EXPECT_TRUE(b->selected);
+    EXPECT_FALSE(far->selected);
+    EXPECT_FALSE(editor.boxActive);
+
+    ui.io().KeysDown[nodetest::kKeyDelete] = true;
+    ui.Frame(editor);
+    ui.io().KeysDown[nodetest::kKeyDelete] = false;
+    ui.Frame(editor);
+    ASSERT_EQ(editor.nodes.size(), 2u);
+    EXPECT_EQ(editor.nodes[0], far);
+    EXPECT_TRUE(c->inputs[0].IsNull());
+    EXPECT_TRUE(c->dirty);
+
+    // A plain click on the empty canvas clears the selection.
+    far->selected = true;
+    ui.io().MousePos = ImVec2(50, 500);
+    ui.Frame(editor);
+    ui.io().MouseDown[0] = true;
+    ui.Frame(editor);
+    ui.io().MouseDown[0] = false;
+    ui.Frame(editor);
+    EXPECT_FALSE(far->selected);
+}
+
+TEST(NodeEditorInput, CtrlDDuplicatesOnceWhileHeld) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    Node* a = editor.AddNode("time", ImVec2(100, 100), {});
+    Node* b = editor.AddNode("NEGATIVE", ImVec2(200, 100), {});
+    Node* k = editor.AddNode("const $k = 1", ImVec2(100, 300), {});
+    Wire(b, 0, a);
+    a->selected = b->selected = k->selected = true;
+    ui.io().MousePos = ImVec2(400, 400);
+    ui.Frame(editor);
+    ui.io().KeyCtrl = true;
+    ui.io().KeysDown[NodeEditor::keyD] = true;
+    ui.Frames(editor, 4);
+    ui.io().KeysDown[NodeEditor::keyD] = false;
+    ui.io().KeyCtrl = false;
+    ui.Frame(editor);
+    ASSERT_EQ(editor.nodes.size(), 5u);  // the constant is not duplicated
+    Node* a2 = editor.nodes[3];
+    Node* b2 = editor.nodes[4];
+    EXPECT_EQ(a2->title, "time");
+    EXPECT_EQ(b2->inputs[0], a2->id);
+    EXPECT_TRUE(a2->selected && b2->selected);
+    EXPECT_FALSE(a->selected);
+    EXPECT_TRUE(editor.modified);
+}
+
+TEST(NodeEditorInput, WheelZoomsAroundTheCursorAndRightDragPans) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    editor.AddNode("time", ImVec2(100, 100), {});
+    ui.io().MousePos = ImVec2(400, 300);
+    ui.Frame(editor);
+    auto graphAtMouse = [&] {
+        return ImVec2(400 / editor.zoom - editor.pan.x, 300 / editor.zoom - editor.pan.y);
+    };
+    ImVec2 before = graphAtMouse();
+    ui.io().MouseWheel = 3.0f;  // only the sign counts
+    ui.Frame(editor);
+    EXPECT_FLOAT_EQ(editor.zoom, 1.125f);
+    ImVec2 after = graphAtMouse();
+    EXPECT_NEAR(after.x, before.x, 1e-3);
+    EXPECT_NEAR(after.y, before.y, 1e-3);
+
+    const ImVec2 pan = editor.pan;
+    ui.io().MouseDown[1] = true;
+    ui.Frame(editor);
+    ui.MoveTo(editor, ImVec2(445, 300), 3);
+    ui.io().MouseDown[1] = false;
+    ui.Frame(editor);
+    ui.Frame(editor);
+    EXPECT_NEAR(editor.pan.x - pan.x, 45 / 1.125f, 1e-3);
+    EXPECT_FALSE(ImGui::IsPopupOpen("", ImGuiPopupFlags_AnyPopupId));  // panning keeps the menu shut
+}
+
+TEST(NodeEditorInput, ReadOnlyCanvasRefusesChanges) {
+    ImGuiHarness ui;
+    ProbeEditor editor("p");
+    Node* time = editor.AddNode("time", ImVec2(50, 50), {});
+    Node* add = editor.AddNode("ADD", ImVec2(300, 50), {});
+    editor.readOnly = true;
+    ui.Frame(editor);
+    ui.DragLeft(editor, editor.OutputPin(time), editor.InputPin(add, 0));
+    EXPECT_TRUE(add->inputs[0].IsNull());
+    ui.DragLeft(editor, ImVec2(310, 53), ImVec2(400, 100));
+    EXPECT_EQ(add->pos.x, 300.0f);
+    EXPECT_EQ(editor.AddNode("time", ImVec2(0, 0), {}), nullptr);
+    EXPECT_EQ(editor.nodes.size(), 2u);
+}
+
+TEST(NodeEditorInput, CanvasMenuAddsNodeCentredOnTheClick) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    ui.io().MousePos = ImVec2(600, 500);
+    ui.Frame(editor);
+    ui.io().MouseDown[1] = true;
+    ui.Frame(editor);
+    ui.io().MouseDown[1] = false;
+    ui.Frame(editor);
+    ASSERT_TRUE(ImGui::IsPopupOpen("", ImGuiPopupFlags_AnyPopupId));
+    ui.MoveTo(editor, ImVec2(620, 511), 2);
+    ui.io().MouseDown[0] = true;
+    ui.Frame(editor);
+    ui.io().MouseDown[0] = false;
+    ui.Frame(editor);
+    ASSERT_EQ(editor.nodes.size(), 1u);
+    auto* k = dynamic_cast<Editor::ConstNumberNode*>(editor.nodes[0]);
+    ASSERT_NE(k, nullptr);
+    EXPECT_EQ(k->name, "mynumber1");
+    EXPECT_FLOAT_EQ(k->pos.x + k->size.x / 2, 600.0f);
+    EXPECT_FLOAT_EQ(k->pos.y + k->size.y / 2, 500.0f);
+}
+
+TEST(NodeEditorInput, EveryNodeKindDraws) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    std::vector<std::string> keys = {"input", "input.3", "output", "output.1", "const $n = 2.5", "const $t = \"hi\"",
+                                     "var $v : number", "var $w : text", "expression", "statement", "Conditional",
+                                     "execute", "switch", "delay", "blinker", "counter", "smooth", "pulse",
+                                     "pulse toggle", "time", "print", "text", "PID Controller", "include", "note"};
+    for (const std::string& op : Editor::MathNode::OperatorNames()) keys.push_back(op);
+    float x = 0;
+    for (const std::string& key : keys) {
+        Node* n = editor.AddNode(key, ImVec2(x, x / 3), {});
+        if (auto* v = dynamic_cast<Editor::QuorlNodeWithVariableInputCount*>(n)) v->OnAddInput();
+        x += 20;
+    }
+    ui.io().MousePos = ImVec2(100, 100);
+    ui.Frames(editor, 3);
+    editor.zoom = 0.5f;
+    for (Node* n : editor.nodes) n->selected = true;
+    ui.Frames(editor, 2);
+    ASSERT_TRUE(editor.Serialize(false));
+    ui.Frame(editor, [&] { editor.textEditor.Render("program", ImVec2(300, 200)); });
+    EXPECT_FALSE(editor.textEditor.IsTextChanged());
+    for (Node* n : editor.nodes) {
+        EXPECT_GE(n->size.x, n->GetMinimumWidth());
+        EXPECT_GE(n->size.y, n->GetMinimumHeight());
+    }
+}
+
+TEST(NodeEditorInput, EditNamePopupAcceptsOnlyValidNames) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    auto* k = dynamic_cast<Editor::ConstNumberNode*>(editor.AddNode("const $k = 5", ImVec2(100, 100), {}));
+    ASSERT_NE(k, nullptr);
+    ui.Frame(editor);
+    // Double click on the title.
+    ui.io().MousePos = ImVec2(110, 103);
+    ui.Frame(editor);
+    for (int i = 0; i < 2; ++i) {
+        ui.io().MouseDown[0] = true;
+        ui.Frame(editor);
+        ui.io().MouseDown[0] = false;
+        ui.Frame(editor);
+    }
+    ui.Frames(editor, 2);  // a new popup takes a frame to size and place itself
+    ImGuiWindow* popup = ImGui::GetTopMostPopupModal();
+    ASSERT_NE(popup, nullptr);
+    EXPECT_NE(std::string(popup->Name).find("Edit Name"), std::string::npos);
+    auto okButton = [&] {
+        ImGuiWindow* w = ImGui::GetTopMostPopupModal();
+        return ImVec2(w->ContentRegionRect.Min.x + 4,
+                      w->DC.CursorPos.y - ImGui::GetStyle().ItemSpacing.y - w->DC.PrevLineSize.y / 2);
+    };
+
+    // Into the name field, append "-x": refused, the popup stays with its message.
+    ui.Click(editor, ImVec2(popup->ContentRegionRect.Min.x + 3, popup->ContentRegionRect.Min.y + 3));
+    ui.Key(editor, nodetest::kKeyEnd);
+    ui.io().AddInputCharactersUTF8("-x");
+    ui.Frame(editor);
+    EXPECT_EQ(k->nameEdit, "k-x");
+    ui.Click(editor, okButton());
+    EXPECT_TRUE(k->nameInvalid);
+    EXPECT_EQ(k->name, "k");
+    EXPECT_EQ(k->title, "const $k = 5");
+    ASSERT_NE(ImGui::GetTopMostPopupModal(), nullptr);
+
+    // Back to "k", then "_2": accepted, the title is rebuilt.
+    ui.Click(editor, ImVec2(popup->ContentRegionRect.Min.x + 3, popup->ContentRegionRect.Min.y + 3));
+    ui.Key(editor, nodetest::kKeyEnd);
+    ui.Key(editor, nodetest::kKeyBackspace);
+    ui.Key(editor, nodetest::kKeyBackspace);
+    ui.io().AddInputCharactersUTF8("_2");
+    ui.Frame(editor);
+    ui.Click(editor, okButton());
+    EXPECT_EQ(k->name, "k_2");
+    EXPECT_EQ(k->title, "const $k_2");
+    EXPECT_TRUE(k->dirty);
+    EXPECT_EQ(ImGui::GetTopMostPopupModal(), nullptr);
+}

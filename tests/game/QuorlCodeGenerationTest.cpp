@@ -1,0 +1,646 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "NodeTestHarness.h"
+
+using game::UniqueId;
+using game::graphics::ui::Node;
+using Editor = game::QuorlCodeEditor::Editor;
+using nlohmann::json;
+
+namespace {
+
+template <class T = Editor::QuorlNode>
+T* Add(Editor& e, const std::string& key) {
+    T* t = dynamic_cast<T*>(e.AddNode(key, ImVec2(0, 0), {}));
+    EXPECT_NE(t, nullptr) << key;
+    return t;
+}
+
+void Wire(Node* consumer, size_t pin, const Node* producer) { consumer->inputs.at(pin) = producer->id; }
+
+// The program text without its first line (the graph).
+std::string Body(Editor& e) {
+    EXPECT_TRUE(e.Serialize(false));
+    const std::string text = e.textEditor.GetText();
+    EXPECT_EQ(text.compare(0, 7, "#NODES "), 0);
+    return text.substr(text.find('\n') + 1);
+}
+
+Editor::OutputNode* OutputWithPins(Editor& e, const std::string& key, int pins) {
+    auto* o = Add<Editor::OutputNode>(e, key);
+    for (int i = 0; i < pins; ++i) o->OnAddInput();
+    return o;
+}
+
+}  // namespace
+
+TEST(QuorlCodeGeneration, WorkedExample) {
+    Editor e("door.main.qc");
+    auto* k = Add(e, "const $k = 5");
+    auto* b = Add<Editor::InputNode>(e, "input.2");
+    b->channel = 1;
+    auto* c = Add(e, "GREATER");
+    Wire(c, 0, b);
+    c->inputValues = {"", ".5"};
+    auto* d = Add(e, "delay");
+    d->inputValues = {"2", "", ""};
+    Wire(d, 1, c);
+    auto* out = OutputWithPins(e, "output.0", 1);
+    Wire(out, 0, d);
+    ASSERT_TRUE(e.Serialize(false));
+    const std::string text = e.textEditor.GetText();
+    const std::string first = text.substr(0, text.find('\n'));
+    EXPECT_EQ(text.substr(first.size() + 1),
+              "\n"
+              "const $k = 5.000000\n"
+              "\n"
+              "var $_door_delay1 = 0\n"
+              "\n"
+              "update\n"
+              "\tvar $_input_number_2_1 = input_number(2, 1)\n"
+              "\tvar $_door_delay1_ = $_door_delay1 > 0 and $_door_delay1 < time\n"
+              "\tif ($_input_number_2_1 > 0.5)\n"
+              "\t\t$_door_delay1 = time + 2\n"
+              "\toutput_number(0, 0, $_door_delay1_)\n");
+    // The first line holds the graph, one object per node in order, as one line of JSON.
+    json graph = Editor::GraphOfProgram(text);
+    ASSERT_EQ(graph["nodes"].size(), 5u);
+    EXPECT_EQ(first, "#NODES " + graph.dump());
+    EXPECT_EQ(graph["nodes"][0]["type"], "ConstNumberNode");
+    EXPECT_EQ(graph["nodes"][0]["id"], k->id.ToString());
+    EXPECT_EQ(graph["nodes"][2]["inputValues"], json::array({"", ".5"}));
+    EXPECT_EQ(graph["nodes"][3]["inputs"][1], c->id.ToString());
+    EXPECT_EQ(graph["nodes"][4]["ioNumber"], 0);
+    EXPECT_EQ(e.textEditor.GetTotalLines(), 13);  // twelve lines and the empty one after the last line feed
+    EXPECT_EQ(e.textEditor.GetTextLines()[6], "update");
+}
+
+TEST(QuorlCodeGeneration, EmptyAndUnreachedGraphs) {
+    Editor e("p");
+    ASSERT_TRUE(e.Serialize(false));
+    EXPECT_EQ(e.textEditor.GetText(), "#NODES {\"nodes\":[]}\n");
+
+    // A group that no sink reaches stays in the graph but writes no code.
+    auto* neg = Add(e, "NEGATIVE");
+    Wire(neg, 0, Add(e, "delay"));
+    Add<Editor::CommentNode>(e, "comment")->comment = "no code";
+    EXPECT_EQ(Body(e), "");
+    EXPECT_EQ(e.root["nodes"].size(), 3u);
+}
+
+TEST(QuorlCodeGeneration, NumbersAreNormalised) {
+    Editor e("p");
+    auto* out = OutputWithPins(e, "output.1", 7);
+    out->inputValues = {"-.25", "+.25", " 7 ", ".", "x+1", "", "\t.5\n"};
+    EXPECT_EQ(Body(e),
+              "\nupdate\n"
+              "\toutput_number(1, 0, -0.25)\n"
+              "\toutput_number(1, 1, +0.25)\n"
+              "\toutput_number(1, 2, 7)\n"
+              "\toutput_number(1, 3, 0.)\n"
+              "\toutput_number(1, 4, x+1)\n"
+              "\toutput_number(1, 6, 0.5)\n");
+}
+
+TEST(QuorlCodeGeneration, ProgramNamesMakePrefixesOrAreRefused) {
+    Editor e("my-door");
+    auto* out = OutputWithPins(e, "output.0", 1);
+    Wire(out, 0, Add(e, "counter"));
+    auto* pid = Add(e, "PID Controller");
+    auto* out2 = OutputWithPins(e, "output.1", 1);
+    Wire(out2, 0, pid);
+    const std::string body = Body(e);
+    EXPECT_NE(body.find("var $_my_door_counter1 : number\n"), std::string::npos);
+    EXPECT_NE(body.find("function @_my_door_pid1("), std::string::npos);
+    EXPECT_NE(body.find("\tvar $_pid1 = @_my_door_pid1("), std::string::npos);
+
+    const std::string before = e.textEditor.GetText();
+    e.programName = "a b";
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(e.Serialize(true));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Invalid program name: a b\n");
+    EXPECT_EQ(e.textEditor.GetText(), before);
+    EXPECT_TRUE(e.history.empty());
+
+    e.programName = "x.main.qc";
+    EXPECT_TRUE(e.Serialize(false));
+    e.programName = ".main.qc";  // nothing left of the name
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(e.Serialize(false));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Invalid program name: .main.qc\n");
+}
+
+TEST(QuorlCodeGeneration, ConstantsVariablesAndIncludes) {
+    Editor e("t");
+    Add(e, "include");
+    static_cast<Editor::IncludeNode*>(Add(e, "include"))->filename = "lib.qc";
+    auto* v = Add(e, "var $v : number");
+    auto* w = Add(e, "var $w : text");
+    auto* time = Add(e, "time");
+    w->inputValues = {"hi", "", ""};
+    Wire(w, 1, time);
+    Add(e, "const $t = \"x y\"");
+    Add(e, "const $n = -2");
+    auto* out = OutputWithPins(e, "output", 2);
+    static_cast<Editor::OutputNode*>(out)->alias = "door";
+    Wire(out, 0, v);
+    Wire(out, 1, w);
+    out->OnChangeInputType(1, Editor::TEXT);
+    Wire(out, 1, w);
+    EXPECT_EQ(Body(e),
+              "\ninclude \"lib.qc\"\n"
+              "\nconst $n = -2.000000\n"
+              "\nconst $t = \"x y\"\n"
+              "\nvar $v : number\n"
+              "var $w : text\n"
+              "\nupdate\n"
+              "\tif 0\n"
+              "\t\t$v = 0\n"
+              "\tif 0\n"
+              "\t\t$v = 0\n"
+              "\tif time\n"
+              "\t\t$w = \"hi\"\n"
+              "\toutput_number(\"door\", 0, $v)\n"
+              "\toutput_text(\"door\", 1, $w)\n");
+}
+
+TEST(QuorlCodeGeneration, OutputsPrintAndDeadPins) {
+    Editor e("t");
+    auto* time = Add(e, "time");
+    auto* out = OutputWithPins(e, "output.3", 5);
+    Wire(out, 0, time);
+    out->OnChangeInputType(1, Editor::TEXT);
+    out->inputValues = {"", "on", "", ".5", "9"};
+    out->OnChangeInputType(4, Editor::NONE);  // a dead pin writes nothing
+    out->inputValues[4] = "9";
+    auto* alias = OutputWithPins(e, "output", 2);
+    alias->OnChangeInputType(0, Editor::TEXT);
+    alias->inputValues = {"", "-.5"};
+    alias->alias = "lamp";
+    auto* print = Add<Editor::PrintNode>(e, "print");
+    for (int i = 0; i < 4; ++i) print->OnAddInput();
+    Wire(print, 0, time);
+    print->OnChangeInputType(1, Editor::TEXT);
+    print->inputValues = {"", "", "", "4"};
+    auto* silent = Add<Editor::PrintNode>(e, "print");
+    silent->OnAddInput();
+    EXPECT_EQ(Body(e),
+              "\nupdate\n"
+              "\toutput_number(3, 0, time)\n"
+              "\toutput_text(3, 1, \"on\")\n"
+              "\toutput_number(3, 3, 0.5)\n"
+              "\toutput_number(\"lamp\", 1, -0.5)\n"
+              "\tprint(time, \"\", 4)\n");
+}
+
+TEST(QuorlCodeGeneration, InputsShareOneReadPerBlockChannelAndType) {
+    Editor e("t");
+    auto* a = Add<Editor::InputNode>(e, "input.1");
+    auto* b = Add<Editor::InputNode>(e, "input.1");
+    auto* c = Add<Editor::InputNode>(e, "input.1");
+    c->outputType = Editor::TEXT;
+    auto* byAlias = Add<Editor::InputNode>(e, "input");
+    byAlias->alias = "lever";
+    byAlias->channel = 2;
+    auto* byAlias2 = Add<Editor::InputNode>(e, "input");
+    byAlias2->alias = "lever";
+    byAlias2->channel = 2;
+    auto* noAlias = Add<Editor::InputNode>(e, "input");
+    noAlias->outputType = Editor::TEXT;
+    auto* print = Add<Editor::PrintNode>(e, "print");
+    for (int i = 0; i < 6; ++i) print->OnAddInput();
+    print->OnChangeInputType(2, Editor::TEXT);
+    print->OnChangeInputType(5, Editor::TEXT);
+    for (auto [pin, node] : std::vector<std::pair<size_t, Node*>>{{0, a}, {1, b}, {2, c}, {3, byAlias}, {4, byAlias2}, {5, noAlias}})
+        Wire(print, pin, node);
+    EXPECT_EQ(Body(e),
+              "\nupdate\n"
+              "\tvar $_input_number_1_0 = input_number(1, 0)\n"
+              "\tvar $_input_text_1_0 = input_text(1, 0)\n"
+              "\tvar $_input_alias_1 = input_number(\"lever\", 2)\n"
+              "\tprint($_input_number_1_0, $_input_number_1_0, $_input_text_1_0, $_input_alias_1, "
+              "$_input_alias_1, \"\")\n");
+}
+
+TEST(QuorlCodeGeneration, ExpressionsStatementsAndConditionals) {
+    Editor e("t");
+    auto* time = Add(e, "time");
+    auto* x = Add<Editor::ExpressionNode>(e, "expression");
+    x->OnAddInput();
+    x->OnAddInput();
+    Wire(x, 0, time);
+    x->inputValues = {"", "2"};
+    x->code = "  abs(a) + b1 + \"a b\" + ab\n";
+    auto* s1 = Add<Editor::StatementNode>(e, "statement");
+    s1->OnAddInput();
+    Wire(s1, 0, x);
+    s1->code = "print(a)";
+    auto* s2 = Add<Editor::StatementNode>(e, "statement");
+    s2->code = "x = 1\n\n  y = 2";
+    auto* cond = Add(e, "Conditional");
+    cond->inputValues = {"1", "", ""};
+    Wire(cond, 1, s1);
+    Wire(cond, 2, s2);
+    auto* exec = Add<Editor::ExecuteNode>(e, "execute");
+    exec->OnAddInput();
+    exec->OnAddInput();
+    exec->OnAddInput();
+    Wire(exec, 0, cond);
+    exec->inputValues = {"", "print(\"done\")", ""};
+    EXPECT_EQ(Body(e),
+              "\nupdate\n"
+              "\tvar $_expr1 = abs(time) + 21 + \"a b\" + a2\n"
+              "\tif 1\n"
+              "\t\tprint($_expr1)\n"
+              "\telse\n"
+              "\t\tx = 1\n"
+              "\t\t  y = 2\n"
+              "\tprint(\"done\")\n");
+}
+
+TEST(QuorlCodeGeneration, SwitchTextAndTime) {
+    Editor e("t");
+    auto* in = Add<Editor::InputNode>(e, "input.1");
+    auto* time = Add(e, "time");
+    auto* s1 = Add<Editor::SwitchNode>(e, "switch");
+    s1->OnAddInput();
+    Wire(s1, 0, in);
+    s1->inputValues = {"", "10", ""};
+    Wire(s1, 2, time);
+    auto* s2 = Add<Editor::SwitchNode>(e, "switch");
+    s2->OnChangeOutputType(Editor::TEXT);
+    Wire(s2, 0, time);
+    s2->inputValues = {"", "a"};
+    auto* text = Add<Editor::TextNode>(e, "text");
+    text->format = "v={} {} {}";
+    for (int i = 0; i < 3; ++i) text->OnAddInput();
+    text->OnChangeInputType(1, Editor::NUMBER);
+    Wire(text, 0, s2);
+    Wire(text, 1, s1);
+    text->inputValues = {"", "", "q"};
+    auto* print = Add<Editor::PrintNode>(e, "print");
+    print->OnAddInput();
+    print->OnChangeInputType(0, Editor::TEXT);
+    Wire(print, 0, text);
+    EXPECT_EQ(Body(e),
+              "\nupdate\n"
+              "\tvar $_switch1 = \"\"\n"
+              "\tvar $_switch1_ = time\n"
+              "\tif $_switch1_ == 0\n"
+              "\t\t$_switch1 = \"a\"\n"
+              "\tvar $_input_number_1_0 = input_number(1, 0)\n"
+              "\tvar $_switch2 = 0\n"
+              "\tif $_input_number_1_0 == 0\n"
+              "\t\t$_switch2 = 10\n"
+              "\telseif $_input_number_1_0 == 1\n"
+              "\t\t$_switch2 = time\n"
+              "\tvar $_text1 = text(\"v={} {} {}\", $_switch1, $_switch2, \"q\")\n"
+              "\tprint($_text1)\n");
+}
+
+TEST(QuorlCodeGeneration, TimingNodes) {
+    Editor e("t");
+    auto* time = Add(e, "time");
+    auto* delay = Add(e, "delay");
+    Wire(delay, 1, time);
+    delay->inputValues = {"", "", "x"};
+    auto* idle = Add(e, "delay");  // free "set": the output stays false
+    auto* blink = Add(e, "blinker");
+    auto* smooth = Add(e, "smooth");
+    Wire(smooth, 0, time);
+    smooth->inputValues = {"", "", "1"};
+    auto* print = Add<Editor::PrintNode>(e, "print");
+    for (int i = 0; i < 4; ++i) print->OnAddInput();
+    Wire(print, 0, delay);
+    Wire(print, 1, idle);
+    Wire(print, 2, blink);
+    Wire(print, 3, smooth);
+    EXPECT_EQ(Body(e),
+              "\nvar $_t_delay1 = 0\n"
+              "var $_t_delay2 = 0\n"
+              "var $_t_smooth1 : number\n"
+              "var $_t_smooth1_a : number\n"
+              "var $_t_smooth1_b : number\n"
+              "var $_t_smooth1_t0 : number\n"
+              "var $_t_smooth1_t1 : number\n"
+              "\nupdate\n"
+              "\tvar $_t_delay1_ = $_t_delay1 > 0 and $_t_delay1 < time\n"
+              "\tif time\n"
+              "\t\t$_t_delay1 = time + 1\n"
+              "\tif x\n"
+              "\t\t$_t_delay1 = 0\n"
+              "\tvar $_t_delay2_ = $_t_delay2 > 0 and $_t_delay2 < time\n"
+              "\tvar $_blinker1 = round(time / 1) % 2 == 0\n"
+              "\tif 1\n"
+              "\t\t$_t_smooth1_a = $_t_smooth1\n"
+              "\t\t$_t_smooth1_b = time\n"
+              "\t\t$_t_smooth1_t0 = time\n"
+              "\t\t$_t_smooth1_t1 = time + 1\n"
+              "\t$_t_smooth1 = lerp($_t_smooth1_a, $_t_smooth1_b, smoothstep($_t_smooth1_t0, $_t_smooth1_t1, time))\n"
+              "\tprint($_t_delay1_, $_t_delay2_, $_blinker1, $_t_smooth1)\n");
+}
+
+TEST(QuorlCodeGeneration, CounterAndPulses) {
+    Editor e("t");
+    auto* time = Add(e, "time");
+    auto* counter = Add(e, "counter");
+    counter->inputValues = {"1", "5", "", "10", ""};
+    Wire(counter, 4, time);
+    auto* greater = Add(e, "GREATER");
+    Wire(greater, 0, time);
+    greater->inputValues = {"", "2"};
+    auto* pulse = Add(e, "pulse");
+    Wire(pulse, 0, greater);
+    Wire(pulse, 1, time);
+    auto* in = Add<Editor::InputNode>(e, "input.0");
+    auto* toggle = Add(e, "pulse toggle");
+    Wire(toggle, 0, in);
+    auto* down = Add(e, "pulse");
+    Wire(down, 1, in);
+    auto* none = Add(e, "pulse");
+    auto* print = Add<Editor::PrintNode>(e, "print");
+    for (int i = 0; i < 5; ++i) print->OnAddInput();
+    Wire(print, 0, counter);
+    Wire(print, 1, pulse);
+    Wire(print, 2, toggle);
+    Wire(print, 3, down);
+    Wire(print, 4, none);
+    EXPECT_EQ(Body(e),
+              "\nvar $_t_counter1 : number\n"
+              "var $_t_counter1_init = 0\n"
+              "var $_t_pulse1_last_up = 0\n"
+              "var $_t_pulse1_last_down = 1\n"
+              "var $_t_pulse2 = 0\n"
+              "var $_t_pulse2_last_up = 0\n"
+              "var $_t_pulse3_last_down = 1\n"
+              "\nupdate\n"
+              "\t$_t_counter1 += 1\n"
+              "\tif !$_t_counter1_init\n"
+              "\t\t$_t_counter1 = 5\n"
+              "\t\t$_t_counter1_init = 1\n"
+              "\tif $_t_counter1 > 10\n"
+              "\t\t$_t_counter1 = 10\n"
+              "\tif time\n"
+              "\t\t$_t_counter1 = 5\n"
+              "\tvar $_t_pulse1 = 0\n"
+              "\tvar $_t_pulse1_up_ = (time > 2)\n"
+              "\tvar $_t_pulse1_down_ = time\n"
+              "\tif ($_t_pulse1_up_ and !$_t_pulse1_last_up) or (!$_t_pulse1_down_ and $_t_pulse1_last_down)\n"
+              "\t\t$_t_pulse1!!\n"
+              "\t$_t_pulse1_last_up = $_t_pulse1_up_\n"
+              "\t$_t_pulse1_last_down = $_t_pulse1_down_\n"
+              "\tvar $_input_number_0_0 = input_number(0, 0)\n"
+              "\tif $_input_number_0_0 and !$_t_pulse2_last_up\n"
+              "\t\t$_t_pulse2!!\n"
+              "\t$_t_pulse2_last_up = $_input_number_0_0\n"
+              "\tvar $_t_pulse3 = 0\n"
+              "\tif !$_input_number_0_0 and $_t_pulse3_last_down\n"
+              "\t\t$_t_pulse3!!\n"
+              "\t$_t_pulse3_last_down = $_input_number_0_0\n"
+              "\tvar $_t_pulse4 = 0\n"
+              "\tprint($_t_counter1, $_t_pulse1, $_t_pulse2, $_t_pulse3, $_t_pulse4)\n");
+}
+
+TEST(QuorlCodeGeneration, PidControllers) {
+    Editor e("t");
+    auto* time = Add(e, "time");
+    auto* plain = Add(e, "PID Controller");
+    Wire(plain, 1, time);
+    plain->inputValues = {"1", "", "2", "", "", "", "", "100"};
+    auto* limited = Add(e, "PID Controller");
+    limited->inputValues = {"0", "0", "1", "1", "1", "r", "-1", ""};
+    auto* print = Add<Editor::PrintNode>(e, "print");
+    print->OnAddInput();
+    print->OnAddInput();
+    Wire(print, 0, plain);
+    Wire(print, 1, limited);
+    EXPECT_EQ(Body(e),
+              "\nfunction @_t_pid1($_setpoint:number, $_processvalue:number, $_kp:number, $_ki:number, "
+              "$_kd:number, $_max:number, $_integral:number, $_prev_error:number) : number\n"
+              "\tvar $_error = $_setpoint - $_processvalue\n"
+              "\tvar $_dt = delta_time\n"
+              "\tvar $_derivative = ($_error - $_prev_error) / $_dt\n"
+              "\tvar $_proportional = $_kp * $_error\n"
+              "\t$_integral += $_error * $_dt\n"
+              "\tif $_integral > $_max\n"
+              "\t\t$_integral = $_max\n"
+              "\t$_prev_error = $_error\n"
+              "\tvar $_output = $_proportional + $_ki * $_integral + $_kd * $_derivative\n"
+              "\tif $_output > $_max\n"
+              "\t\t$_output = $_max\n"
+              "\treturn $_output\n"
+              "function @_t_pid2($_setpoint:number, $_processvalue:number, $_kp:number, $_ki:number, "
+              "$_kd:number, $_min:number, $_integral:number, $_prev_error:number) : number\n"
+              "\tvar $_error = $_setpoint - $_processvalue\n"
+              "\tvar $_dt = delta_time\n"
+              "\tvar $_derivative = ($_error - $_prev_error) / $_dt\n"
+              "\tvar $_proportional = $_kp * $_error\n"
+              "\t$_integral += $_error * $_dt\n"
+              "\tif $_integral < $_min\n"
+              "\t\t$_integral = $_min\n"
+              "\t$_prev_error = $_error\n"
+              "\tvar $_output = $_proportional + $_ki * $_integral + $_kd * $_derivative\n"
+              "\tif $_output < $_min\n"
+              "\t\t$_output = $_min\n"
+              "\treturn $_output\n"
+              "\nupdate\n"
+              "\tvar $_pid1 = @_t_pid1(1, time, 2, 0, 0, 100)\n"
+              "\tvar $_pid2 = 0\n"
+              "\tif r\n"
+              "\t\t$_pid2 = @_t_pid2(0, 0, 1, 1, 1, -1, 0, 0)\n"
+              "\telse\n"
+              "\t\t$_pid2 = @_t_pid2(0, 0, 1, 1, 1, -1)\n"
+              "\tprint($_pid1, $_pid2)\n");
+}
+
+TEST(QuorlCodeGeneration, MathOperatorsInline) {
+    const std::map<std::string, std::string> expected = {
+        {"ADD", "(x + y)"},          {"SUBTRACT", "(x - y)"},       {"MULTIPLY", "(x * y)"},
+        {"DIVIDE", "(x / y)"},       {"MODULO", "(x % y)"},         {"EQUAL", "(x == y)"},
+        {"GREATER", "(x > y)"},      {"LESSER", "(x < y)"},         {"AND", "(x and y)"},
+        {"OR", "(x or y)"},          {"XOR", "(x xor y)"},          {"NOT", "(!x)"},
+        {"NEGATIVE", "(-x)"},        {"POW", "pow(x, y)"},          {"LOG", "log(x, y)"},
+        {"SIN", "sin(x)"},           {"COS", "cos(x)"},             {"TAN", "tan(x)"},
+        {"ASIN", "asin(x)"},         {"ACOS", "acos(x)"},           {"ATAN", "atan(x)"},
+        {"FLOOR", "floor(x)"},       {"CEIL", "ceil(x)"},           {"ROUND", "round(x)"},
+        {"FRACT", "fract(x)"},       {"SQRT", "sqrt(x)"},           {"SIGN", "sign(x)"},
+        {"ABSOLUTE", "abs(x)"},      {"CLAMP", "clamp(x, y, z)"},   {"STEP", "step(x, y, z)"},
+        {"SMOOTHSTEP", "smoothstep(x, y, z)"}, {"LERP", "lerp(x, y, z)"}};
+    EXPECT_EQ(expected.size(), Editor::MathNode::OperatorNames().size());
+    for (const auto& [op, text] : expected) {
+        Editor e("t");
+        auto* m = Add(e, op);
+        m->inputValues = {"x", "y", "z"};
+        auto* out = OutputWithPins(e, "output.0", 1);
+        Wire(out, 0, m);
+        EXPECT_EQ(Body(e), "\nupdate\n\toutput_number(0, 0, " + text + ")\n") << op;
+    }
+    // Inlined anew at each use; a renamed title is no operator.
+    Editor e("t");
+    auto* add = Add(e, "ADD");
+    auto* out = OutputWithPins(e, "output.0", 2);
+    Wire(out, 0, add);
+    Wire(out, 1, add);
+    EXPECT_EQ(Body(e), "\nupdate\n\toutput_number(0, 0, (0 + 0))\n\toutput_number(0, 1, (0 + 0))\n");
+    add->title = "PLUS";
+    EXPECT_EQ(Body(e), "\nupdate\n\toutput_number(0, 0, )\n\toutput_number(0, 1, )\n");
+}
+
+TEST(QuorlCodeGeneration, DanglingWireCountsAsFreePin) {
+    Editor e("t");
+    auto* out = OutputWithPins(e, "output.0", 1);
+    out->inputs[0] = UniqueId::Generate("NODE");
+    out->inputValues = {"3"};
+    EXPECT_EQ(Body(e), "\nupdate\n\toutput_number(0, 0, 3)\n");
+}
+
+TEST(QuorlCodeGeneration, SharedSubexpressionsAreBoundedOrRefused) {
+    // Each ADD reads the previous one twice: the inlined text doubles per level.
+    auto build = [](Editor& e, int levels) {
+        Node* prev = Add(e, "time");
+        for (int i = 0; i < levels; ++i) {
+            Node* add = Add(e, "ADD");
+            Wire(add, 0, prev);
+            Wire(add, 1, prev);
+            prev = add;
+        }
+        Wire(OutputWithPins(e, "output.0", 1), 0, prev);
+    };
+    Editor small("t");
+    build(small, 10);
+    const std::string body = Body(small);
+    size_t uses = 0;
+    for (size_t at = body.find("time"); at != std::string::npos; at = body.find("time", at + 1)) ++uses;
+    EXPECT_EQ(uses, 1024u);
+
+    Editor huge("t");
+    build(huge, 64);
+    huge.textEditor.SetText("previous");
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(huge.Serialize(true));
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("Program text too large"), std::string::npos);
+    EXPECT_EQ(huge.textEditor.GetText(), "previous");
+    EXPECT_TRUE(huge.history.empty());
+
+    Editor deep("t");
+    Node* prev = Add(deep, "time");
+    for (int i = 0; i < Editor::maxDepth + 10; ++i) {
+        Node* neg = Add(deep, "NEGATIVE");
+        Wire(neg, 0, prev);
+        prev = neg;
+    }
+    Wire(OutputWithPins(deep, "output.0", 1), 0, prev);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(deep.Serialize(false));
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("Graph too deep"), std::string::npos);
+}
+
+TEST(QuorlCodeGeneration, ProgramToGraphToProgramIsIdentical) {
+    Editor e("round.main.qc");
+    std::vector<std::string> keys = {"input.3", "input", "output", "output.1", "const $n = 2.5", "const $t = \"hi\"",
+                                     "var $v : number", "var $w : text", "expression", "statement", "Conditional",
+                                     "execute", "switch", "delay", "blinker", "counter", "smooth", "pulse",
+                                     "pulse toggle", "time", "print", "text", "PID Controller", "include", "note"};
+    for (const std::string& op : Editor::MathNode::OperatorNames()) keys.push_back(op);
+    std::map<std::string, Editor::QuorlNode*> by;
+    for (const std::string& key : keys) by[key] = Add(e, key);
+    for (auto& [key, n] : by)
+        if (auto* v = dynamic_cast<Editor::QuorlNodeWithVariableInputCount*>(n)) v->OnAddInput();
+    static_cast<Editor::InputNode*>(by["input"])->alias = "lever";
+    static_cast<Editor::ExpressionNode*>(by["expression"])->code = "a * 2";
+    static_cast<Editor::StatementNode*>(by["statement"])->code = "print(a)";
+    static_cast<Editor::IncludeNode*>(by["include"])->filename = "lib.qc";
+    static_cast<Editor::TextNode*>(by["text"])->format = "{}";
+    static_cast<Editor::OutputNode*>(by["output"])->alias = "door";
+    Wire(by["expression"], 0, by["input.3"]);
+    Wire(by["statement"], 0, by["expression"]);
+    Wire(by["Conditional"], 0, by["input"]);
+    Wire(by["Conditional"], 1, by["statement"]);
+    Wire(by["execute"], 0, by["Conditional"]);
+    Wire(by["switch"], 0, by["time"]);
+    Wire(by["switch"], 1, by["const $n = 2.5"]);
+    Wire(by["text"], 0, by["const $t = \"hi\""]);
+    Wire(by["var $w : text"], 0, by["text"]);
+    Wire(by["var $v : number"], 1, by["switch"]);
+    Wire(by["delay"], 1, by["var $v : number"]);
+    Wire(by["counter"], 0, by["delay"]);
+    Wire(by["smooth"], 2, by["counter"]);
+    Wire(by["pulse"], 0, by["smooth"]);
+    Wire(by["pulse toggle"], 1, by["blinker"]);
+    Wire(by["PID Controller"], 1, by["pulse"]);
+    Node* prev = by["PID Controller"];
+    for (const std::string& op : Editor::MathNode::OperatorNames()) {
+        Wire(by[op], 0, prev);
+        prev = by[op];
+    }
+    Wire(by["output.1"], 0, prev);
+    Wire(by["print"], 0, by["pulse toggle"]);
+    static_cast<Editor::OutputNode*>(by["output"])->OnChangeInputType(0, Editor::TEXT);
+    Wire(by["output"], 0, by["var $w : text"]);
+
+    ASSERT_TRUE(e.Serialize(false));
+    const std::string program = e.textEditor.GetText();
+    for (const char* piece : {"include \"lib.qc\"", "const $n = 2.500000", "const $t = \"hi\"", "$_expr1 = ",
+                              "function @_round_pid1", "$_round_smooth1 = lerp", "$_blinker1", "$_switch1",
+                              "\tif $_input_alias_1\n\t\tprint($_expr1)", "output_text(\"door\", 0, $w)",
+                              "lerp(smoothstep(step(clamp(sign(sqrt(fract(", "print($_round_pulse2)"})
+        EXPECT_NE(program.find(piece), std::string::npos) << piece;
+
+    Editor back("round.main.qc");
+    std::vector<std::string> errors;
+    back.LoadProgram(program, &errors);
+    EXPECT_TRUE(errors.empty());
+    ASSERT_TRUE(back.Serialize(false));
+    EXPECT_EQ(back.textEditor.GetText(), program);
+}
+
+TEST(QuorlCodeGeneration, ReadingProgramsBackFailsClearly) {
+    Editor e("t");
+    e.AddNode("time", ImVec2(0, 0), {});
+    EXPECT_THROW(e.LoadProgram("update\n"), std::runtime_error);
+    EXPECT_THROW(e.LoadProgram("#NODES {\"nodes\":[\n"), std::runtime_error);
+    EXPECT_THROW(e.LoadProgram("#NODES [1, 2]"), std::runtime_error);
+    EXPECT_EQ(e.nodes.size(), 1u);
+    e.LoadProgram("#NODES {\"nodes\":[]}\r\n\nupdate\n");
+    EXPECT_TRUE(e.nodes.empty());
+}
+
+TEST(QuorlCodeGeneration, UndoHistory) {
+    Editor e("t");
+    e.historyLimit = 3;
+    Add(e, "time");
+    e.Serialize(true);
+    Add(e, "time");
+    e.Serialize(true);
+    Add(e, "time");
+    e.Serialize(true);
+    ASSERT_EQ(e.history.size(), 3u);
+    EXPECT_EQ(e.history.front()["nodes"].size(), 3u);
+
+    EXPECT_TRUE(e.Undo());
+    EXPECT_EQ(e.nodes.size(), 2u);
+    EXPECT_EQ(e.historyPosition, 1);
+    EXPECT_TRUE(e.Undo());
+    EXPECT_EQ(e.nodes.size(), 1u);
+    EXPECT_FALSE(e.Undo());
+    EXPECT_TRUE(e.Redo());
+    EXPECT_EQ(e.nodes.size(), 2u);
+    EXPECT_EQ(e.history.size(), 3u);  // stepping records nothing
+
+    // A new change drops the steps ahead of the current one.
+    Add(e, "blinker");
+    e.Serialize(true);
+    ASSERT_EQ(e.history.size(), 3u);
+    EXPECT_EQ(e.historyPosition, 0);
+    EXPECT_EQ(e.history[0]["nodes"].size(), 3u);
+    EXPECT_EQ(e.history[1]["nodes"].size(), 2u);
+    EXPECT_FALSE(e.Redo());
+    for (int i = 0; i < 3; ++i) {
+        Add(e, "time");
+        e.Serialize(true);
+    }
+    EXPECT_EQ(e.history.size(), 3u);  // the limit drops the oldest
+    EXPECT_EQ(e.history.back()["nodes"].size(), 4u);
+}

@@ -1,0 +1,358 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "NodeTestHarness.h"
+
+using game::UniqueId;
+using game::graphics::ui::Node;
+using Editor = game::QuorlCodeEditor::Editor;
+using nlohmann::json;
+using nodetest::ImGuiHarness;
+
+namespace {
+
+template <class T>
+T* Add(Editor& e, const std::string& key) {
+    Node* n = e.AddNode(key, ImVec2(0, 0), {});
+    T* t = dynamic_cast<T*>(n);
+    EXPECT_NE(t, nullptr) << key;
+    return t;
+}
+
+// Every create key of the catalogue, each once.
+const std::vector<std::string>& AllKeys() {
+    static const std::vector<std::string> keys = [] {
+        std::vector<std::string> k = {"input",     "input.3",       "output",   "output.1",
+                                      "const $n = 2.5", "const $t = \"hi\"", "var $v : number", "var $w : text",
+                                      "expression", "statement",   "Conditional", "execute", "switch", "delay",
+                                      "blinker",   "counter",       "smooth",   "pulse",    "pulse toggle",
+                                      "time",      "print",         "text",     "PID Controller", "include",
+                                      "a note"};
+        for (const std::string& op : Editor::MathNode::OperatorNames()) k.push_back(op);
+        return k;
+    }();
+    return keys;
+}
+
+}  // namespace
+
+TEST(QuorlCodeCatalogue, DeclarationKeysAreParsed) {
+    Editor e("p");
+    auto* n = Add<Editor::ConstNumberNode>(e, "const $x = 5");
+    EXPECT_EQ(n->name, "x");
+    EXPECT_EQ(n->value, 5.0);
+    auto* t = Add<Editor::ConstTextNode>(e, "const $x = \"hi\"");
+    EXPECT_EQ(t->value, "hi");
+    EXPECT_EQ(t->outputType, Editor::TEXT);
+    auto* empty = Add<Editor::ConstTextNode>(e, "const $x : text");
+    EXPECT_EQ(empty->value, "");
+    Add<Editor::ConstNumberNode>(e, "const $y : number");
+    const size_t count = e.nodes.size();
+    EXPECT_EQ(e.AddNode("const $x", ImVec2(0, 0), {}), nullptr);
+    EXPECT_EQ(e.AddNode("var $x", ImVec2(0, 0), {}), nullptr);
+    EXPECT_EQ(e.nodes.size(), count);
+
+    auto* v = Add<Editor::VarTextNode>(e, "var $msg : text");
+    EXPECT_EQ(v->name, "msg");
+    ASSERT_EQ(v->inputs.size(), 3u);
+    EXPECT_EQ(v->InputType(0), Editor::TEXT);
+    EXPECT_EQ(v->InputType(1), Editor::NUMBER);
+    EXPECT_EQ(v->PinLabel(2), "reset");
+    EXPECT_EQ(Add<Editor::VarNumberNode>(e, "var $count : number")->outputType, Editor::NUMBER);
+
+    EXPECT_EQ(Add<Editor::InputNode>(e, "input.7")->ioNumber, 7);
+    EXPECT_EQ(Add<Editor::InputNode>(e, "input")->ioNumber, -1);
+    auto* out = Add<Editor::OutputNode>(e, "output.2");
+    EXPECT_EQ(out->ioNumber, 2);
+    EXPECT_FALSE(out->hasOutput);
+    EXPECT_EQ(out->outputType, Editor::NONE);
+
+    auto* sub = Add<Editor::MathNode_SUBTRACT>(e, "SUBSTRACT");
+    EXPECT_EQ(sub->title, "SUBTRACT");
+    EXPECT_EQ(sub->type, "MathNode_SUBTRACT");
+    EXPECT_EQ(Add<Editor::MathNode>(e, "LERP")->inputs.size(), 3u);
+    EXPECT_EQ(Add<Editor::MathNode>(e, "NOT")->inputs.size(), 1u);
+    auto* toggle = Add<Editor::PulseToggleNode>(e, "pulse toggle");
+    EXPECT_EQ(toggle->type, "PulseToggleNode");
+    EXPECT_EQ(toggle->title, "pulse toggle");
+    auto* comment = Add<Editor::CommentNode>(e, "anything else");
+    EXPECT_EQ(comment->title, "anything else");
+    EXPECT_FALSE(comment->hasOutput);
+
+    e.readOnly = true;
+    EXPECT_EQ(e.CreateNode("time", ImVec2(0, 0), {}), nullptr);
+}
+
+TEST(QuorlCodeCatalogue, NodeKindRules) {
+    Editor e("p");
+    EXPECT_FALSE(Add<Editor::ConstNumberNode>(e, "const $a = 1")->CanClone());
+    EXPECT_FALSE(Add<Editor::VarTextNode>(e, "var $b : text")->CanClone());
+    EXPECT_FALSE(Add<Editor::IncludeNode>(e, "include")->CanClone());
+    EXPECT_TRUE(Add<Editor::TimeNode>(e, "time")->CanClone());
+    EXPECT_EQ(Add<Editor::ExpressionNode>(e, "expression")->GetMinimumWidth(), 185.0f);
+    EXPECT_EQ(Add<Editor::PrintNode>(e, "print")->GetMinimumWidth(), 135.0f);
+    EXPECT_EQ(Add<Editor::PIDControllerNode>(e, "PID Controller")->GetMinimumWidth(), 150.0f);
+    EXPECT_EQ(Add<Editor::CounterNode>(e, "counter")->GetMinimumWidth(), 140.0f);
+    EXPECT_EQ(Add<Editor::MathNode>(e, "ADD")->GetMinimumWidth(), 35.0f);
+
+    auto* delay = Add<Editor::DelayNode>(e, "delay");
+    EXPECT_EQ(delay->PinLabel(0), "delay (1s)");
+    delay->inputValues = {"3", "", ""};
+    EXPECT_EQ(delay->PinLabel(0), "delay");
+
+    // Wires join equal types only; exec goes to exec.
+    auto* number = Add<Editor::TimeNode>(e, "time");
+    auto* text = Add<Editor::TextNode>(e, "text");
+    text->OnAddInput();
+    EXPECT_EQ(text->InputType(0), Editor::TEXT);
+    EXPECT_FALSE(e.CanConnectInputToOutput(text, 0, number));
+    auto* cond = Add<Editor::ConditionalNode>(e, "Conditional");
+    auto* exec = Add<Editor::ExecuteNode>(e, "execute");
+    exec->OnAddInput();
+    EXPECT_EQ(exec->InputType(0), Editor::EXEC);
+    EXPECT_TRUE(e.CanConnectInputToOutput(exec, 0, cond));
+    EXPECT_TRUE(e.CanConnectInputToOutput(cond, 0, number));
+    EXPECT_FALSE(e.CanConnectInputToOutput(cond, 1, number));
+    Node plain("plain", {});
+    EXPECT_FALSE(cond->CanConnectInputToOutput(0, &plain));
+
+    EXPECT_EQ(Editor::GetIOColor(Editor::TEXT, false), ImGui::ColorConvertFloat4ToU32(ImVec4(0.9f, 0.6f, 0.2f, 1.0f)));
+    EXPECT_EQ(Editor::GetIOColor(Editor::NONE, true), ImGui::ColorConvertFloat4ToU32(ImVec4(0.6f, 0.6f, 0.6f, 1.0f)));
+    EXPECT_EQ(game::QuorlCodeEditor::GetQuorlPalette()[14], 0x2060a080u);
+}
+
+TEST(QuorlCodeCatalogue, RemovedPinStaysAsDeadPin) {
+    Editor e("p");
+    auto* x = Add<Editor::ExpressionNode>(e, "expression");
+    auto* t = Add<Editor::TimeNode>(e, "time");
+    for (int i = 0; i < 3; ++i) x->OnAddInput();
+    x->inputs[2] = t->id;
+    x->OnChangeInputType(2, Editor::NONE);
+    ASSERT_EQ(x->inputs.size(), 3u);
+    EXPECT_TRUE(x->inputs[2].IsNull());
+    EXPECT_FALSE(x->CanConnectInput(2));
+    EXPECT_FALSE(e.CanConnectInputToOutput(x, 2, t));
+    EXPECT_EQ(x->GetInputColor(false, 2), Editor::GetIOColor(Editor::NONE, false));
+    EXPECT_TRUE(x->CanConnectInput(1));
+    x->OnAddInput();
+    EXPECT_EQ(x->InputType(3), Editor::NUMBER);
+    EXPECT_EQ(x->GetInputName(3), "d");
+}
+
+TEST(QuorlCodeCatalogue, RemoveIsOfferedOnTheLastPinOnly) {
+    Editor e("p");
+    auto* x = Add<Editor::ExpressionNode>(e, "expression");
+    for (int i = 0; i < 3; ++i) x->OnAddInput();
+    EXPECT_FALSE(x->CanRemoveInput(0));
+    EXPECT_FALSE(x->CanRemoveInput(1));
+    EXPECT_TRUE(x->CanRemoveInput(2));
+    auto* s = Add<Editor::SwitchNode>(e, "switch");
+    ASSERT_EQ(s->inputs.size(), 2u);
+    s->OnChangeInputType(1, Editor::NONE);
+    EXPECT_FALSE(s->CanRemoveInput(0));  // the selector stays
+    s->inputs.resize(1);
+    EXPECT_FALSE(s->CanRemoveInput(0));
+}
+
+TEST(QuorlCodeCatalogue, SwitchTypes) {
+    ImGuiHarness ui;
+    Editor e("p");
+    auto* s = Add<Editor::SwitchNode>(e, "switch");
+    s->OnAddInput();
+    auto* t = Add<Editor::TimeNode>(e, "time");
+    auto* consumer = Add<Editor::MathNode>(e, "NEGATIVE");
+    s->inputs[1] = s->inputs[2] = t->id;
+    consumer->inputs[0] = s->id;
+    EXPECT_EQ(s->GetInputName(0), "switch");
+    EXPECT_EQ(s->GetInputName(2), "case 1");
+    EXPECT_EQ(s->InputLabel(), "Case");
+
+    // The selector reads text; the cases keep their type and wires.
+    s->OnChangeInputType(0, Editor::TEXT);
+    EXPECT_EQ(s->InputType(0), Editor::TEXT);
+    EXPECT_EQ(s->InputType(1), Editor::NUMBER);
+    EXPECT_EQ(s->inputs[1], t->id);
+    EXPECT_EQ(consumer->inputs[0], s->id);
+
+    // A case type change moves every case and the output, and cuts their wires.
+    s->OnChangeInputType(2, Editor::TEXT);
+    EXPECT_EQ(s->InputType(1), Editor::TEXT);
+    EXPECT_EQ(s->InputType(2), Editor::TEXT);
+    EXPECT_EQ(s->outputType, Editor::TEXT);
+    EXPECT_TRUE(s->inputs[1].IsNull() && s->inputs[2].IsNull());
+    ui.Frame(e);
+    EXPECT_TRUE(consumer->inputs[0].IsNull());
+    EXPECT_TRUE(consumer->dirty);
+}
+
+TEST(QuorlCodeCatalogue, OutputMenuNumbersSkipPlacedBlocks) {
+    Editor e("p");
+    Node* zero = e.AddNode("output.0", ImVec2(0, 0), {});
+    e.AddNode("output.1", ImVec2(0, 0), {});
+    e.AddNode("output", ImVec2(0, 0), {});
+    EXPECT_EQ(e.GetNextOutputNumbers(3), (std::vector<int>{2, 3, 4}));
+    e.DestroyNode(zero);
+    e.nodes.erase(e.nodes.begin());
+    EXPECT_EQ(e.GetNextOutputNumbers(3), (std::vector<int>{0, 2, 3}));
+}
+
+TEST(QuorlCodeCatalogue, NamesAreSharedByConstantsAndVariables) {
+    Editor e("p");
+    EXPECT_EQ(e.GetNextNumberConstantName(), "mynumber1 : number");
+    EXPECT_EQ(e.GetNextTextVariableName(), "mytext1 : text");
+    e.AddNode("var $mynumber1 : text", ImVec2(0, 0), {});
+    EXPECT_EQ(e.GetNextNumberConstantName(), "mynumber2 : number");
+    EXPECT_EQ(e.GetNextNumberVariableName(), "mynumber2 : number");
+    e.AddNode("const $" + e.GetNextNumberConstantName(), ImVec2(0, 0), {});
+    EXPECT_EQ(e.GetNextNumberVariableName(), "mynumber3 : number");
+    e.AddNode("const $" + e.GetNextTextConstantName(), ImVec2(0, 0), {});
+    EXPECT_EQ(e.GetNextTextVariableName(), "mytext2 : text");
+    // A comment named like a constant takes no name.
+    Add<Editor::CommentNode>(e, "comment")->name = "mytext2";
+    EXPECT_EQ(e.GetNextTextConstantName(), "mytext2 : text");
+
+    using game::QuorlCodeEditor::NamedNodeEditing;
+    EXPECT_TRUE(NamedNodeEditing::IsValidName("a_1"));
+    EXPECT_FALSE(NamedNodeEditing::IsValidName("1a"));
+    EXPECT_FALSE(NamedNodeEditing::IsValidName("a-b"));
+    EXPECT_FALSE(NamedNodeEditing::IsValidName(""));
+}
+
+TEST(QuorlCodeCatalogue, EveryKindSurvivesAJsonRoundTrip) {
+    Editor e("p");
+    for (const std::string& key : AllKeys()) ASSERT_NE(e.AddNode(key, ImVec2(1.5f, -2.25f), {}), nullptr) << key;
+    auto find = [&](const std::string& title) {
+        for (Node* n : e.nodes)
+            if (n->title == title) return dynamic_cast<Editor::QuorlNode*>(n);
+        return static_cast<Editor::QuorlNode*>(nullptr);
+    };
+    auto* out = static_cast<Editor::OutputNode*>(find("output"));
+    out->alias = "door";
+    out->OnAddInput();
+    out->OnAddInput();
+    out->OnChangeInputType(1, Editor::TEXT);
+    out->inputValues = {"", "open"};
+    out->inputs[0] = find("ADD")->id;
+    find("ADD")->inputs[1] = find("time")->id;
+    find("ADD")->inputValues = {".5", ""};
+    static_cast<Editor::InputNode*>(find("input"))->alias = "lever";
+    static_cast<Editor::InputNode*>(find("input.3"))->channel = 2;
+    static_cast<Editor::ExpressionNode*>(find("expression"))->code = "a * 2";
+    static_cast<Editor::IncludeNode*>(find("include"))->filename = "lib.qc";
+    static_cast<Editor::TextNode*>(find("text"))->format = "{}";
+    auto* note = static_cast<Editor::CommentNode*>(find("a note"));
+    note->comment = "line 1\nline \"2\"";
+    find("switch")->inputs[0] = find("input.3")->id;
+
+    const std::string first = e.SerializeNodes().dump();
+    e.ClearAllNodes();
+    EXPECT_TRUE(e.nodes.empty());
+    std::vector<std::string> errors;
+    e.LoadNodes(json::parse(first), &errors);
+    EXPECT_TRUE(errors.empty()) << errors.front();
+    EXPECT_EQ(e.SerializeNodes().dump(), first);
+
+    // Into another editor, with the classes intact.
+    Editor other("q");
+    other.LoadNodes(json::parse(first));
+    ASSERT_EQ(other.nodes.size(), AllKeys().size());
+    EXPECT_NE(dynamic_cast<Editor::MathNode_LERP*>(other.nodes.back()), nullptr);
+    EXPECT_NE(dynamic_cast<Editor::PulseToggleNode*>(other.nodes[18]), nullptr);
+    EXPECT_EQ(other.SerializeNodes().dump(), first);
+}
+
+TEST(QuorlCodeCatalogue, LegacyAndUnknownKindsLoad) {
+    Editor e("p");
+    Node* sub = e.AddNode("SUBTRACT", ImVec2(0, 0), {});
+    json j = sub->Serialize();
+    j["type"] = "MathNode_SUBSTRACT";
+    j["title"] = "SUBSTRACT";
+    Node* legacy = e.DeserializeNode(j);
+    EXPECT_NE(dynamic_cast<Editor::MathNode_SUBTRACT*>(legacy), nullptr);
+    EXPECT_EQ(legacy->title, "SUBTRACT");
+    delete legacy;
+
+    j["type"] = "HologramNode";
+    j["name"] = "kept";
+    Node* unknown = e.DeserializeNode(j);
+    auto* comment = dynamic_cast<Editor::CommentNode*>(unknown);
+    ASSERT_NE(comment, nullptr);
+    EXPECT_EQ(comment->name, "kept");
+    EXPECT_EQ(comment->Serialize()["type"], "HologramNode");
+    delete unknown;
+
+    // Variables and pulses get their pins back.
+    Node* var = e.AddNode("var $v : number", ImVec2(0, 0), {});
+    json vj = var->Serialize();
+    vj["inputs"] = json::array();
+    vj.erase("inputTypes");
+    Node* fixed = e.DeserializeNode(vj);
+    EXPECT_EQ(fixed->inputs.size(), 3u);
+    EXPECT_TRUE(fixed->CanConnectInput(2));
+    delete fixed;
+}
+
+TEST(QuorlCodeCatalogue, MalformedGraphsLoadWhatTheyCan) {
+    Editor e("p");
+    Node* good = e.AddNode("time", ImVec2(5, 5), {});
+    const json goodJson = good->Serialize();
+    auto variant = [&](auto change) {
+        json j = goodJson;
+        change(j);
+        return j;
+    };
+    json nodes = json::array({
+        goodJson,
+        variant([](json& j) { j["id"] = 5; }),
+        variant([](json& j) { j["title"] = json::array({json::array({json::array()})}); }),
+        variant([](json& j) { j["outputType"] = 1e300; }),
+        variant([](json& j) { j["inputs"] = json::array({"NODE"}); }),
+        variant([](json& j) { j.erase("type"); }),
+        variant([](json& j) { j["type"] = "InputNode"; j["ioNumber"] = 12345678901234LL; j["channel"] = 0; }),
+        variant([](json& j) { j["type"] = "MathNode_ADD"; j["inputTypes"] = json::array({7, 0}); }),
+        variant([](json& j) { j["pos"]["x"] = 1e300; j["id"] = UniqueId::Generate("NODE").ToString(); }),
+        42,
+    });
+    std::vector<std::string> errors;
+    e.LoadNodes(json{{"nodes", nodes}}, &errors);
+    ASSERT_EQ(e.nodes.size(), 2u);
+    EXPECT_LE(e.nodes[1]->pos.x, 1e9f);
+    ASSERT_EQ(errors.size(), 8u);
+    EXPECT_NE(errors[0].find("node 1: "), std::string::npos);
+    EXPECT_NE(errors[0].find("type must be string, but is number"), std::string::npos);
+    EXPECT_NE(errors[1].find("type must be string, but is array"), std::string::npos);
+    EXPECT_NE(errors[3].find("UniqueId string length should be 28"), std::string::npos);
+
+    EXPECT_THROW(e.LoadNodes(json::array()), std::runtime_error);
+    EXPECT_THROW(e.LoadNodes(json{{"nodes", 3}}), std::runtime_error);
+    EXPECT_EQ(e.nodes.size(), 2u);  // a refused root leaves the graph alone
+}
+
+TEST(QuorlCodeCatalogue, LoadingCutsLoopsAndKeepsDanglingWires) {
+    Editor e("p");
+    Node* a = e.AddNode("NEGATIVE", ImVec2(0, 0), {});
+    Node* b = e.AddNode("NEGATIVE", ImVec2(0, 0), {});
+    Node* c = e.AddNode("NEGATIVE", ImVec2(0, 0), {});
+    a->inputs[0] = c->id;
+    b->inputs[0] = a->id;
+    c->inputs[0] = b->id;  // a loop that the editor itself would refuse
+    Node* d = e.AddNode("ADD", ImVec2(0, 0), {});
+    const UniqueId gone = UniqueId::Generate("NODE");
+    d->inputs[0] = gone;
+    std::vector<std::string> errors;
+    e.LoadNodes(e.SerializeNodes(), &errors);
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_NE(errors[0].find("loop"), std::string::npos);
+    int wires = 0;
+    for (int i = 0; i < 3; ++i) wires += !e.nodes[size_t(i)]->inputs[0].IsNull();
+    EXPECT_EQ(wires, 2);
+    EXPECT_EQ(e.nodes[3]->inputs[0], gone);
+    for (Node* n : e.nodes) {
+        for (Node* m : e.nodes) {
+            if (n != m) {
+                EXPECT_FALSE(e.NodeDependsOn(n, m) && e.NodeDependsOn(m, n));
+            }
+        }
+    }
+}

@@ -1,0 +1,368 @@
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+
+#include <glm/gtc/matrix_transform.hpp>
+
+#include "game/entity/EntityConfig.h"
+
+using game::entity::ConvexMeshCollider;
+using game::entity::EntityConfig;
+
+namespace {
+
+void WriteAll(const std::string& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+}
+
+size_t CountLines(const std::string& text) {
+    size_t n = 0;
+    for (char c : text) n += c == '\n';
+    return n;
+}
+
+template <class M>
+void ExpectNear(const M& actual, const M& expected, double tolerance = 1e-6) {
+    for (int c = 0; c < 4; ++c) {
+        for (int r = 0; r < 4; ++r) {
+            EXPECT_NEAR(actual[c][r], expected[c][r], tolerance) << "column " << c << " row " << r;
+        }
+    }
+}
+
+void ExpectVec(const glm::vec3& actual, const glm::vec3& expected, float tolerance = 1e-6f) {
+    EXPECT_NEAR(actual.x, expected.x, tolerance);
+    EXPECT_NEAR(actual.y, expected.y, tolerance);
+    EXPECT_NEAR(actual.z, expected.z, tolerance);
+}
+
+// A 4x4 matrix from three column vectors and a translation.
+glm::dmat4 Columns(glm::dvec3 x, glm::dvec3 y, glm::dvec3 z, glm::dvec3 t) {
+    return glm::dmat4(glm::dvec4(x, 0), glm::dvec4(y, 0), glm::dvec4(z, 0), glm::dvec4(t, 1));
+}
+
+class EntityConfigTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char tmpl[] = "/tmp/zendola_model_XXXXXX";
+        ASSERT_NE(::mkdtemp(tmpl), nullptr);
+        dir = tmpl;
+        path = dir + "/thing.ini";
+    }
+    void TearDown() override { std::filesystem::remove_all(dir); }
+
+    // Reads text as a model file; returns what was printed on the error stream.
+    std::string Read(EntityConfig& config, const std::string& text) {
+        WriteAll(path, text);
+        testing::internal::CaptureStderr();
+        config.ReadConfig();
+        return testing::internal::GetCapturedStderr();
+    }
+
+    std::string dir, path;
+};
+
+}  // namespace
+
+TEST_F(EntityConfigTest, BlenderAxesToGameTransform) {
+    EntityConfig c(path);
+    Read(c,
+         "[TARGET pitched]\nposition 1 2 3\nrotation 90 0 0\n"
+         "[TARGET yawed]\nposition 0 0 0\nrotation 0 0 90\n"
+         "[TARGET rolled]\nrotation 0 90 0\n"
+         "[TARGET both]\nposition -1 0.5 2\nrotation 90 0 90\n");
+    // 90 degrees about Blender X is 90 degrees about game X: y goes to z, z to -y. The Blender
+    // position (1, 2, 3) is (1, 3, -2) in game axes.
+    ExpectNear(glm::dmat4(c.targets.at("pitched").transform), Columns({1, 0, 0}, {0, 0, 1}, {0, -1, 0}, {1, 3, -2}));
+    // About Blender Z (up) is about game Y: game x goes to -z.
+    ExpectNear(glm::dmat4(c.targets.at("yawed").transform), Columns({0, 0, -1}, {0, 1, 0}, {1, 0, 0}, {0, 0, 0}));
+    // About Blender Y is about game -Z: game x goes to -y.
+    ExpectNear(glm::dmat4(c.targets.at("rolled").transform), Columns({0, -1, 0}, {1, 0, 0}, {0, 0, 1}, {0, 0, 0}));
+    // Angles (90, 0, 90) become the Euler angles (90, 90, 0) about game X, Y, Z, composed as
+    // Z * Y * X: x stays then goes to -z; y goes to z then to x; z goes to -y and stays.
+    ExpectNear(glm::dmat4(c.targets.at("both").transform), Columns({0, 0, -1}, {1, 0, 0}, {0, -1, 0}, {-1, 2, -0.5}));
+    // Node entries carry the same transform, the parent and the keyword.
+    EXPECT_EQ(c.nodes.at("both").type, "TARGET");
+    ExpectNear(glm::dmat4(c.nodes.at("both").transform), glm::dmat4(c.targets.at("both").transform));
+    // The double form agrees with the float form.
+    ExpectNear(EntityConfig::TransformFromBlender(glm::dvec3(-1, 0.5, 2), glm::dvec3(90, 0, 90)),
+               glm::dmat4(c.targets.at("both").transform), 1e-6);
+}
+
+TEST_F(EntityConfigTest, SectionsKeysAndDefaults) {
+    EntityConfig c(path);
+    std::string err = Read(c,
+                           "[ENTITY  my thing  ]\nmass 12.5\nairtight YES\n"
+                           "[CAMERA eye]\nparent root\nposition 1 2 3\nrotation 4 5 6\nznear 0.05\n"
+                           "[ADAPTER left dock]\ntype rail\nposition 1 0 0\nunknown 5\n"
+                           "[LIGHT_BOX lamp]\nbox_min 1 2 3\nbox_max -1 -2 -3\n"
+                           "[RENDERABLE body]\n"
+                           "[WHEEL w]\nposition 1 1 1\n"
+                           "[JOINT]\nposition 9 9 9\n"
+                           "[COLLIDER box]\nis_build_block 1\nposition 1 abc 3\n");
+    EXPECT_EQ(err, "");
+    EXPECT_EQ(c.mass, 12.5);
+    EXPECT_TRUE(c.airtight);
+    EXPECT_EQ(c.base_planes, (std::vector<std::string>{"-Z", "-Y"}));
+    const auto& eye = c.cameras.at("eye");
+    EXPECT_EQ(eye.parent, "root");
+    EXPECT_EQ(eye.znear, 0.05f);
+    EXPECT_EQ(eye.rotation, glm::vec3(4, 5, 6));
+    EXPECT_EQ(c.adapters.at("left dock").type, "rail");
+    // The corners are turned into game axes, then sorted per axis.
+    EXPECT_EQ(c.lightBoxes.at("lamp").box_min, glm::vec3(-1, -3, -2));
+    EXPECT_EQ(c.lightBoxes.at("lamp").box_max, glm::vec3(1, 3, 2));
+    EXPECT_EQ(c.renderables.count("body"), 1u);
+    EXPECT_EQ(c.nodes.count("w"), 0u) << "unknown keyword";
+    EXPECT_EQ(c.joints.size(), 0u) << "header without a name";
+    const auto& box = c.colliders.at("box");
+    EXPECT_TRUE(box.is_build_block);
+    EXPECT_EQ(box.displacement_volume, 0.25f);
+    EXPECT_EQ(box.position, glm::vec3(1, 0, 0)) << "a value that isn't a number stops the key";
+    EXPECT_EQ(c.nodes.size(), 5u);
+
+    // base_planes replaces the list; an empty line leaves the default.
+    Read(c, "[ENTITY e]\nbase_planes -Z +X top\n");
+    EXPECT_EQ(c.base_planes, (std::vector<std::string>{"-Z", "+X", "top"}));
+    Read(c, "[ENTITY e]\nbase_planes\n");
+    EXPECT_EQ(c.base_planes, (std::vector<std::string>{"-Z", "-Y"}));
+}
+
+TEST_F(EntityConfigTest, JointRangesAndLockedAxes) {
+    EntityConfig c(path);
+    Read(c,
+         "[JOINT still]\nposition 1 2 3\nrotation 10 20 30\n"
+         "[JOINT hinge]\nposition 1 2 3\nangular_y 45 0 -45\nlinear_z 3 3.5\n");
+    const auto& still = c.joints.at("still");
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(still.linear[i], glm::vec3(1, 2, 3));
+        EXPECT_EQ(still.angular[i], glm::vec3(10, 20, 30));
+    }
+    EXPECT_FALSE(still.linear_x || still.linear_y || still.linear_z || still.angular_x || still.angular_y ||
+                 still.angular_z);
+    const auto& hinge = c.joints.at("hinge");
+    EXPECT_TRUE(hinge.angular_y);
+    EXPECT_TRUE(hinge.linear_z);
+    EXPECT_FALSE(hinge.angular_x);
+    EXPECT_EQ(hinge.angular[0], glm::vec3(0, 45, 0));
+    EXPECT_EQ(hinge.angular[1], glm::vec3(0, 0, 0));
+    EXPECT_EQ(hinge.angular[2], glm::vec3(0, -45, 0));
+    // linear_z had only two numbers: the third end keeps its earlier value, 0.
+    EXPECT_EQ(hinge.linear[0], glm::vec3(1, 2, 3));
+    EXPECT_EQ(hinge.linear[1], glm::vec3(1, 2, 3.5));
+    EXPECT_EQ(hinge.linear[2], glm::vec3(1, 2, 0));
+}
+
+TEST_F(EntityConfigTest, NodeTreeQueries) {
+    EntityConfig c(path);
+    Read(c,
+         "[COLLIDER base]\nposition 0 0 1\n"
+         "[JOINT arm]\nparent base\nposition 1 0 0\n"
+         "[COLLIDER upper]\nparent arm\nposition 0 2 0\n"
+         "[TARGET tip]\nparent upper\nposition 0 0 3\n"
+         "[TARGET orphan]\nparent nowhere\nposition 5 0 0\n");
+    EXPECT_EQ(c.GetAbsoluteTransform("missing"), glm::dmat4(1.0));
+    // base (0,1,0) + arm (1,0,0) + upper (0,0,-2) + tip (0,3,0), in game axes.
+    EXPECT_EQ(glm::dvec3(c.GetAbsoluteTransform("tip")[3]), glm::dvec3(1, 4, -2));
+    // An unknown parent ends the chain as if it were the root.
+    EXPECT_EQ(glm::dvec3(c.GetAbsoluteTransform("orphan")[3]), glm::dvec3(5, 0, 0));
+
+    std::string joint = "unchanged";
+    EXPECT_EQ(glm::dvec3(c.GetTransformRelativeToFirstParentJointOrRoot("tip", joint)[3]), glm::dvec3(0, 3, -2));
+    EXPECT_EQ(joint, "arm");
+    joint = "unchanged";
+    EXPECT_EQ(c.GetTransformRelativeToFirstParentJointOrRoot("arm", joint), glm::dmat4(1.0));
+    EXPECT_EQ(joint, "arm");
+    joint = "unchanged";
+    EXPECT_EQ(glm::dvec3(c.GetTransformRelativeToFirstParentJointOrRoot("base", joint)[3]), glm::dvec3(0, 1, 0));
+    EXPECT_EQ(joint, "unchanged");
+    c.GetTransformRelativeToFirstParentJointOrRoot("missing", joint);
+    EXPECT_EQ(joint, "unchanged");
+
+    // A loop put into the tree by hand still ends.
+    c.nodes["base"].parent = "tip";
+    c.GetAbsoluteTransform("tip");
+}
+
+TEST_F(EntityConfigTest, ColliderRecordsAndShapes) {
+    EntityConfig c(path);
+    Read(c,
+         "[COLLIDER box]\nposition 0 0 2\nbox_min 1 1 1\nbox_max -1 -3 -2\n"
+         "[COLLIDER hull]\nvertices 0 0 0  1 0 0  0 1 0  0 0 1\nfaces_normal 0 1 0  0 0 2\n"
+         "triangles 0 1 2  0 1 3  0 2 3  1 2 3\n");
+    const auto& box = c.colliders.at("box");
+    EXPECT_EQ(box.box_min, glm::vec3(-1, -2, -1));
+    EXPECT_EQ(box.box_max, glm::vec3(1, 1, 3));
+
+    ConvexMeshCollider shape = c.MakeCollider("box");
+    EXPECT_EQ(shape.transform, c.GetAbsoluteTransform("box"));
+    EXPECT_EQ(shape.displacement, 0.0);
+    ASSERT_EQ(shape.vertexCount, 8u);
+    EXPECT_EQ(shape.faceNormalCount, 3u) << "a box needs three axes, not six normals";
+    EXPECT_EQ(shape.triangleCount, 12u);
+    EXPECT_EQ(shape.vertices[0], glm::vec3(-1, -2, -1));
+    EXPECT_EQ(shape.vertices[1], glm::vec3(-1, -2, 3));
+    EXPECT_EQ(shape.vertices[6], glm::vec3(1, 1, -1));
+    EXPECT_EQ(shape.faceNormals[1], glm::vec3(0, 1, 0));
+    EXPECT_EQ(shape.box_min, glm::vec3(-1, -2, -1));
+    EXPECT_EQ(shape.box_max, glm::vec3(1, 1, 3));
+    EXPECT_NEAR(shape.radius, 0.5 * std::sqrt(4.0 + 9.0 + 16.0), 1e-12);
+
+    const auto& hull = c.colliders.at("hull");
+    ASSERT_EQ(hull.vertexCount, 4u);
+    EXPECT_EQ(hull.vertices[2], glm::vec3(0, 0, -1)) << "Blender (0,1,0)";
+    EXPECT_EQ(hull.vertices[3], glm::vec3(0, 1, 0)) << "Blender (0,0,1)";
+    ASSERT_EQ(hull.faceNormalCount, 2u);
+    ExpectVec(hull.faceNormals[0], glm::vec3(0, 0, -1));
+    ExpectVec(hull.faceNormals[1], glm::vec3(0, 1, 0));
+    ASSERT_EQ(hull.triangleCount, 4u);
+    EXPECT_EQ(hull.triangles[3][2], 3);
+    shape = c.MakeCollider("hull");
+    EXPECT_EQ(shape.vertexCount, 4u);
+    EXPECT_EQ(shape.faceNormalCount, 2u);
+    EXPECT_EQ(shape.box_min, glm::vec3(0, 0, -1)) << "bounds come from the vertices";
+    EXPECT_EQ(shape.box_max, glm::vec3(1, 1, 0));
+    EXPECT_THROW(c.MakeCollider("missing"), std::out_of_range);
+}
+
+TEST_F(EntityConfigTest, BadRecordsAreRejectedWithOneLineEach) {
+    EntityConfig c(path);
+    std::string err = Read(c,
+                           "[COLLIDER many]\nvertices 0 0 0 1 0 0 0 1 0 0 0 1 1 1 0 1 0 1 0 1 1 1 1 1 2 2 2\n"
+                           "[COLLIDER normals]\nfaces_normal" + std::string(13, ' ') + [] {
+                               std::string s;
+                               for (int i = 0; i < 13; ++i) s += " 1 0 0";
+                               return s;
+                           }() + "\n"
+                           "[COLLIDER past]\nvertices 0 0 0 1 0 0 0 1 0\ntriangles 0 1 3\n"
+                           "[COLLIDER negative]\nvertices 0 0 0 1 0 0 0 1 0\ntriangles 0 1 -2\n"
+                           "[COLLIDER flat]\nfaces_normal 0 0 0\n"
+                           "[TARGET huge]\nposition 1e39 0 0\n"
+                           "[JOINT nan]\nangular_x 0 nan 1\n"
+                           "[ENTITY e]\nmass inf\n"
+                           "[COLLIDER good]\nbox_max 1 1 1\n");
+    EXPECT_EQ(CountLines(err), 8u) << err;
+    EXPECT_NE(err.find(path + ": [COLLIDER many]: more than 8 entries in 'vertices'; record ignored"),
+              std::string::npos)
+        << err;
+    EXPECT_NE(err.find("[COLLIDER normals]: more than 12 entries"), std::string::npos) << err;
+    EXPECT_NE(err.find("[COLLIDER past]: triangle index 3 past the 3 vertices"), std::string::npos) << err;
+    EXPECT_NE(err.find("[COLLIDER negative]: triangle index -2"), std::string::npos) << err;
+    EXPECT_NE(err.find("[COLLIDER flat]: face normal of zero length"), std::string::npos) << err;
+    EXPECT_NE(err.find("[TARGET huge]: non-finite number in 'position'"), std::string::npos) << err;
+    EXPECT_NE(err.find("[JOINT nan]: non-finite"), std::string::npos) << err;
+    EXPECT_NE(err.find("[ENTITY e]: non-finite"), std::string::npos) << err;
+    EXPECT_EQ(c.colliders.size(), 1u);
+    EXPECT_EQ(c.nodes.size(), 1u);
+    EXPECT_TRUE(c.targets.empty() && c.joints.empty());
+    EXPECT_EQ(c.mass, 0.0);
+}
+
+TEST_F(EntityConfigTest, LoopingParentsAreDropped) {
+    EntityConfig c(path);
+    std::string err = Read(c,
+                           "[JOINT a]\nparent b\n[COLLIDER b]\nparent a\n"
+                           "[TARGET self]\nparent self\n"
+                           "[TARGET below]\nparent a\nposition 1 0 0\n"
+                           "[TARGET fine]\n");
+    EXPECT_EQ(CountLines(err), 2u) << err;
+    EXPECT_NE(err.find(path + ": parent chain loops: "), std::string::npos) << err;
+    EXPECT_NE(err.find("[TARGET self] -> [TARGET self]"), std::string::npos) << err;
+    EXPECT_EQ(c.nodes.count("a") + c.nodes.count("b") + c.nodes.count("self"), 0u);
+    EXPECT_TRUE(c.joints.empty());
+    EXPECT_TRUE(c.colliders.empty());
+    EXPECT_EQ(c.targets.size(), 2u);
+    EXPECT_EQ(glm::dvec3(c.GetAbsoluteTransform("below")[3]), glm::dvec3(1, 0, 0));
+}
+
+TEST_F(EntityConfigTest, RereadKeepsSomeMapsAndUnreadableFilesChangeNothing) {
+    EntityConfig c(path);
+    Read(c,
+         "[COLLIDER old]\n[ADAPTER plug]\n[LIGHT_BOX lamp]\n[JOINT j]\n[CAMERA cam]\n[TARGET t]\n[RENDERABLE r]\n"
+         "[COLLIDER shared]\nposition 1 0 0\n");
+    Read(c, "[COLLIDER shared]\nposition 2 0 0\n");
+    EXPECT_EQ(c.colliders.size(), 2u);
+    EXPECT_EQ(c.colliders.at("shared").position, glm::vec3(2, 0, 0));
+    EXPECT_EQ(c.adapters.size(), 1u);
+    EXPECT_EQ(c.lightBoxes.size(), 1u);
+    EXPECT_TRUE(c.joints.empty() && c.cameras.empty() && c.targets.empty() && c.renderables.empty());
+    EXPECT_EQ(c.nodes.size(), 8u) << "nodes of dropped records stay";
+
+    std::string binary("[COLLIDER x]\n\x01\x02\x00", 16);
+    std::string err = Read(c, binary);
+    EXPECT_EQ(CountLines(err), 1u) << err;
+    EXPECT_NE(err.find(path + ": not a text file"), std::string::npos) << err;
+    EXPECT_EQ(c.colliders.size(), 2u);
+
+    std::filesystem::remove(path);
+    testing::internal::CaptureStderr();
+    c.ReadConfig();
+    err = testing::internal::GetCapturedStderr();
+    EXPECT_NE(err.find("cannot open"), std::string::npos) << err;
+    EXPECT_EQ(c.colliders.size(), 2u);
+}
+
+TEST_F(EntityConfigTest, MeshPath) {
+    EntityConfig c(dir + "/rover.ini");
+    EXPECT_EQ(c.GetMeshFilePath(), dir + "/rover.gltf");
+    EXPECT_EQ(c.GetMesh(), nullptr);
+    EXPECT_EQ(c.meshWriteTime, std::filesystem::file_time_type{});
+    WriteAll(dir + "/rover.gltf", "{}");
+    c.GetMesh();
+    EXPECT_EQ(c.meshWriteTime, std::filesystem::last_write_time(dir + "/rover.gltf"));
+}
+
+TEST(EntityConfigSamples, ModelFilesInDataLoad) {
+    const std::string models = std::string(ZENDOLA_SOURCE_DIR) + "/data/models/";
+    for (const char* name : {"cube", "slab", "vehicle", "wing"}) {
+        EntityConfig c(models + name + ".ini");
+        testing::internal::CaptureStderr();
+        c.ReadConfig();
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << name;
+    }
+
+    EntityConfig cube(models + "cube.ini");
+    cube.ReadConfig();
+    EXPECT_EQ(cube.mass, 100.0);
+    ConvexMeshCollider cubeShape = cube.MakeCollider("cube");
+    EXPECT_EQ(cubeShape.vertexCount, 8u);
+    EXPECT_EQ(cubeShape.faceNormalCount, 3u);
+    EXPECT_EQ(cubeShape.triangleCount, 12u);
+    EXPECT_EQ(cubeShape.box_min, glm::vec3(-0.5f));
+    EXPECT_EQ(cubeShape.box_max, glm::vec3(0.5f));
+
+    EntityConfig slab(models + "slab.ini");
+    slab.ReadConfig();
+    EXPECT_TRUE(slab.colliders.at("slab").is_build_block);
+    EXPECT_EQ(slab.colliders.at("slab").box_min, glm::vec3(-10, -0.5, -10));
+    EXPECT_EQ(slab.colliders.at("slab").box_max, glm::vec3(10, 0, 10));
+    EXPECT_EQ(slab.base_planes, std::vector<std::string>{"-Z"});
+
+    EntityConfig vehicle(models + "vehicle.ini");
+    vehicle.ReadConfig();
+    EXPECT_EQ(vehicle.colliders.size(), 3u);
+    EXPECT_EQ(vehicle.joints.size(), 2u);
+    EXPECT_EQ(vehicle.nodes.size(), 10u);
+    EXPECT_TRUE(vehicle.joints.at("turret_hinge").angular_z);
+    EXPECT_TRUE(vehicle.joints.at("boom_slider").linear_y);
+    EXPECT_EQ(vehicle.adapters.at("hitch").type, "standard");
+    ExpectVec(glm::vec3(vehicle.GetAbsoluteTransform("boom_tip")[3]), glm::vec3(0, 1.05f, -1.9f));
+
+    EntityConfig wing(models + "wing.ini");
+    wing.ReadConfig();
+    const auto& hull = wing.colliders.at("hull");
+    EXPECT_EQ(hull.vertexCount, 8u);
+    EXPECT_EQ(hull.faceNormalCount, 6u);
+    EXPECT_EQ(hull.triangleCount, 12u);
+    ConvexMeshCollider wingShape = wing.MakeCollider("hull");
+    EXPECT_EQ(wingShape.box_min, glm::vec3(0, -0.1f, -1));
+    EXPECT_EQ(wingShape.box_max, glm::vec3(4, 0.1f, 1));
+    for (uint32_t i = 0; i < wingShape.faceNormalCount; ++i) {
+        EXPECT_NEAR(glm::length(wingShape.faceNormals[i]), 1.0f, 1e-6f);
+    }
+}

@@ -1,0 +1,296 @@
+// This file replaces the global operator new/delete to count allocations; GCC then sees frees of
+// memory from operator new in inlined library code and warns wrongly.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include <glm/gtc/matrix_transform.hpp>
+
+#include "EntityTestWorld.h"
+
+using namespace entity_test;
+using game::entity::BaseEntity;
+using game::entity::Id;
+using quorl::modular::ModuleID;
+
+namespace {
+
+std::shared_ptr<ServerSideEntity> Bare() {
+    return ServerSideEntity::Create<ServerSideEntity>(ModuleID(), "", Id());
+}
+
+void ExpectMatNear(const glm::dmat4& a, const glm::dmat4& b) {
+    for (int c = 0; c < 4; ++c)
+        for (int r = 0; r < 4; ++r) EXPECT_NEAR(a[c][r], b[c][r], 1e-9) << c << "," << r;
+}
+
+}  // namespace
+
+TEST(EntityBase, BoundingBoxFromTwoCornersOfEveryCollider) {
+    BaseEntity e;
+    e.UpdateBoundingBox(true);
+    EXPECT_EQ(e.boundsRadius, 0.0);
+    EXPECT_EQ(e.box_size, glm::dvec3(0.0));
+
+    game::entity::ConvexMeshCollider flat;
+    flat.box_min = flat.box_max = {1, 2, 3};
+    e.colliders["flat"] = flat;
+    e.UpdateBoundingBox(false);
+    EXPECT_EQ(e.box_size, glm::dvec3(0.0));
+    EXPECT_EQ(e.boundsCenter, glm::dvec3(1, 2, 3));
+    EXPECT_EQ(e.centerOfMass, glm::dvec3(0.0));  // not asked to follow
+
+    // A disabled collider counts; a rotated one contributes only its two transformed corners.
+    game::entity::ConvexMeshCollider box;
+    box.SetBox({-1, -1, -1}, {1, 1, 1});
+    box.enabled = false;
+    box.transform = glm::rotate(glm::dmat4(1.0), glm::radians(90.0), glm::dvec3(0, 0, 1));
+    e.colliders.clear();
+    e.colliders["box"] = box;
+    e.UpdateBoundingBox(true);
+    // Corners (-1,-1,-1) and (1,1,1) rotated by 90 degrees about z: (1,-1,-1) and (-1,1,1).
+    EXPECT_NEAR(e.boundsMin.x, -1, 1e-12);
+    EXPECT_NEAR(e.boundsMax.x, 1, 1e-12);
+    EXPECT_NEAR(e.boundsMin.y, -1, 1e-12);
+    EXPECT_NEAR(e.box_size.z, 2, 1e-12);
+    EXPECT_NEAR(e.boundsRadius, std::sqrt(12.0) / 2, 1e-12);
+    EXPECT_EQ(e.centerOfMass, e.boundsCenter);
+
+    // Shifted so that a true hull would be wider than the two-corner box.
+    e.colliders["box"].transform = glm::rotate(glm::dmat4(1.0), glm::radians(45.0), glm::dvec3(0, 0, 1));
+    e.UpdateBoundingBox(true);
+    EXPECT_NEAR(e.box_size.x, 0.0, 1e-12);  // both corners land on x = 0
+}
+
+TEST(EntityBase, UpdateFollowsNodesOnlyWhenMoved) {
+    BaseEntity e;
+    game::entity::ConvexMeshCollider c;
+    c.SetBox({0, 0, 0}, {1, 1, 1});
+    e.colliders["c"] = c;
+    e.nodeTransforms["c"] = glm::translate(glm::dmat4(1.0), glm::dvec3(10, 0, 0));
+    e.Update(0.1);
+    EXPECT_EQ(e.colliders["c"].transform, glm::dmat4(1.0));
+    e.nodesMoved = true;
+    e.Update(0.1);
+    EXPECT_EQ(e.colliders["c"].transform[3].x, 10.0);
+    EXPECT_EQ(e.boundsMin.x, 10.0);
+    EXPECT_TRUE(e.nodesMoved);  // the physics step clears it
+    e.colliders["orphan"] = c;
+    try {
+        e.Update(0.1);
+        FAIL();
+    } catch (const std::out_of_range& err) {
+        EXPECT_STREQ(err.what(), "unordered_map::at");
+    }
+}
+
+TEST(EntityBase, TransformQueries) {
+    BaseEntity e;
+    e.position = {1, 2, 3};
+    e.rotation = glm::angleAxis(glm::radians(90.0), glm::dvec3(0, 1, 0));
+    e.centerOfMass = {1, 0, 0};
+    glm::dvec4 p = e.GetTransform() * glm::dvec4(1, 0, 0, 1);
+    EXPECT_NEAR(p.x, 1, 1e-12);
+    EXPECT_NEAR(p.z, 2, 1e-12);
+    glm::dvec3 com = e.GetPositionAtCenterOfMass();
+    EXPECT_NEAR(com.x, p.x, 1e-12);
+    EXPECT_NEAR(com.z, p.z, 1e-12);
+}
+
+using EntityServerSide = EntityWorld;
+
+TEST_F(EntityServerSide, CreateGetAndDuplicates) {
+    auto e = Bare();
+    EXPECT_EQ(std::string(e->id).substr(0, 4), "ENTT");
+    EXPECT_EQ(ServerSideEntity::Get(e->id), e);
+    EXPECT_FALSE(ServerSideEntity::Get(Id::Generate("ENTT")));
+    Id half = Id::Generate("ENTT");
+    half.timestamp = 0;
+    half.random = 0;
+    auto g = ServerSideEntity::Create<ServerSideEntity>(ModuleID(), "", half);
+    EXPECT_FALSE(g->id == half);  // a half-null id is replaced
+
+    e->Serialize();
+    try {
+        ServerSideEntity::Create<ServerSideEntity>(ModuleID(), "", e->id);
+        FAIL();
+    } catch (const std::runtime_error& err) {
+        EXPECT_EQ(std::string(err.what()), "UNIQUE_OBJECT ServerSideEntity with id " + e->id.ToString() + " already exists");
+    }
+    EXPECT_TRUE(std::filesystem::exists(e->GetStateSaveFile()));
+    EXPECT_EQ(ServerSideEntity::Get(e->id), e);
+
+    // An unknown kind is a bare body; a registered kind gets its behaviour.
+    auto bare = ServerSideEntity::Create<ServerSideEntity>(ModuleID(kModule), "nothing", Id());
+    EXPECT_FALSE(bare->_interface);
+    auto p = ServerSideEntity::Create<ServerSideEntity>(ModuleID(kModule), "payload", Id());
+    EXPECT_TRUE(std::dynamic_pointer_cast<PayloadInterface>(p->_interface));
+
+    ServerSideEntity::_registered_items_module["thing"] = kModule;
+    EXPECT_EQ(ServerSideEntity::FindModuleIDFromItemType("thing"), ModuleID(kModule));
+    try {
+        ServerSideEntity::FindModuleIDFromItemType("unknown");
+        FAIL();
+    } catch (const std::out_of_range& err) {
+        EXPECT_STREQ(err.what(), "map::at");
+    }
+    ServerSideEntity::_registered_items_module.clear();
+}
+
+TEST_F(EntityServerSide, DestroyRemovesBothFiles) {
+    auto e = MakePayload("x");
+    e->Serialize();
+    e->SerializeCheckpoint();
+    Id id = e->id;
+    e.reset();
+    EXPECT_EQ(FileCount(), 2u);
+    EXPECT_TRUE(ServerSideEntity::Destroy(id));
+    EXPECT_EQ(FileCount(), 0u);
+    EXPECT_FALSE(ServerSideEntity::Destroy(id));
+}
+
+TEST_F(EntityServerSide, AddAndRemoveChildKeepWorldPose) {
+    auto parent = Bare();
+    auto child = Bare();
+    parent->position = {5, -1, 2};
+    parent->rotation = glm::normalize(glm::dquat(0.7, 0.2, -0.4, 0.1));
+    parent->velocity = {1, 2, 3};
+    child->position = {-3, 4, 8};
+    child->rotation = glm::normalize(glm::dquat(0.1, 0.9, 0.3, 0.2));
+    child->velocity = {7, 0, -1};
+    child->angularVelocity = {0, 1, 0};
+    glm::dmat4 world = child->GetTransform();
+    glm::dvec3 velocity = child->velocity, spin = child->angularVelocity;
+
+    parent->AddChild(child);
+    EXPECT_EQ(child->parentEntity, parent->id);
+    ExpectMatNear(parent->GetTransform() * child->GetTransform(), world);
+    // Velocity relative to the parent, in the parent's axes.
+    glm::dvec3 relative = glm::inverse(parent->rotation) * (velocity - parent->velocity);
+    EXPECT_NEAR(glm::length(child->velocity - relative), 0, 1e-12);
+
+    parent->RemoveChild(child);
+    EXPECT_TRUE(child->parentEntity.IsNull());
+    ExpectMatNear(child->GetTransform(), world);
+    EXPECT_NEAR(glm::length(child->velocity - velocity), 0, 1e-12);
+    EXPECT_NEAR(glm::length(child->angularVelocity - spin), 0, 1e-12);
+}
+
+TEST_F(EntityServerSide, TreeAssertionsAbort) {
+    auto a = Bare();
+    auto b = Bare();
+    auto c = Bare();
+    a->AddChild(b);
+    EXPECT_DEATH(c->AddChild(b), "ASSERTION FAILED: \\(!entity->parentEntity\\) in src/game/entity/ServerSideEntity.cpp:");
+    EXPECT_DEATH(c->RemoveChild(b),
+                 "ASSERTION FAILED: \\(entity->parentEntity == GetID\\(\\)\\) in src/game/entity/ServerSideEntity.cpp:271");
+    EXPECT_DEATH(a->AddChild(a), "ASSERTION FAILED: \\(entity->GetID\\(\\) != GetID\\(\\)\\) in src/game/entity/ServerSideEntity.cpp:261");
+    c->isComponent = true;
+    EXPECT_DEATH(a->AddChild(c), "ASSERTION FAILED: \\(!entity->isComponent\\) in src/game/entity/ServerSideEntity.cpp:");
+    b->isComponent = true;
+    EXPECT_DEATH(a->RemoveChild(b), "ASSERTION FAILED: \\(!entity->isComponent\\) in src/game/entity/ServerSideEntity.cpp:272");
+}
+
+TEST_F(EntityServerSide, RefreshCacheTakesTheRootsEnvironmentAndWakeState) {
+    auto root = Bare();
+    auto middle = Bare();
+    auto leaf = Bare();
+    root->relativeEnvironmentId = 11;
+    root->parentEnvironmentId = 22;
+    middle->parentEntity = root->id;
+    leaf->parentEntity = middle->id;
+    middle->isDetachable = true;
+    middle->restTime = 2.0;
+    leaf->atRest = true;
+    leaf->RefreshCache();
+    EXPECT_EQ(leaf->relativeEnvironmentId, 11u);
+    EXPECT_EQ(leaf->parentEnvironmentId, 22u);
+    EXPECT_FALSE(leaf->ancestorAwake);
+    EXPECT_TRUE(leaf->atRest);
+    middle->restTime = 1.5;
+    leaf->RefreshCache();
+    EXPECT_TRUE(leaf->ancestorAwake);
+    EXPECT_FALSE(leaf->atRest);
+    // A parent chain that loops (a corrupt save) ends instead of hanging.
+    root->parentEntity = leaf->id;
+    leaf->RefreshCache();
+    EXPECT_TRUE(leaf->ancestorAwake);
+}
+
+TEST_F(EntityServerSide, VehicleAndPhysicsParent) {
+    auto vehicle = Bare();
+    auto part = Bare();
+    auto sub = Bare();
+    part->isComponent = sub->isComponent = true;
+    part->parentEntity = vehicle->id;
+    sub->parentEntity = part->id;
+    part->position = {1, 0, 0};
+    sub->position = {0, 2, 0};
+    EXPECT_EQ(sub->GetVehicleID(), vehicle->id);
+    EXPECT_EQ(vehicle->GetVehicleID(), vehicle->id);
+    EXPECT_EQ(sub->GetFirstNonComponentParent(), vehicle);
+    EXPECT_EQ(vehicle->GetFirstNonComponentParent(), nullptr);
+    glm::dmat4 t = sub->GetTransformInPhysicsParent();
+    EXPECT_EQ(glm::dvec3(t[3]), glm::dvec3(1, 2, 0));
+    EXPECT_EQ(vehicle->GetTransformInPhysicsParent(), glm::dmat4(1.0));
+    // The parent is gone: a component is its own vehicle.
+    Id gone = part->id;
+    part.reset();
+    ServerSideEntity::Destroy(gone);
+    EXPECT_EQ(sub->GetVehicleID(), sub->id);
+    EXPECT_EQ(sub->GetFirstNonComponentParent(), nullptr);
+}
+
+TEST_F(EntityServerSide, TickHooksRunOnlyWhenInitialized) {
+    struct Counting : ServerSideEntity::Interface {
+        int before = 0, update = 0, after = 0;
+        void BeforeUpdate(double) override { ++before; }
+        void Update(double) override { ++update; }
+        void AfterUpdate(double) override { ++after; }
+    };
+    ServerSideEntity::_registered_interfaces[kModule]["counting"] = {nullptr, [] { return std::make_shared<Counting>(); }};
+    auto e = ServerSideEntity::Create<ServerSideEntity>(ModuleID(kModule), "counting", Id());
+    auto* c = static_cast<Counting*>(e->_interface.get());
+    e->BeforeUpdate(0.1);
+    e->Update(0.1);
+    e->AfterUpdate(0.1);
+    EXPECT_EQ(c->before + c->update + c->after, 0);
+    c->initialized = true;
+    e->BeforeUpdate(0.1);
+    e->Update(0.1);
+    e->AfterUpdate(0.1);
+    EXPECT_EQ(c->before, 1);
+    EXPECT_EQ(c->update, 1);
+    EXPECT_EQ(c->after, 1);
+}
+
+// Counts allocations made on this thread while armed.
+namespace {
+thread_local bool countAllocations = false;
+thread_local size_t allocations = 0;
+}  // namespace
+
+void* operator new(size_t size) {
+    if (countAllocations) ++allocations;
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, size_t) noexcept { std::free(p); }
+
+TEST_F(EntityServerSide, WalkAllocatesNothing) {
+    for (int i = 0; i < 500; ++i) Bare();
+    size_t seen = 0;
+    std::function<void(std::shared_ptr<ServerSideEntity>)> visit = [&seen](std::shared_ptr<ServerSideEntity> e) {
+        seen += e->isComponent ? 0 : 1;
+    };
+    allocations = 0;
+    countAllocations = true;
+    ServerSideEntity::ForEach(std::move(visit));
+    countAllocations = false;
+    EXPECT_EQ(seen, 500u);
+    EXPECT_EQ(allocations, 0u);
+}

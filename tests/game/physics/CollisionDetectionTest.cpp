@@ -1,0 +1,294 @@
+// A dynamic body walking its candidates: resting, sliding, meeting another body, callbacks,
+// containers and the bookkeeping for parents.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include <glm/vec2.hpp>
+
+#include "game/physics/Rigidbody.h"
+#include "game/physics/PhysicsTestEntity.h"
+
+using game::entity::ConvexMeshCollider;
+using game::physics::Collision;
+using game::physics::DynamicRigidbody;
+using game::physics::Rigidbody;
+using game::physics::RigidbodyBase;
+using physics_test::MakeBoxEntity;
+using physics_test::PhysicsTestEntity;
+using Body = DynamicRigidbody<PhysicsTestEntity>;
+using Fixed = Rigidbody<PhysicsTestEntity>;
+
+namespace {
+
+const glm::dvec3 kGravity(0, 0, -9.81);
+
+// Steps one box over a fixed ground frame by frame, as the physics step does: bodies rebuilt
+// from the entity each frame, substeps of motion then collision, then the write-back.
+struct GroundScene {
+    std::shared_ptr<PhysicsTestEntity> ground = MakeBoxEntity({20, 20, 0.5}, 1000, {0, 0, -0.5});
+    std::shared_ptr<PhysicsTestEntity> box = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
+    double maxUpwardSpeed = 0, lowestCentre = 1e9;
+
+    GroundScene() { box->position = {0, 0, 0.5}; }
+
+    void Frame(double dt = 1.0 / 60, int substeps = 4) {
+        box->externalAcceleration = kGravity;
+        Fixed fixed(ground);
+        Body body(box, dt);
+        // Once the box has joined the ground, the ground is its parent rather than a candidate.
+        if (box->parentEntity.IsNull()) body.fixedCandidates.push_back(&fixed);
+        else body.parentBody = &fixed;
+        for (int i = 0; i < substeps; ++i) {
+            body.IntegrateMotion(dt / substeps);
+            body.CollisionDetection(dt / substeps);
+            maxUpwardSpeed = std::max(maxUpwardSpeed, body.velocity.z);
+            lowestCentre = std::min(lowestCentre, body.position.z);
+        }
+        body.ApplyToEntity(dt);
+    }
+};
+
+// Records what a contact callback saw.
+struct Seen {
+    int calls = 0;
+    RigidbodyBase* body = nullptr;
+    glm::dvec3 normal{0.0};
+    glm::dvec3 position{0.0};
+};
+
+ConvexMeshCollider::Callback Recorder(Seen& seen, bool cancel = false, bool holds = true) {
+    return [&seen, cancel, holds](RigidbodyBase* body, ConvexMeshCollider*, ConvexMeshCollider*, Collision& c, double) {
+        ++seen.calls;
+        seen.body = body;
+        seen.normal = c.normal;
+        seen.position = c.position;
+        if (cancel) c.depth = 0;
+        return holds;
+    };
+}
+
+}  // namespace
+
+TEST(PhysicsContact, BoxRestsOnAFixedBoxWithoutBouncingOrSinking) {
+    GroundScene scene;
+    scene.box->position = {0, 0, 0.6};  // dropped from 10 cm
+    for (int frame = 0; frame < 60; ++frame) scene.Frame();
+    // Inelastic contacts: the landing doesn't throw the box up, and it doesn't sink into the
+    // ground by more than a substep of falling.
+    EXPECT_LT(scene.maxUpwardSpeed, 0.05);
+    EXPECT_GT(scene.lowestCentre, 0.5 - 0.01);
+    // Then it stays where it is, flat on the ground, frame after frame.
+    const glm::dvec3 settled = scene.box->position;
+    scene.maxUpwardSpeed = 0;
+    for (int frame = 0; frame < 120; ++frame) {
+        scene.Frame();
+        EXPECT_NEAR(scene.box->position.z, 0.5, 0.005);
+        EXPECT_LT(glm::length(glm::dvec2(scene.box->position - settled)), 0.01);
+        EXPECT_GT((scene.box->rotation * glm::dvec3(0, 0, 1)).z, 0.999);
+    }
+    EXPECT_LT(scene.maxUpwardSpeed, 0.05);
+    EXPECT_GT(scene.lowestCentre, 0.5 - 0.01);
+}
+
+TEST(PhysicsContact, FrictionStopsASlidingBox) {
+    GroundScene rough, smooth;
+    rough.box->colliders["hull"].friction = 1.0;
+    rough.ground->colliders["hull"].friction = 1.0;
+    smooth.box->colliders["hull"].friction = 0.0;
+    for (auto* scene : {&rough, &smooth}) {
+        scene->box->position.z = 0.5 + 1e-3;
+        scene->box->velocity = {3, 0, 0};
+    }
+    for (int frame = 0; frame < 120; ++frame) {
+        rough.Frame();
+        smooth.Frame();
+    }
+    EXPECT_LT(std::abs(rough.box->velocity.x), 0.05);
+    EXPECT_LT(rough.box->position.x, 1.0);
+    // Without friction nothing takes the sliding away.
+    EXPECT_NEAR(smooth.box->velocity.x, 3, 0.01);
+    EXPECT_NEAR(smooth.box->position.x, 3 * 2, 0.1);
+}
+
+TEST(PhysicsContact, DynamicPairMeetsWithCallbacksInOrder) {
+    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 2);
+    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 6);
+    ea->velocity = {4, 0, 0};
+    eb->position = {0.95, 0.1, 0};
+    eb->velocity = {-1, 0, 0};
+    Seen seenA, seenB;
+    ea->colliders["hull"].callback = Recorder(seenA);
+    eb->colliders["hull"].callback = Recorder(seenB);
+    Body a(ea, 0.01), b(eb, 0.01);
+    a.dynamicCandidates.push_back(&b);
+    a.CollisionDetection(0.01);
+
+    // Each callback gets its own body and a normal pointing towards that body.
+    EXPECT_EQ(seenA.calls, 1);
+    EXPECT_EQ(seenB.calls, 1);
+    EXPECT_EQ(seenA.body, &a);
+    EXPECT_EQ(seenB.body, &b);
+    EXPECT_NEAR(seenA.normal.x, -1, 1e-12);
+    EXPECT_NEAR(seenB.normal.x, 1, 1e-12);
+    // Momentum is kept and the bodies no longer approach along the normal.
+    EXPECT_NEAR(2 * a.velocity.x + 6 * b.velocity.x, 2 * 4 - 6, 1e-12);
+    EXPECT_NEAR(2 * a.velocity.y + 6 * b.velocity.y, 0, 1e-12);
+    EXPECT_GT(b.position.x - a.position.x, 0.95);
+    const glm::dvec3 ra = seenA.position, rb = seenA.position - glm::dvec3(0.95, 0.1, 0);
+    const glm::dvec3 relative = a.velocity + glm::cross(a.angularVelocity, ra) - b.velocity -
+                                glm::cross(b.angularVelocity, rb);
+    EXPECT_NEAR(relative.x, 0, 1e-12);
+}
+
+TEST(PhysicsContact, ACallbackCancelsTheResponse) {
+    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 2);
+    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 6);
+    ea->velocity = {4, 0, 0};
+    eb->position = {0.95, 0, 0};
+    Seen seen;
+    ea->colliders["hull"].callback = Recorder(seen, true);
+    Body a(ea, 0.01), b(eb, 0.01);
+    a.dynamicCandidates.push_back(&b);
+    a.CollisionDetection(0.01);
+    EXPECT_EQ(seen.calls, 1);
+    EXPECT_EQ(a.velocity, glm::dvec3(4, 0, 0));
+    EXPECT_EQ(b.position, glm::dvec3(0.95, 0, 0));
+}
+
+TEST(PhysicsContact, AnotherBodysSphereIsTestedAsTheSphere) {
+    // A sphere of the other body, near a corner of this box: tested as a hull it would touch,
+    // tested as the sphere around its box it does too, but the normal then points from the
+    // sphere's centre; either way it must point towards this body.
+    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    eb->colliders["hull"].isSphere = true;
+    eb->position = {1.2, 0, 0};
+    Seen seen;
+    ea->colliders["hull"].callback = Recorder(seen, true);
+    Body a(ea, 0.01), b(eb, 0.01);
+    a.dynamicCandidates.push_back(&b);
+    a.CollisionDetection(0.01);
+    ASSERT_EQ(seen.calls, 1);  // 1.2 apart: only the sphere of radius 0.87 reaches the box
+    EXPECT_NEAR(seen.normal.x, -1, 1e-12);
+}
+
+TEST(PhysicsContact, AFixedSphereIsTestedAsItsBox) {
+    // 1.2 apart, only a sphere around either box would reach the other: a fixed body's sphere
+    // collider is the second shape, tested as its box, and a sphere of the moving body is the
+    // first, tested as the sphere.
+    auto ground = MakeBoxEntity({0.5, 0.5, 0.5}, 100);
+    ground->colliders["hull"].isSphere = true;
+    auto box = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    box->position = {1.2, 0, 0};
+    Fixed fixed(ground);
+    Body body(box, 0.01);
+    body.fixedCandidates.push_back(&fixed);
+    body.CollisionDetection(0.01);
+    EXPECT_EQ(body.position, glm::dvec3(1.2, 0, 0));
+
+    box->colliders["hull"].isSphere = true;
+    Body sphere(box, 0.01);
+    sphere.fixedCandidates.push_back(&fixed);
+    sphere.CollisionDetection(0.01);
+    EXPECT_NEAR(sphere.position.x, 1.2 + (std::sqrt(0.75) - 0.7), 1e-12);
+}
+
+TEST(PhysicsContact, RestingBodyStopsAfterItsFirstColliderDynamicPairs) {
+    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    ConvexMeshCollider second = ea->colliders["hull"];
+    Seen first, later;
+    ea->colliders["hull"].callback = Recorder(first, true);
+    second.callback = Recorder(later, true);
+    ea->colliders["second"] = second;
+    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    eb->position = {0.9, 0, 0};
+    auto ground = MakeBoxEntity({5, 5, 0.5}, 100, {0, 0, -0.9});
+    Body a(ea, 0.01), b(eb, 0.01);
+    Fixed fixed(ground);
+    a.dynamicCandidates.push_back(&b);
+    a.fixedCandidates.push_back(&fixed);
+    a.restCount = 1;
+    a.CollisionDetection(0.01);
+    // One collider's dynamic pair ran; the other collider and the ground were never tested.
+    EXPECT_EQ(first.calls + later.calls, 1);
+    EXPECT_EQ(a.position, glm::dvec3(0.0));
+    EXPECT_TRUE(a.staticRelativeContactPoints.empty());
+}
+
+TEST(PhysicsContact, ContainersAreTestedThroughTheirChildren) {
+    auto ground = MakeBoxEntity({5, 5, 1}, 100, {0, 0, -1});
+    ConvexMeshCollider& container = ground->colliders["hull"];
+    container.fill = 0.5;
+    ConvexMeshCollider post, flat;
+    post.SetBox({-0.25f, -0.25f, -1}, {0.25f, 0.25f, 1});
+    post.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(2, 0, 0));
+    flat.SetBox({-5, -5, -0.6f}, {5, 5, -0.4f});  // would be hit everywhere...
+    flat.box_max.x = flat.box_min.x;              // ...but an empty box in x leaves it out
+    container.children->push_back(post);
+    container.children->push_back(flat);
+
+    auto hover = [&](glm::dvec3 where) {
+        auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+        e->position = where;
+        Body body(e, 0.01);
+        Fixed fixed(ground);
+        body.fixedCandidates.push_back(&fixed);
+        body.CollisionDetection(0.01);
+        return body;
+    };
+    // Inside the container's box but away from the post: nothing to hit.
+    Body free = hover({-2, 0, -0.5});
+    EXPECT_EQ(free.position, glm::dvec3(-2, 0, -0.5));
+    EXPECT_TRUE(free.staticRelativeContactPoints.empty());
+    // Against the post: pushed out and the ground counts as touched.
+    Body hit = hover({2.6, 0, -0.5});
+    EXPECT_GT(hit.position.x, 2.6);
+    EXPECT_EQ(hit.staticRelativeContactPoints.size(), 1u);
+    EXPECT_EQ(hit.potentialNewParent.lock(), ground);
+}
+
+TEST(PhysicsContact, RemembersTheLargestTouchedBodyAndTheParent) {
+    auto small = MakeBoxEntity({1, 1, 0.5}, 10, {0, 0, -0.505});
+    auto large = MakeBoxEntity({8, 8, 0.5}, 10, {0, 0, -0.5});
+    auto box = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    box->position = {0, 0, 0.49};
+    Fixed smallBody(small), largeBody(large);
+    Body body(box, 0.01);
+    body.fixedCandidates = {&smallBody, &largeBody};
+    body.CollisionDetection(0.01);
+    EXPECT_EQ(body.potentialNewParent.lock(), large);
+    EXPECT_DOUBLE_EQ(body.largestTouchedRadius, largeBody.radius);
+    EXPECT_FALSE(body.touchingParent);
+
+    // The parent's colliders are placed in the parent's own frame.
+    auto parent = MakeBoxEntity({3, 3, 0.5}, 10, {1, 0, -0.5});
+    parent->position = {50, 0, 0};  // its pose in its own frame doesn't matter
+    Fixed parentBody(parent);
+    Body child(box, 0.01);
+    child.parentBody = &parentBody;
+    child.CollisionDetection(0.01);
+    EXPECT_TRUE(child.touchingParent);
+    EXPECT_GT(child.position.z, 0.49);
+}
+
+TEST(PhysicsContact, CountsARestingStepOnlyWhenSlowOnHoldingContacts) {
+    auto rest = [](glm::dvec3 velocity, glm::dvec3 spin, bool holding) {
+        auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+        e->velocity = velocity;
+        e->angularVelocity = spin;
+        Body body(e, 0.01);
+        for (glm::dvec3 p : {glm::dvec3(-0.5, -0.5, -0.5), glm::dvec3(0.5, -0.5, -0.5), glm::dvec3(0, 0.5, -0.5)}) {
+            body.AddStaticContactPoint({0, 0, 1}, holding ? p : p + glm::dvec3(2, 0, 0));
+        }
+        body.CollisionDetection(0.01);
+        return body.restCount;
+    };
+    // No contact lowered the friction bound from 1: sliding and spin must stay below it.
+    EXPECT_EQ(rest({0.5, 0, 0}, {0, 0, 0.5}, true), 1);
+    EXPECT_EQ(rest({0.5, 0, 0.9}, {0, 0, 0}, true), 1);  // the normal part doesn't count
+    EXPECT_EQ(rest({1.5, 0, 0}, {0, 0, 0}, true), 0);
+    EXPECT_EQ(rest({0, 0, 0}, {1.5, 0, 0}, true), 0);
+    EXPECT_EQ(rest({0, 0, 0}, {0, 0, 0}, false), 0);
+}

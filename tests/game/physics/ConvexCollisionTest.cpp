@@ -1,0 +1,562 @@
+// The separating-axis test against a brute-force geometric reference, its tie orders, and the
+// helper tests.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include <glm/gtc/matrix_inverse.hpp>
+#include <glm/gtc/matrix_transform.hpp>
+#include <glm/gtc/quaternion.hpp>
+
+#include "game/physics/ConvexCollision.h"
+
+using game::entity::ConvexMeshCollider;
+using game::physics::Collision;
+using game::physics::ConvexCollision;
+
+namespace {
+
+// ---- Sample shapes ---------------------------------------------------------------------------
+
+ConvexMeshCollider Cube() {
+    ConvexMeshCollider c;
+    c.SetBox({-0.5f, -0.5f, -0.5f}, {0.5f, 0.5f, 0.5f});
+    return c;
+}
+
+ConvexMeshCollider Slab() {
+    ConvexMeshCollider c;
+    c.SetBox({-2.0f, -0.1f, -1.5f}, {2.0f, 0.1f, 1.5f});
+    return c;
+}
+
+// A tapered wing: chord 2 and thickness 0.3 at the root, chord 1 and thickness 0.1 at the tip,
+// span 4. Same corner numbering and triangles as a box; five distinct face directions.
+ConvexMeshCollider Wing() {
+    ConvexMeshCollider c = Cube();
+    const glm::vec3 v[8] = {{0, -0.15f, 0}, {0.5f, -0.05f, 4}, {0, 0.15f, 0}, {0.5f, 0.05f, 4},
+                            {2, -0.15f, 0}, {1.5f, -0.05f, 4}, {2, 0.15f, 0}, {1.5f, 0.05f, 4}};
+    for (int i = 0; i < 8; ++i) c.vertices[i] = v[i];
+    c.faceNormalCount = 5;
+    c.faceNormals[0] = glm::normalize(glm::vec3(4, 0, -0.5f));
+    c.faceNormals[1] = glm::normalize(glm::vec3(4, 0, 0.5f));
+    c.faceNormals[2] = glm::normalize(glm::vec3(0, 4, -0.1f));
+    c.faceNormals[3] = glm::normalize(glm::vec3(0, 4, 0.1f));
+    c.faceNormals[4] = glm::vec3(0, 0, 1);
+    c.RecomputeBounds();
+    return c;
+}
+
+// ---- Brute-force reference -------------------------------------------------------------------
+
+struct Hull {
+    std::vector<glm::dvec3> vertices;
+    std::vector<glm::dvec3> faceNormals;  // from the triangles, outward
+    std::vector<glm::dvec3> facePoints;
+    std::vector<glm::dvec3> edges;  // triangle edges
+    std::vector<std::array<glm::dvec3, 3>> triangles;
+};
+
+Hull Place(const ConvexMeshCollider& c) {
+    Hull h;
+    for (uint32_t i = 0; i < c.vertexCount; ++i) {
+        h.vertices.push_back(glm::dvec3(c.transform * glm::dvec4(glm::dvec3(c.vertices[i]), 1.0)));
+    }
+    glm::dvec3 centroid(0.0);
+    for (const auto& v : h.vertices) centroid += v / double(h.vertices.size());
+    for (uint32_t t = 0; t < c.triangleCount; ++t) {
+        const glm::dvec3 a = h.vertices[c.triangles[t][0]], b = h.vertices[c.triangles[t][1]],
+                         d = h.vertices[c.triangles[t][2]];
+        glm::dvec3 n = glm::normalize(glm::cross(b - a, d - a));
+        if (glm::dot(n, a - centroid) < 0) n = -n;
+        h.faceNormals.push_back(n);
+        h.facePoints.push_back(a);
+        for (const glm::dvec3& e : {b - a, d - b, a - d}) {
+            // Each direction once: shared and parallel edges give the same axes.
+            bool seen = false;
+            for (const glm::dvec3& k : h.edges) seen = seen || glm::length(glm::cross(k, e)) < 1e-12 * glm::dot(k, k);
+            if (!seen) h.edges.push_back(glm::normalize(e));
+        }
+        h.triangles.push_back({a, b, d});
+    }
+    return h;
+}
+
+void ProjectHull(const Hull& h, const glm::dvec3& axis, double& lo, double& hi) {
+    lo = std::numeric_limits<double>::infinity();
+    hi = -lo;
+    for (const auto& v : h.vertices) {
+        lo = std::min(lo, glm::dot(v, axis));
+        hi = std::max(hi, glm::dot(v, axis));
+    }
+}
+
+double Overlap(const Hull& a, const Hull& b, const glm::dvec3& axis) {
+    double la, ha, lb, hb;
+    ProjectHull(a, axis, la, ha);
+    ProjectHull(b, axis, lb, hb);
+    return std::min(ha, hb) - std::max(la, lb);
+}
+
+bool Nested(const Hull& a, const Hull& b, const glm::dvec3& axis) {
+    double la, ha, lb, hb;
+    ProjectHull(a, axis, la, ha);
+    ProjectHull(b, axis, lb, hb);
+    return (la >= lb && ha <= hb) || (lb >= la && hb <= ha);
+}
+
+// Least overlap over the complete set of separating axes of two convex polyhedra (face normals
+// and cross products of edges). Negative: separated by that much.
+double MinOverlap(const Hull& a, const Hull& b) {
+    double best = std::numeric_limits<double>::infinity();
+    auto consider = [&](glm::dvec3 axis) {
+        if (glm::length(axis) < 1e-9) return;
+        best = std::min(best, Overlap(a, b, glm::normalize(axis)));
+    };
+    for (const auto& n : a.faceNormals) consider(n);
+    for (const auto& n : b.faceNormals) consider(n);
+    for (const auto& ea : a.edges) {
+        for (const auto& eb : b.edges) consider(glm::cross(ea, eb));
+    }
+    return best;
+}
+
+Hull Moved(Hull h, const glm::dvec3& offset) {
+    for (auto& v : h.vertices) v += offset;
+    return h;
+}
+
+glm::dvec3 ClosestOnTriangle(const glm::dvec3& p, const glm::dvec3& a, const glm::dvec3& b, const glm::dvec3& c) {
+    const glm::dvec3 ab = b - a, ac = c - a, ap = p - a;
+    const double d1 = glm::dot(ab, ap), d2 = glm::dot(ac, ap);
+    if (d1 <= 0 && d2 <= 0) return a;
+    const glm::dvec3 bp = p - b;
+    const double d3 = glm::dot(ab, bp), d4 = glm::dot(ac, bp);
+    if (d3 >= 0 && d4 <= d3) return b;
+    const double vc = d1 * d4 - d3 * d2;
+    if (vc <= 0 && d1 >= 0 && d3 <= 0) return a + d1 / (d1 - d3) * ab;
+    const glm::dvec3 cp = p - c;
+    const double d5 = glm::dot(ab, cp), d6 = glm::dot(ac, cp);
+    if (d6 >= 0 && d5 <= d6) return c;
+    const double vb = d5 * d2 - d1 * d6;
+    if (vb <= 0 && d2 >= 0 && d6 <= 0) return a + d2 / (d2 - d6) * ac;
+    const double va = d3 * d6 - d5 * d4;
+    if (va <= 0 && (d4 - d3) >= 0 && (d5 - d6) >= 0) return b + (d4 - d3) / ((d4 - d3) + (d5 - d6)) * (c - b);
+    const double denominator = 1 / (va + vb + vc);
+    return a + ab * (vb * denominator) + ac * (vc * denominator);
+}
+
+bool Inside(const Hull& h, const glm::dvec3& p) {
+    for (size_t f = 0; f < h.faceNormals.size(); ++f) {
+        if (glm::dot(h.faceNormals[f], p - h.facePoints[f]) > 0) return false;
+    }
+    return true;
+}
+
+glm::dvec3 ClosestOnHull(const Hull& h, const glm::dvec3& p) {
+    glm::dvec3 best(0.0);
+    double bestDistance = std::numeric_limits<double>::infinity();
+    for (const auto& t : h.triangles) {
+        const glm::dvec3 q = ClosestOnTriangle(p, t[0], t[1], t[2]);
+        if (glm::length(q - p) < bestDistance) {
+            bestDistance = glm::length(q - p);
+            best = q;
+        }
+    }
+    return best;
+}
+
+glm::dmat4 RandomPose(std::mt19937_64& rng, double spread) {
+    std::normal_distribution<double> gauss;
+    std::uniform_real_distribution<double> uniform(-spread, spread);
+    const glm::dquat q = glm::normalize(glm::dquat(gauss(rng), gauss(rng), gauss(rng), gauss(rng)));
+    return glm::translate(glm::dmat4(1.0), glm::dvec3(uniform(rng), uniform(rng), uniform(rng))) * glm::mat4_cast(q);
+}
+
+glm::dvec3 CentreOf(const ConvexMeshCollider& c) {
+    return glm::dvec3(c.transform * glm::dvec4((glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5, 1.0));
+}
+
+ConvexMeshCollider Sphere() {
+    ConvexMeshCollider c = Cube();
+    c.isSphere = true;
+    return c;
+}
+
+glm::dmat4 QuarterTurn(int axis) {
+    return glm::mat4_cast(glm::angleAxis(glm::half_pi<double>(), glm::dvec3(axis == 0, axis == 1, axis >= 2)));
+}
+
+// The collision test read literally: every axis in order, all vertices placed again for each,
+// every pair of vertices, no shortcut.
+Collision LiteralConvexCollision(const ConvexMeshCollider& a, const ConvexMeshCollider& b) {
+    const glm::dvec3 cA = CentreOf(a), cB = CentreOf(b);
+    auto project = [](const ConvexMeshCollider& c, const glm::dvec3& axis) {
+        std::pair<double, double> range(std::numeric_limits<double>::max(), -std::numeric_limits<double>::max());
+        for (uint32_t i = 0; i < c.vertexCount; ++i) {
+            const double d = glm::dot(glm::dvec3(c.transform * glm::dvec4(glm::dvec3(c.vertices[i]), 1.0)), axis);
+            range.first = std::min(range.first, d);
+            range.second = std::max(range.second, d);
+        }
+        return range;
+    };
+    if (glm::length(cB - cA) > a.radius + b.radius) return {};
+    double best = std::numeric_limits<double>::max();
+    glm::dvec3 bestAxis(0.0);
+    auto test = [&](const glm::dvec3& axis, double lo, double hi, double loB, double hiB) {
+        const double overlap = std::min(hi, hiB) - std::max(lo, loB);
+        if (!(overlap > 0)) return false;
+        if (overlap < best) {
+            best = overlap;
+            bestAxis = axis;
+        }
+        return true;
+    };
+    auto sign = [](double x) { return double((0.0 < x) - (x < 0.0)); };
+    auto bad = [](const glm::dvec3& v) { return !std::isfinite(v.x) || !std::isfinite(v.y) || !std::isfinite(v.z); };
+    std::vector<glm::dvec3> vb;
+    for (uint32_t i = 0; i < b.vertexCount; ++i) {
+        vb.push_back(glm::dvec3(b.transform * glm::dvec4(glm::dvec3(b.vertices[i]), 1.0)));
+    }
+    if (a.isSphere) {
+        auto sphereTest = [&](const glm::dvec3& axis) {
+            const auto [lo, hi] = project(b, axis);
+            const double c = glm::dot(cA, axis);
+            if (c - a.radius > hi || lo > c + a.radius) return false;
+            return test(axis, c - a.radius, c + a.radius, lo, hi);
+        };
+        for (uint32_t i = 0; i < b.faceNormalCount; ++i) {
+            const glm::dvec3 axis = glm::normalize(glm::dvec3(b.transform * glm::dvec4(glm::dvec3(b.faceNormals[i]), 0.0)));
+            if (!bad(axis) && !sphereTest(axis)) return {};
+        }
+        for (const auto& v : vb) {
+            if (!bad(glm::normalize(v - cA)) && !sphereTest(glm::normalize(v - cA))) return {};
+        }
+        for (size_t i = 0; i < vb.size(); ++i) {
+            for (size_t j = 0; j < vb.size(); ++j) {
+                if (i == j) continue;
+                const glm::dvec3 c = glm::cross(glm::normalize(vb[i] - cA), glm::normalize(vb[j] - vb[i]));
+                if (glm::length(c) < 1e-6) continue;
+                if (!bad(glm::normalize(c)) && !sphereTest(glm::normalize(c))) return {};
+            }
+        }
+        Collision hit;
+        hit.normal = sign(glm::dot(glm::normalize(cA - cB), bestAxis)) * bestAxis;
+        hit.position = cA - hit.normal * a.radius;
+        hit.depth = best;
+        return hit;
+    }
+    auto hullTest = [&](const glm::dvec3& axis) {
+        const auto [lo, hi] = project(a, axis);
+        const auto [loB, hiB] = project(b, axis);
+        return test(axis, lo, hi, loB, hiB);
+    };
+    for (const ConvexMeshCollider* s : {&a, &b}) {
+        for (uint32_t i = 0; i < s->faceNormalCount; ++i) {
+            const glm::dvec3 axis = glm::normalize(glm::dvec3(s->transform * glm::dvec4(glm::dvec3(s->faceNormals[i]), 0.0)));
+            if (!bad(axis) && !hullTest(axis)) return {};
+        }
+    }
+    for (uint32_t i = 0; i < a.vertexCount; ++i) {
+        for (uint32_t j = i + 1; j < a.vertexCount; ++j) {
+            const glm::vec3 ea = glm::normalize(a.vertices[i] - a.vertices[j]);
+            const glm::dvec3 wa(a.transform * glm::dvec4(glm::dvec3(ea), 0.0));
+            for (uint32_t k = 0; k < b.vertexCount; ++k) {
+                for (uint32_t l = k + 1; l < b.vertexCount; ++l) {
+                    const glm::vec3 eb = glm::normalize(b.vertices[k] - b.vertices[l]);
+                    const glm::dvec3 wb(b.transform * glm::dvec4(glm::dvec3(eb), 0.0));
+                    const glm::dvec3 axis = glm::normalize(glm::cross(wa, wb));
+                    if (!bad(axis) && !hullTest(axis)) return {};
+                }
+            }
+        }
+    }
+    Collision hit;
+    hit.normal = sign(glm::dot(glm::normalize(cA - cB), bestAxis)) * bestAxis;
+    hit.depth = best;
+    const ConvexMeshCollider& w = a.radius > b.radius ? b : a;
+    const ConvexMeshCollider& o = a.radius > b.radius ? a : b;
+    double bestDistance = std::numeric_limits<float>::max();
+    for (uint32_t i = 0; i < w.vertexCount; ++i) {
+        const glm::dvec3 p(w.transform * glm::dvec4(glm::dvec3(w.vertices[i]), 1.0));
+        const glm::dvec3 inO(glm::affineInverse(o.transform) * glm::dvec4(p, 1.0));
+        const glm::dvec3 q(o.transform * glm::dvec4(glm::clamp(inO, glm::dvec3(o.box_min), glm::dvec3(o.box_max)), 1.0));
+        if (glm::length(p - q) < bestDistance) {
+            bestDistance = glm::length(p - q);
+            const glm::dvec3 inW(glm::affineInverse(w.transform) * glm::dvec4(q, 1.0));
+            hit.position = glm::dvec3(w.transform * glm::dvec4(glm::clamp(inW, glm::dvec3(w.box_min), glm::dvec3(w.box_max)), 1.0));
+        }
+    }
+    return hit;
+}
+
+bool InsideBox(const ConvexMeshCollider& c, const glm::dvec3& worldPoint, double tolerance) {
+    const glm::dvec3 p(glm::inverse(c.transform) * glm::dvec4(worldPoint, 1.0));
+    for (int k = 0; k < 3; ++k) {
+        if (p[k] < c.box_min[k] - tolerance || p[k] > c.box_max[k] + tolerance) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+TEST(PhysicsConvexCollision, HullPairsAgreeWithTheGeometricReference) {
+    // Face normals are stored in floats, so axes from them are good to about 1e-7.
+    constexpr double kFloatAxis = 1e-6;
+    const ConvexMeshCollider shapes[3] = {Cube(), Slab(), Wing()};
+    const char* names[3] = {"cube", "slab", "wing"};
+    std::mt19937_64 rng(42);
+    for (int ia = 0; ia < 3; ++ia) {
+        for (int ib = 0; ib < 3; ++ib) {
+            int hits = 0, misses = 0, shallow = 0;
+            for (int trial = 0; trial < 400; ++trial) {
+                ConvexMeshCollider a = shapes[ia], b = shapes[ib];
+                const double spread = 0.6 * (a.radius + b.radius);
+                a.transform = RandomPose(rng, spread);
+                b.transform = RandomPose(rng, 0.2);
+                const Hull ha = Place(a), hb = Place(b);
+                const double reference = MinOverlap(ha, hb);
+                if (std::abs(reference) < 1e-6) continue;  // touching: either answer is right
+                const Collision c = ConvexCollision(a, b);
+                SCOPED_TRACE(::testing::Message() << names[ia] << " against " << names[ib] << ", trial " << trial);
+                ASSERT_EQ(c.depth > 0, reference > 0);
+                if (c.depth <= 0) {
+                    ++misses;
+                    continue;
+                }
+                ++hits;
+                ASSERT_NEAR(glm::length(c.normal), 1.0, 1e-9);
+                // The depth is the overlap of the two shapes along the normal, which points from
+                // b towards a, and no complete axis overlaps less.
+                EXPECT_NEAR(Overlap(ha, hb, c.normal), c.depth, 1e-9);
+                EXPECT_LE(c.depth, reference + kFloatAxis);
+                EXPECT_GE(glm::dot(c.normal, CentreOf(a) - CentreOf(b)), 0.0);
+                // A shallow contact's depth is the least translation that parts the shapes.
+                if (reference < 0.05) {
+                    ++shallow;
+                    EXPECT_NEAR(c.depth, reference, kFloatAxis);
+                }
+                // Moving a by a little less than the depth along the normal keeps them touching;
+                // a little more parts them, unless one projection holds the other.
+                EXPECT_GT(MinOverlap(Moved(ha, c.normal * (c.depth - 1e-6)), hb), 0.0);
+                if (!Nested(ha, hb, c.normal)) {
+                    EXPECT_LT(MinOverlap(Moved(ha, c.normal * (c.depth + 1e-6)), hb), 0.0);
+                }
+                // The contact lies in the box of the smaller shape.
+                EXPECT_TRUE(InsideBox(a.radius > b.radius ? b : a, c.position, 1e-9));
+            }
+            EXPECT_GT(hits, 50) << names[ia] << " against " << names[ib];
+            EXPECT_GT(misses, 50) << names[ia] << " against " << names[ib];
+            EXPECT_GT(shallow, 0) << names[ia] << " against " << names[ib];
+        }
+    }
+}
+
+TEST(PhysicsConvexCollision, SphereAgreesWithTheDistanceToTheHull) {
+    const ConvexMeshCollider hulls[3] = {Cube(), Slab(), Wing()};
+    std::mt19937_64 rng(7);
+    ConvexMeshCollider sphere = Cube();
+    sphere.isSphere = true;
+    const double r = sphere.radius;
+    int exact = 0;
+    for (const ConvexMeshCollider& hull : hulls) {
+        for (int trial = 0; trial < 600; ++trial) {
+            ConvexMeshCollider a = sphere, b = hull;
+            a.transform = RandomPose(rng, 0.7 * (a.radius + b.radius));
+            b.transform = RandomPose(rng, 0.2);
+            const Hull hb = Place(b);
+            const glm::dvec3 centre(a.transform[3]);
+            const bool inside = Inside(hb, centre);
+            const glm::dvec3 closest = ClosestOnHull(hb, centre);
+            const double distance = inside ? 0.0 : glm::length(closest - centre);
+            if (std::abs(distance - r) < 1e-6) continue;
+            const Collision c = ConvexCollision(a, b);
+            SCOPED_TRACE(::testing::Message() << "trial " << trial);
+            // The sphere path may report a contact near an edge that a sphere just misses, but
+            // never misses a real contact.
+            if (distance < r) {
+                ASSERT_GT(c.depth, 0);
+            }
+            if (c.depth <= 0) continue;
+            ASSERT_NEAR(glm::length(c.normal), 1.0, 1e-9);
+            double lo, hi;
+            ProjectHull(hb, c.normal, lo, hi);
+            const double s = glm::dot(centre, c.normal);
+            EXPECT_NEAR(std::min(s + r, hi) - std::max(s - r, lo), c.depth, 1e-9);
+            EXPECT_NEAR(glm::length(c.position - (centre - c.normal * r)), 0.0, 1e-12);
+            if (inside || r - distance >= 0.05) continue;
+            // A shallow contact is never reported shallower than it is (no axis of the sphere
+            // path parts the shapes by less than the true distance); nearest to a vertex or
+            // inside a face it is exact.
+            EXPECT_GE(c.depth, r - distance - 1e-9);
+            bool onVertex = false;
+            for (const auto& v : hb.vertices) onVertex = onVertex || glm::length(v - closest) < 1e-9;
+            bool onFace = false;
+            for (size_t f = 0; f < hb.faceNormals.size(); ++f) {
+                const double along = glm::dot(centre - closest, hb.faceNormals[f]);
+                onFace = onFace || std::abs(along - glm::length(centre - closest)) < 1e-12;
+            }
+            if (onVertex || onFace) {
+                ++exact;
+                EXPECT_NEAR(c.depth, r - distance, 1e-7);  // face normals are floats
+                EXPECT_NEAR(glm::length(c.normal - glm::normalize(centre - closest)), 0.0, 1e-7);
+            }
+        }
+    }
+    EXPECT_GT(exact, 10);
+}
+
+TEST(PhysicsConvexCollision, SecondShapeIsAlwaysAHull) {
+    ConvexMeshCollider a = Cube(), b = Cube(), bSphere = Cube();
+    bSphere.isSphere = true;
+    a.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(0.9, 0.3, 0.1));
+    const Collision asHull = ConvexCollision(a, b), asSphereFlag = ConvexCollision(a, bSphere);
+    EXPECT_GT(asHull.depth, 0);
+    EXPECT_EQ(asHull.depth, asSphereFlag.depth);
+    EXPECT_EQ(asHull.normal, asSphereFlag.normal);
+    EXPECT_EQ(asHull.position, asSphereFlag.position);
+
+    // Two spheres: the first is the sphere, the second its box.
+    ConvexMeshCollider aSphere = Sphere();
+    aSphere.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(1.3, 0, 0));
+    EXPECT_EQ(ConvexCollision(aSphere, b).depth, ConvexCollision(aSphere, bSphere).depth);
+    EXPECT_NEAR(ConvexCollision(aSphere, bSphere).depth, aSphere.radius - 0.8, 1e-12);
+}
+
+TEST(PhysicsConvexCollision, KeepsTheOrderOfALiteralReading) {
+    // Exact ties are common between axis-aligned shapes; random poses cover the rest. The fast
+    // test must pick the very same axis, bit for bit, as the plain algorithm.
+    const ConvexMeshCollider shapes[4] = {Cube(), Slab(), Wing(), Sphere()};
+    std::mt19937_64 rng(3);
+    std::uniform_int_distribution<int> step(-4, 4);
+    int compared = 0;
+    for (int trial = 0; trial < 1500; ++trial) {
+        ConvexMeshCollider a = shapes[trial % 4], b = shapes[(trial / 4) % 3];
+        if (trial % 2) {
+            a.transform = glm::translate(glm::dmat4(1.0), 0.25 * glm::dvec3(step(rng), step(rng), step(rng)));
+            if (trial % 3 == 0) a.transform = a.transform * QuarterTurn(trial % 5);
+        } else {
+            a.transform = RandomPose(rng, 0.6 * (a.radius + b.radius));
+            b.transform = RandomPose(rng, 0.2);
+        }
+        const Collision fast = ConvexCollision(a, b), plain = LiteralConvexCollision(a, b);
+        SCOPED_TRACE(::testing::Message() << "trial " << trial);
+        ASSERT_EQ(fast.depth, plain.depth);
+        ASSERT_EQ(fast.normal, plain.normal);
+        ASSERT_EQ(fast.position, plain.position);
+        compared += fast.depth > 0;
+    }
+    EXPECT_GT(compared, 500);
+}
+
+TEST(PhysicsConvexCollision, DegenerateCases) {
+    // Coincident centres: the orientation is undefined and the normal is zero, without a crash.
+    ConvexMeshCollider a = Cube(), b = Cube();
+    Collision c = ConvexCollision(a, b);
+    EXPECT_DOUBLE_EQ(c.depth, 1.0);
+    EXPECT_EQ(c.normal, glm::dvec3(0.0));
+    EXPECT_TRUE(std::isfinite(c.position.x));
+
+    // Shapes without axes (no normals, no vertices) overlap by the greatest double.
+    ConvexMeshCollider empty;
+    empty.radius = 1;
+    c = ConvexCollision(empty, empty);
+    EXPECT_EQ(c.depth, std::numeric_limits<double>::max());
+
+    // Far apart: no collision at all, all zero.
+    a.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(5, 0, 0));
+    c = ConvexCollision(a, b);
+    EXPECT_EQ(c.depth, 0);
+    EXPECT_EQ(c.normal, glm::dvec3(0.0));
+    EXPECT_EQ(c.position, glm::dvec3(0.0));
+
+    // Faces just touching are not a collision.
+    a.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(1, 0, 0));
+    EXPECT_EQ(ConvexCollision(a, b).depth, 0);
+}
+
+TEST(PhysicsConvexCollision, ProjectionOfPlacedVertices) {
+    ConvexMeshCollider c = Cube();
+    c.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(3, 0, 0)) *
+                  glm::mat4_cast(glm::angleAxis(glm::quarter_pi<double>(), glm::dvec3(0, 0, 1)));
+    const auto [lo, hi] = game::physics::ProjectOntoAxis(c, {1, 0, 0});
+    EXPECT_NEAR(lo, 3 - std::sqrt(0.5), 1e-12);
+    EXPECT_NEAR(hi, 3 + std::sqrt(0.5), 1e-12);
+    ConvexMeshCollider none;
+    const auto [emptyLo, emptyHi] = game::physics::ProjectOntoAxis(none, {1, 0, 0});
+    EXPECT_EQ(emptyLo, std::numeric_limits<double>::max());
+    EXPECT_EQ(emptyHi, -std::numeric_limits<double>::max());
+}
+
+TEST(PhysicsConvexCollision, RayAgainstBox) {
+    using game::physics::RayBoxIntersection;
+    const glm::dvec3 lo(-1, -1, -1), hi(1, 1, 1);
+    EXPECT_TRUE(RayBoxIntersection(lo, hi, {-5, 0.5, 0.5}, {1, 0, 0}));
+    EXPECT_FALSE(RayBoxIntersection(lo, hi, {-5, 0.5, 0.5}, {-1, 0, 0}));  // box behind the ray
+    EXPECT_FALSE(RayBoxIntersection(lo, hi, {-5, 1.5, 0.5}, {1, 0, 0}));   // parallel, outside the slab
+    EXPECT_TRUE(RayBoxIntersection(lo, hi, {0, 0, 0}, {0, 0, 1}));         // from inside
+    EXPECT_TRUE(RayBoxIntersection(lo, hi, {-5, -5, 0}, {1, 1, 0}));
+    EXPECT_FALSE(RayBoxIntersection(lo, hi, {-5, -2, 0}, {1, 1, 0}));
+}
+
+TEST(PhysicsConvexCollision, BoxPreTestGoesOneWay) {
+    using game::physics::PotentialBoxBoxIntersection;
+    const glm::dvec3 lo(-1), hi(1);
+    const glm::dmat4 a(1.0);
+    const glm::dmat4 b = glm::translate(glm::dmat4(1.0), glm::dvec3(2.3, 2.3, 0)) *
+                         glm::mat4_cast(glm::angleAxis(glm::quarter_pi<double>(), glm::dvec3(0, 0, 1)));
+    // B's bounds in A's space reach A, A's bounds in B's space don't reach B; the boxes are apart.
+    EXPECT_TRUE(PotentialBoxBoxIntersection(a, b, lo, hi, lo, hi, true, true));
+    EXPECT_FALSE(PotentialBoxBoxIntersection(b, a, lo, hi, lo, hi, true, true));
+    // Spheres only.
+    const glm::dmat4 near = glm::translate(glm::dmat4(1.0), glm::dvec3(3.4, 0, 0));
+    const glm::dmat4 far = glm::translate(glm::dmat4(1.0), glm::dvec3(3.5, 0, 0));
+    EXPECT_TRUE(PotentialBoxBoxIntersection(a, near, lo, hi, lo, hi, true, false));
+    EXPECT_FALSE(PotentialBoxBoxIntersection(a, far, lo, hi, lo, hi, true, false));
+    // Touching boxes count.
+    const glm::dmat4 touching = glm::translate(glm::dmat4(1.0), glm::dvec3(2, 0, 0));
+    EXPECT_TRUE(PotentialBoxBoxIntersection(a, touching, lo, hi, lo, hi, false, true));
+
+    // The collider form needs the radii to exceed the distance strictly.
+    ConvexMeshCollider ca = Cube(), cb = Cube();
+    cb.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(2 * ca.radius, 0, 0));
+    EXPECT_FALSE(PotentialBoxBoxIntersection(ca, cb));
+    cb.transform = glm::translate(glm::dmat4(1.0), glm::dvec3(0.9, 0, 0));
+    EXPECT_TRUE(PotentialBoxBoxIntersection(ca, cb));
+}
+
+TEST(PhysicsConvexCollision, CollidersShareNameAndCallbackBetweenCopies) {
+    struct Counted {
+        int* copies;
+        Counted(int* c) : copies(c) {}
+        Counted(const Counted& o) : copies(o.copies) { ++*copies; }
+        bool operator()(game::physics::RigidbodyBase*, ConvexMeshCollider*, ConvexMeshCollider*, Collision& c, double) const {
+            c.depth = 0;
+            return false;
+        }
+    };
+    int copies = 0;
+    ConvexMeshCollider original = Cube();
+    original.name = "a collider name far too long for any small-string buffer";
+    original.callback = Counted(&copies);
+    const int afterSetting = copies;
+    std::vector<ConvexMeshCollider> many(100, original);
+    EXPECT_EQ(copies, afterSetting);
+    EXPECT_EQ(&many[99].name.str(), &original.name.str());
+    EXPECT_EQ(many[99].name, "a collider name far too long for any small-string buffer");
+    Collision c;
+    c.depth = 1;
+    ASSERT_TRUE(bool(many[42].callback));
+    EXPECT_FALSE(many[42].callback(nullptr, &many[42], nullptr, c, 0.1));
+    EXPECT_EQ(c.depth, 0);
+    // Renaming a copy leaves the others alone.
+    many[0].name = "other";
+    EXPECT_EQ(original.name.str(), "a collider name far too long for any small-string buffer");
+    many[0].callback = nullptr;
+    EXPECT_FALSE(bool(many[0].callback));
+    EXPECT_TRUE(bool(original.callback));
+}

@@ -1,0 +1,330 @@
+// Rigid bodies against physics worked out by hand: free motion, spin, impulses, the solid-box
+// inertia, construction from an entity and the write-back with its parent rules.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "game/physics/Rigidbody.h"
+#include "game/physics/PhysicsTestEntity.h"
+
+using game::physics::DynamicRigidbody;
+using game::physics::Rigidbody;
+using physics_test::MakeBoxEntity;
+using physics_test::ConvexMeshCollider;
+using physics_test::PhysicsTestEntity;
+using Body = DynamicRigidbody<PhysicsTestEntity>;
+
+namespace {
+
+void ExpectNear(const glm::dvec3& a, const glm::dvec3& b, double tolerance = 1e-9) {
+    EXPECT_NEAR(a.x, b.x, tolerance);
+    EXPECT_NEAR(a.y, b.y, tolerance);
+    EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+}  // namespace
+
+TEST(PhysicsRigidbody, ConstructionPlacesCollidersAroundTheCentreOfMass) {
+    auto e = MakeBoxEntity({1, 2, 3}, 10, {1, 0, 0});
+    e->position = {5, 0, 0};
+    e->rotation = glm::angleAxis(glm::half_pi<double>(), glm::dvec3(0, 0, 1));
+    // A second, disabled collider far away must not count.
+    ConvexMeshCollider far;
+    far.SetBox({100, 100, 100}, {101, 101, 101});
+    far.enabled = false;
+    e->colliders["far"] = far;
+    // A half-filled container counts by its fill.
+    ConvexMeshCollider hollow;
+    hollow.SetBox({0, -1, -1}, {2, 1, 1});
+    hollow.fill = 0.5;
+    e->colliders["hollow"] = hollow;
+
+    Rigidbody<PhysicsTestEntity> body(e);
+    // Centre of mass (1, 0, 0) turned by 90 degrees about z lands at (0, 1, 0) from the origin.
+    ExpectNear(body.position, {5, 1, 0});
+    ASSERT_EQ(body.colliders.size(), 2u);
+    EXPECT_DOUBLE_EQ(body.displacedVolume, 2 * 4 * 6 + 2 * 2 * 2 * 0.5);
+    ExpectNear(body.boundsMin, {-1, -2, -3});
+    ExpectNear(body.boundsMax, {1, 2, 3});
+    EXPECT_DOUBLE_EQ(body.radius, 0.5 * std::sqrt(4.0 + 16 + 36));
+    ExpectNear(body.boundsCenterWorld, body.position);
+    // Collider transforms are relative to the centre of mass.
+    for (const auto& c : body.colliders) {
+        const glm::dvec3 centre = (glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5;
+        const glm::dvec3 placed(c.transform * glm::dvec4(centre, 1.0));
+        ExpectNear(placed, {0, 0, 0});
+    }
+    ExpectNear(glm::dvec3(body.GetTransform()[3]), body.position);
+}
+
+TEST(PhysicsRigidbody, DynamicBodyTakesImpulsesAsAccelerations) {
+    auto e = MakeBoxEntity({1, 1, 1}, 4);
+    e->velocity = {3, 4, 0};
+    e->linearImpulse = {8, 0, 0};
+    e->angularImpulse = {0, 0, 2};
+    Body body(e, 0.5);
+    EXPECT_DOUBLE_EQ(body.invMass, 0.25);
+    ExpectNear(body.linearAcceleration, {4, 0, 0});  // 8 / 0.5 / 4
+    // Cube of side 2, mass 4: I = m (a^2 + a^2) / 12 = 8/3 about every axis.
+    ExpectNear(body.angularAcceleration, {0, 0, 4 / (8.0 / 3)});
+    EXPECT_DOUBLE_EQ(body.broadphaseRadius, std::sqrt(3.0) + 0.5 * 0.5 * 5);
+    EXPECT_DOUBLE_EQ(body.largestTouchedRadius, body.radius);
+    EXPECT_EQ(body.restCount, 0);
+}
+
+TEST(PhysicsRigidbody, InertiaOfARotatedSolidBox) {
+    auto e = MakeBoxEntity({1, 2, 3}, 12);  // sides 2, 4, 6
+    e->rotation = glm::angleAxis(glm::half_pi<double>(), glm::dvec3(0, 0, 1));
+    Body body(e, 0.1);
+    // Body axes: Ixx = 12 (16 + 36) / 12 = 52, Iyy = 40, Izz = 20. Turned 90 degrees about z, the
+    // world x axis is the body's y axis.
+    const glm::dmat3& inv = body.invInertiaTensorWorld;
+    EXPECT_NEAR(inv[0][0], 1 / 40.0, 1e-12);
+    EXPECT_NEAR(inv[1][1], 1 / 52.0, 1e-12);
+    EXPECT_NEAR(inv[2][2], 1 / 20.0, 1e-12);
+    EXPECT_NEAR(inv[0][1], 0, 1e-12);
+    EXPECT_NEAR(inv[1][2], 0, 1e-12);
+}
+
+TEST(PhysicsRigidbody, FreeMotionFollowsConstantAcceleration) {
+    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 2);
+    e->velocity = {1, 2, 3};
+    e->externalAcceleration = {0, 0, -9.81};
+    e->linearImpulse = {0.2, 0, 0};  // 0.2 / dt / m = 1 m/s^2 along x
+    const double dt = 0.1;
+    Body body(e, dt);
+    body.frameAcceleration = {0, 0.5, 0};
+    const glm::dvec3 p0 = body.position, v0 = body.velocity;
+    const glm::dvec3 a(1, 0.5, -9.81);
+    for (int i = 0; i < 37; ++i) body.IntegrateMotion(dt);
+    const double t = 37 * dt;
+    ExpectNear(body.position, p0 + v0 * t + 0.5 * a * t * t, 1e-9);
+    ExpectNear(body.velocity, v0 + a * t, 1e-9);
+}
+
+TEST(PhysicsRigidbody, SpinTurnsByTheFirstOrderQuaternionStep) {
+    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    e->angularVelocity = {0, 0, 2};
+    Body body(e, 0.01);
+    const double dt = 0.05, w = 2;
+    for (int i = 0; i < 20; ++i) body.IntegrateMotion(dt);
+    // Each step multiplies by (1, 0, 0, w dt / 2) and normalises: a turn of 2 atan(w dt / 2).
+    const double angle = 20 * 2 * std::atan(w * dt / 2);
+    const glm::dquat expected = glm::angleAxis(angle, glm::dvec3(0, 0, 1));
+    EXPECT_NEAR(std::abs(glm::dot(body.rotation, expected)), 1.0, 1e-12);
+    ExpectNear(body.angularVelocity, {0, 0, 2});
+    ExpectNear(body.position, {0, 0, 0});
+
+    // A rotation that has lost its length becomes the identity.
+    body.rotation = glm::dquat(0, 0, 0, 0);
+    body.IntegrateMotion(dt);
+    EXPECT_EQ(body.rotation, glm::dquat(1, 0, 0, 0));
+}
+
+TEST(PhysicsRigidbody, ImpulseChangesVelocityAndSpin) {
+    auto e = MakeBoxEntity({1, 0.5, 0.25}, 3);  // sides 2, 1, 0.5
+    Body body(e, 0.1);
+    body.restCount = 5;
+    const glm::dvec3 j(0, 6, 0), r(1, 0, 0.25);
+    body.ApplyImpulse(j, r);
+    ExpectNear(body.velocity, j / 3.0);
+    // r x J = (-1.5, 0, 6); I = m/12 diag(1 + 0.25, 4 + 0.25, 4 + 1).
+    const glm::dvec3 inertia(3 * 1.25 / 12, 3 * 4.25 / 12, 3 * 5.0 / 12);
+    ExpectNear(body.angularVelocity, glm::dvec3(-1.5, 0, 6) / inertia, 1e-12);
+    EXPECT_EQ(body.restCount, 0);
+}
+
+TEST(PhysicsRigidbody, BrokenInvariantsAbort) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto flat = MakeBoxEntity({1, 1, 0}, 1);
+    EXPECT_DEATH(Body(flat, 0.1),
+                 "ASSERTION FAILED: \\(box_size.z > 0.0\\) in src/game/physics/Rigidbody.hpp:202");
+    auto massless = MakeBoxEntity({1, 1, 1}, 0);
+    EXPECT_DEATH(Body(massless, 0.1), "ASSERTION FAILED: \\(mass > 0\\) in src/game/physics/Rigidbody.hpp:181");
+    EXPECT_DEATH(Body(massless, 0), "ASSERTION FAILED: \\(deltaTime > 0\\) in src/game/physics/Rigidbody.hpp:179");
+    auto box = MakeBoxEntity({1, 1, 1}, 1);
+    Body body(box, 0.1);
+    body.staticContactNormals.push_back({0, 0, 1});
+    glm::dvec3 n;
+    EXPECT_DEATH(body.GetStaticContact(n),
+                 "ASSERTION FAILED: \\(staticContactNormals.size\\(\\) == staticRelativeContactPoints.size\\(\\)\\) in "
+                 "src/game/physics/Rigidbody.hpp:113");
+}
+
+// Write-back and parent changes.
+class PhysicsApplyToEntity : public ::testing::Test {
+protected:
+    std::shared_ptr<PhysicsTestEntity> ground = MakeBoxEntity({10, 10, 1}, 1000);
+    std::shared_ptr<PhysicsTestEntity> box = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+
+    // A top-level box moving along x at `speed`, touching the ground body.
+    void Attach(double speed, bool touchingEnvironment = false) {
+        box->velocity = {speed, 0, 0};
+        Body body(box, 0.1);
+        Rigidbody<PhysicsTestEntity> fixed(ground);
+        body.potentialNewParent = ground;
+        body.touchingEnvironment = touchingEnvironment;
+        body.ApplyToEntity(0.1);
+    }
+
+    // The box as a child of the ground, moving at `speed` relative to it.
+    Body ChildBody(double speed) {
+        box->parentEntity = ground->id;
+        box->velocity = {speed, 0, 0};
+        return Body(box, 0.1);
+    }
+};
+
+TEST_F(PhysicsApplyToEntity, WritesPoseAndClearsTheFrameInputs) {
+    box->centerOfMass = {0, 0, 0.5};
+    box->position = {1, 2, 3};
+    box->linearImpulse = {1, 1, 1};
+    box->angularImpulse = {1, 0, 0};
+    box->impulseExtra = 2;
+    box->externalAcceleration = {0, 0, -9.81};
+    box->restTime = 0.5;
+    Body body(box, 0.1);
+    body.position = {10, 0, 0};
+    body.rotation = glm::angleAxis(glm::pi<double>(), glm::dvec3(1, 0, 0));
+    body.velocity = {0, 1, 0};
+    body.angularVelocity = {0, 0, 3};
+    body.restCount = 2;
+    body.ApplyToEntity(0.1);
+    // The entity's origin lies opposite the turned centre of mass.
+    ExpectNear(box->position, {10, 0, 0.5});
+    EXPECT_EQ(box->rotation, body.rotation);
+    ExpectNear(box->velocity, {0, 1, 0});
+    ExpectNear(box->angularVelocity, {0, 0, 3});
+    ExpectNear(box->linearImpulse, {0, 0, 0});
+    ExpectNear(box->angularImpulse, {0, 0, 0});
+    EXPECT_EQ(box->impulseExtra, 0);
+    ExpectNear(box->externalAcceleration, {0, 0, 0});
+    EXPECT_DOUBLE_EQ(box->restTime, 2.5);
+    EXPECT_FALSE(box->localAccelerationDirty);
+}
+
+TEST_F(PhysicsApplyToEntity, FeltAccelerationIsWeightlessInFreeFall) {
+    box->externalAcceleration = {0, 0, -9.81};
+    box->rotation = glm::angleAxis(glm::half_pi<double>(), glm::dvec3(0, 0, 1));
+    {
+        Body falling(box, 0.1);
+        falling.IntegrateMotion(0.1);
+        falling.ApplyToEntity(0.1);
+    }
+    ExpectNear(box->localAcceleration, {0, 0, 0});
+    // Held still against an acceleration of the frame: the entity feels it, in its own axes
+    // (turned 90 degrees about z, world x is the entity's -y).
+    Body held(box, 0.1);
+    held.frameAcceleration = {2, 0, 0};
+    held.ApplyToEntity(0.1);
+    ExpectNear(box->localAcceleration, {0, -0.2, 0});
+    Body again(box, 0.1);
+    again.frameAcceleration = {2, 0, 0};
+    again.ApplyToEntity(0.1);
+    ExpectNear(box->localAcceleration, {0, -0.2 * 0.9 - 0.2, 0});
+}
+
+TEST_F(PhysicsApplyToEntity, AttachesOnlyBelowFiveMetresPerSecond) {
+    Attach(5.0);
+    EXPECT_EQ(ground->addChildCalls, 0);
+    EXPECT_TRUE(box->parentEntity.IsNull());
+    Attach(std::nextafter(5.0, 0.0));
+    EXPECT_EQ(ground->addChildCalls, 1);
+    EXPECT_EQ(box->parentEntity, ground->id);
+}
+
+TEST_F(PhysicsApplyToEntity, NeverAttachesOnTheGroundOrToAChild) {
+    Attach(1.0, true);
+    EXPECT_EQ(ground->addChildCalls, 0);
+    ground->parentEntity = MakeBoxEntity({1, 1, 1}, 1)->id;
+    Attach(1.0);
+    EXPECT_EQ(ground->addChildCalls, 0);
+}
+
+TEST_F(PhysicsApplyToEntity, DetachesWhenTouchingOnlyAboveTenMetresPerSecond) {
+    Rigidbody<PhysicsTestEntity> parent(ground);
+    {
+        Body body = ChildBody(10.0);
+        body.parentBody = &parent;
+        body.touchingParent = true;
+        body.ApplyToEntity(0.1);
+    }
+    EXPECT_EQ(ground->removeChildCalls, 0);
+    {
+        Body body = ChildBody(10.0);
+        body.touchingParent = true;  // no parent body and no candidate
+        body.ApplyToEntity(0.1);
+    }
+    EXPECT_EQ(ground->removeChildCalls, 0);
+    {
+        Body body = ChildBody(std::nextafter(10.0, 11.0));
+        body.parentBody = &parent;
+        body.touchingParent = true;
+        body.ApplyToEntity(0.1);
+    }
+    EXPECT_EQ(ground->removeChildCalls, 1);
+    EXPECT_TRUE(box->parentEntity.IsNull());
+}
+
+TEST_F(PhysicsApplyToEntity, LeavesAParentItNoLongerTouchesAndKeepsItsPlace) {
+    ground->position = {0, 0, 100};
+    ground->rotation = glm::angleAxis(0.3, glm::dvec3(0, 1, 0));
+    ground->velocity = {1, 0, 0};
+    box->centerOfMass = {0.25, 0, 0};
+    box->position = {2, 0, 3};
+    Body body = ChildBody(12.0);
+    const glm::dvec3 worldCentre = ground->GetTransform() * glm::dvec4(body.position, 1.0);
+    body.frameAcceleration = {0, 0, 4};
+    body.ApplyToEntity(0.1);
+    EXPECT_EQ(ground->removeChildCalls, 1);
+    ExpectNear(body.position, worldCentre, 1e-12);
+    ExpectNear(body.position, box->GetPositionAtCenterOfMass(), 1e-12);
+    ExpectNear(body.frameAcceleration, {0, 0, 0});
+    EXPECT_EQ(body.rotation, box->rotation);
+
+    // A child that can't detach stays.
+    auto stuck = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    stuck->isDetachable = false;
+    stuck->parentEntity = ground->id;
+    Body stuckBody(stuck, 0.1);
+    stuckBody.ApplyToEntity(0.1);
+    EXPECT_EQ(ground->removeChildCalls, 1);
+    EXPECT_EQ(stuck->parentEntity, ground->id);
+}
+
+TEST_F(PhysicsApplyToEntity, DetachesFromTheGroundUnlessTouchingTheParent) {
+    Rigidbody<PhysicsTestEntity> parent(ground);
+    {
+        Body body = ChildBody(1.0);
+        body.parentBody = &parent;
+        body.touchingEnvironment = true;
+        body.touchingParent = true;
+        body.ApplyToEntity(0.1);
+    }
+    EXPECT_EQ(ground->removeChildCalls, 0);
+    Body body = ChildBody(1.0);
+    body.parentBody = &parent;
+    body.touchingEnvironment = true;
+    body.ApplyToEntity(0.1);
+    EXPECT_EQ(ground->removeChildCalls, 1);
+}
+
+TEST_F(PhysicsApplyToEntity, ACandidateThatIsTheParentAborts) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    Rigidbody<PhysicsTestEntity> parent(ground);
+    Body body = ChildBody(1.0);
+    body.parentBody = &parent;
+    body.potentialNewParent = ground;
+    EXPECT_DEATH(body.ApplyToEntity(0.1),
+                 "ASSERTION FAILED: \\(potentialNewParent->GetID\\(\\) != entity->parentEntity\\) in "
+                 "src/game/physics/Rigidbody.hpp:908");
+}
+
+TEST_F(PhysicsApplyToEntity, ExpiredEntityIsLeftAlone) {
+    Body body(box, 0.1);
+    body.velocity = {1, 0, 0};
+    PhysicsTestEntity::Registry().erase(box->id);
+    box.reset();
+    body.ApplyToEntity(0.1);  // nothing to write, nothing to crash
+    EXPECT_TRUE(body.entity.expired());
+}
