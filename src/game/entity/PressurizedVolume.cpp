@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "game/Chemistry.h"
+#include "game/entity/Registry.h"
+#include "game/entity/ServerSideEntity.h"
 #include "quorl/Assert.h"
 
 namespace game::entity {
@@ -227,15 +229,23 @@ std::shared_ptr<PressurizedVolume> PressurizedVolume::Create(Id id) {
 }
 
 std::shared_ptr<PressurizedVolume> PressurizedVolume::Get(Id id) {
-    std::shared_lock lock(_sharedObjectsMutex);
-    auto it = _sharedObjects.find(id);
-    return it == _sharedObjects.end() ? nullptr : it->second;
+    return RegistryGet(_sharedObjects, _sharedObjectsMutex, id);
 }
 
 void PressurizedVolume::ForEach(std::function<void(std::shared_ptr<PressurizedVolume>)>&& f) {
+    RegistryForEach(_sharedObjects, _sharedObjectsMutex, f);
+}
+
+void PressurizedVolume::Find(Id groupId, glm::dvec3 position,
+                             std::function<void(std::shared_ptr<PressurizedVolume>&)>&& callback) {
     std::shared_lock lock(_sharedObjectsMutex);
     for (const auto& entry : _sharedObjects) {
-        if (entry.second) f(entry.second);
+        std::shared_ptr<PressurizedVolume> candidate = entry.second;
+        if (!candidate || !(candidate->volume > 0) || !(candidate->groupId == groupId)) continue;
+        std::shared_ptr<ServerSideEntity> owner = ServerSideEntity::Get(candidate->ownerId);
+        if (!owner || !owner->_interface || !owner->_interface->IsInsideVolume(position)) continue;
+        callback(candidate);
+        return;
     }
 }
 

@@ -68,6 +68,12 @@ public:
     static double Transfer(const std::shared_ptr<PressurizedVolume>& a, const physics::EnvironmentInfo& info,
                            const glm::dvec3& position, const glm::dvec3& normal, double area, double deltaTime);
 
+    // Gives the callback the first registered volume of `groupId` (with a volume above 0) whose
+    // owning entity's interface says that `position` is inside it; an entity whose interface
+    // doesn't implement IsInsideVolume holds no findable volume. The registry's shared lock is held
+    // during the callback.
+    static void Find(Id groupId, glm::dvec3 position, std::function<void(std::shared_ptr<PressurizedVolume>&)>&& callback);
+
     // The registry. Create makes and registers a volume (a null id generates one with the prefix
     // "PVOL"); a duplicate id throws std::runtime_error. The registry keeps the volume alive until
     // Destroy. Walks hold the shared lock during their callback: don't create or destroy in them.

@@ -4,7 +4,10 @@
 #include <memory>
 #include <stdexcept>
 
+#include <glm/geometric.hpp>
+
 #include "game/entity/PressurizedVolume.h"
+#include "game/entity/ServerSideEntity.h"
 
 using game::entity::PressurizedVolume;
 
@@ -319,4 +322,76 @@ TEST(PressurizedVolumeRegistry, CreateGetDestroy) {
     EXPECT_TRUE(PressurizedVolume::Destroy(made->id));
     EXPECT_FALSE(PressurizedVolume::Destroy(made->id));
     EXPECT_EQ(PressurizedVolume::Get(made->id), nullptr);
+}
+
+namespace {
+
+// An entity kind whose volume is a ball around a centre.
+struct Ball : game::entity::ServerSideEntity::Interface {
+    glm::dvec3 centre{0.0};
+    double radius = 0;
+    bool IsInsideVolume(const glm::dvec3& p) const override { return glm::length(p - centre) < radius; }
+};
+
+std::shared_ptr<game::entity::ServerSideEntity> Owner(std::shared_ptr<game::entity::ServerSideEntity::Interface> behaviour) {
+    auto e = game::entity::ServerSideEntity::Create<game::entity::ServerSideEntity>(quorl::modular::ModuleID(), "",
+                                                                                    game::entity::Id());
+    e->deleteFilesOnDestroy = false;
+    e->_interface = std::move(behaviour);
+    return e;
+}
+
+}  // namespace
+
+TEST(PressurizedVolumeRegistry, FindAsksTheOwnersOfTheGroup) {
+    using game::entity::ServerSideEntity;
+    auto cabinBall = std::make_shared<Ball>();
+    cabinBall->centre = {0, 0, 0};
+    cabinBall->radius = 2;
+    auto tankBall = std::make_shared<Ball>();
+    tankBall->centre = {10, 0, 0};
+    tankBall->radius = 1;
+    auto cabinOwner = Owner(cabinBall);
+    auto tankOwner = Owner(tankBall);
+    auto plainOwner = Owner(std::make_shared<ServerSideEntity::Interface>());  // says no to everything
+    const game::entity::Id vehicle = game::UniqueId::Generate("ENTT");
+    const game::entity::Id otherVehicle = game::UniqueId::Generate("ENTT");
+
+    auto make = [&](const game::entity::Id& group, const std::shared_ptr<ServerSideEntity>& owner, double volume) {
+        auto v = PressurizedVolume::Create();
+        v->groupId = group;
+        v->ownerId = owner->id;
+        v->volume = volume;
+        return v;
+    };
+    auto cabin = make(vehicle, cabinOwner, 30);
+    auto tank = make(vehicle, tankOwner, 2);
+    auto plain = make(vehicle, plainOwner, 5);
+    auto unset = make(vehicle, tankOwner, 0);          // not initialised: never found
+    auto foreign = make(otherVehicle, cabinOwner, 9);  // the cabin's shape, another group
+
+    auto find = [](const game::entity::Id& group, glm::dvec3 p) {
+        std::shared_ptr<PressurizedVolume> found;
+        int calls = 0;
+        PressurizedVolume::Find(group, p, [&](std::shared_ptr<PressurizedVolume>& v) {
+            found = v;
+            ++calls;
+        });
+        EXPECT_LE(calls, 1);
+        return found;
+    };
+    EXPECT_EQ(find(vehicle, {1, 1, 0}), cabin);
+    EXPECT_EQ(find(vehicle, {10.5, 0, 0}), tank);
+    EXPECT_EQ(find(vehicle, {5, 0, 0}), nullptr);
+    EXPECT_EQ(find(otherVehicle, {1, 0, 0}), foreign);
+    EXPECT_EQ(find(otherVehicle, {10, 0, 0}), nullptr);
+
+    // An owner that is gone holds nothing.
+    ServerSideEntity::Destroy(tankOwner->id);
+    tankOwner.reset();
+    EXPECT_EQ(find(vehicle, {10.5, 0, 0}), nullptr);
+
+    for (const auto& v : {cabin, tank, plain, unset, foreign}) PressurizedVolume::Destroy(v->id);
+    ServerSideEntity::Destroy(cabinOwner->id);
+    ServerSideEntity::Destroy(plainOwner->id);
 }
