@@ -153,6 +153,8 @@ TEST(EnvironmentAerodynamics, SurfacesOnExposedFacesOnly) {
     }
     // Diagonal motion shows three faces of the front box, each by its cosine, and part of the
     // rear box's +x face can be seen past the front box: the projected areas add up to more.
+    // The knob is taken away first: seen diagonally it shadows a random part of the top face.
+    std::erase_if(body.colliders, [](const ConvexMeshCollider& c) { return c.box_max.y > 0.55f; });
     body.velocity = {10, 10, 10};
     body.ComputeAerodynamicSurfaces(world.Function());
     double front = 0;
