@@ -19,6 +19,7 @@
 #include "game/physics/AerodynamicSurface.h"
 #include "game/physics/Collision.h"
 #include "game/physics/ConvexCollision.h"
+#include "game/physics/EnvironmentInfo.h"
 #include "game/physics/PhysicsLineDebug.h"
 #include "game/physics/RigidbodyBase.h"
 #include "quorl/Assert.h"
@@ -420,7 +421,38 @@ public:
         owner->localAcceleration = 0.9 * owner->localAcceleration + 0.1 * local;
     }
 
+    // Environment forces, defined in RigidbodyEnvironment.h. Per substep of a top-level body:
+    // gravity, its aerodynamic surfaces, ground contact, buoyancy, damping in liquids, rest.
+    void InteractWithEnvironment(const EnvironmentFunction& function, double deltaTime);
+    // Once per frame for a body living in the frame of a top-level parent whose transform is
+    // `parentTransform`: ground contact and buoyancy only.
+    void InteractWithEnvironmentFromParent(const glm::dmat4& parentTransform, const EnvironmentFunction& function,
+                                           double deltaTime);
+    // Once per frame: rebuilds the aerodynamic surfaces from the colliders and the motion.
+    void ComputeAerodynamicSurfaces(const EnvironmentFunction& function);
+
 private:
+    struct EnvironmentPass;
+    EnvironmentInfo QueryEnvironment(EnvironmentPass& pass, const glm::dvec3& point, EnvironmentInfoFlags flags,
+                                     double sampledRadius);
+    void ApplySurfaceForces(EnvironmentPass& pass);
+    void GroundAndBuoyancy(EnvironmentPass& pass, double altitude);
+    void GroundTest(EnvironmentPass& pass, const entity::ConvexMeshCollider& c, const glm::dmat4& relative,
+                    const glm::dvec3& groundNormal, EnvironmentInfoFlags flags);
+    void GroundContact(EnvironmentPass& pass, const entity::ConvexMeshCollider& c, const glm::dmat4& relative,
+                       Collision collision, const glm::dvec3& positionBeforeContacts);
+    void SampleBuoyancy(EnvironmentPass& pass, const entity::ConvexMeshCollider& c, const glm::dmat4& relative);
+    void DampInMedium(const EnvironmentPass& pass, const glm::dvec3& up);
+    void SurfaceWalk(const entity::ConvexMeshCollider& c, const glm::dmat4& placed, double minVolume);
+    void AddColliderSurfaces(const entity::ConvexMeshCollider& c, const glm::dmat4& placed, bool wing,
+                             double aspectRatio);
+    bool RayHitsBody(const glm::dvec3& origin, const glm::dvec3& direction,
+                     const entity::ConvexMeshCollider* self) const;
+    void AddSurfaceDebug(const AerodynamicSurface& surface, bool lift);
+    void RecordDebugLine(const glm::dvec3& from, const glm::dvec3& to, float r, float g, float b);
+    template <class Visit>
+    static void ForEachSolidPart(const entity::ConvexMeshCollider& c, const glm::dmat4& relative, Visit&& visit);
+
     // State of one CollisionDetection call shared by the nested collider walk.
     struct Walk {
         double deltaTime;
@@ -528,3 +560,6 @@ private:
 };
 
 }  // namespace game::physics
+
+// Out-of-class members of DynamicRigidbody that deal with the environment.
+#include "game/physics/RigidbodyEnvironment.h"

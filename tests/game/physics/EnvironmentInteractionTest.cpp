@@ -1,0 +1,298 @@
+// A moving body in a flat test world: floating and sinking in a liquid, resting on the
+// environment's ground, what is queried when, damping in and out of liquids, and a body living
+// in a parent's frame.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include <glm/gtc/matrix_transform.hpp>
+
+#include "game/physics/EnvironmentRandom.h"
+#include "game/physics/EnvironmentWorld.h"
+#include "game/physics/PhysicsTestEntity.h"
+#include "game/physics/Rigidbody.h"
+
+using game::entity::ConvexMeshCollider;
+using game::physics::Collision;
+using game::physics::DynamicRigidbody;
+using game::physics::RigidbodyBase;
+using physics_test::EnvironmentWorld;
+using physics_test::MakeBoxEntity;
+using physics_test::PhysicsTestEntity;
+using Body = DynamicRigidbody<PhysicsTestEntity>;
+
+namespace {
+
+// Frames as the physics step runs them for a top-level body: surfaces once, then substeps of
+// motion, collision and environment, then the write-back. The entity's own update would set its
+// external acceleration to gravity each frame; the scene does that here.
+struct Scene {
+    EnvironmentWorld world;
+    std::shared_ptr<PhysicsTestEntity> entity;
+
+    void Frame(double dt = 1.0 / 60, int substeps = 4) {
+        entity->externalAcceleration = world.gravity;
+        Body body(entity, dt);
+        const auto function = world.Function();
+        body.ComputeAerodynamicSurfaces(function);
+        for (int i = 0; i < substeps; ++i) {
+            body.IntegrateMotion(dt / substeps);
+            body.CollisionDetection(dt / substeps);
+            body.InteractWithEnvironment(function, dt / substeps);
+        }
+        body.ApplyToEntity(dt);
+    }
+};
+
+// A flat raft, 2 x 2 m and 0.5 m high, made of four 1 x 1 x 0.5 m blocks, with the given density.
+std::shared_ptr<PhysicsTestEntity> MakeRaft(double density) {
+    auto raft = MakeBoxEntity({1, 1, 0.25}, density * 2.0);
+    raft->colliders.clear();
+    for (int i = 0; i < 2; ++i) {
+        for (int j = 0; j < 2; ++j) {
+            ConvexMeshCollider block;
+            const glm::vec3 lo(-1.0f + i, -1.0f + j, -0.25f);
+            block.SetBox(lo, lo + glm::vec3(1.0f, 1.0f, 0.5f));
+            raft->colliders["block" + std::to_string(2 * i + j)] = block;
+        }
+    }
+    return raft;
+}
+
+double Up(const PhysicsTestEntity& e) { return (e.rotation * glm::dvec3(0, 0, 1)).z; }
+
+}  // namespace
+
+// Archimedes: a body of density rho floats with the share (rho - rho_air) / (rho_water - rho_air)
+// of its height under the surface. Buoyancy is sampled at one random point per block and
+// substep, so the depth is compared as a time average, within the spread of the sampling.
+TEST(EnvironmentBuoyancy, RaftFloatsAtTheDepthItsDensityGives) {
+    for (double density : {300.0, 500.0, 800.0}) {
+        SCOPED_TRACE(density);
+        game::physics::SeedEnvironmentRandom(11);
+        Scene scene;
+        scene.world.liquidSurface = 0;
+        scene.entity = MakeRaft(density);
+        for (int frame = 0; frame < 300; ++frame) scene.Frame();
+        double sum = 0, level = 0;
+        const int frames = 900;
+        for (int frame = 0; frame < frames; ++frame) {
+            scene.Frame();
+            sum += scene.entity->position.z;
+            level += Up(*scene.entity);
+        }
+        const auto& w = scene.world;
+        const double submerged = (density - w.airDensity) / (w.liquidDensity - w.airDensity);
+        EXPECT_NEAR(sum / frames, 0.25 - 0.5 * submerged, 0.02);
+        EXPECT_GT(level / frames, 0.99);  // and it floats level, rocking a little
+    }
+}
+
+TEST(EnvironmentBuoyancy, SeededRunsRepeat) {
+    glm::dvec3 end[2];
+    for (auto& position : end) {
+        game::physics::SeedEnvironmentRandom(5);
+        Scene scene;
+        scene.world.liquidSurface = 0;
+        scene.entity = MakeRaft(500);
+        for (int frame = 0; frame < 60; ++frame) scene.Frame();
+        position = scene.entity->position;
+    }
+    EXPECT_EQ(end[0], end[1]);
+}
+
+// A box denser than the liquid goes down (at less than free fall) and ends on the bottom.
+TEST(EnvironmentBuoyancy, DenserBoxSinksAndRestsOnTheBottom) {
+    game::physics::SeedEnvironmentRandom(3);
+    Scene scene;
+    scene.world.liquidSurface = 10;
+    scene.world.groundHeight = -5;
+    scene.entity = MakeBoxEntity({0.5, 0.5, 0.5}, 1500);
+    for (int frame = 0; frame < 60; ++frame) scene.Frame();
+    // Net acceleration g (1 - 1000/1500) and drag: below free fall but clearly down.
+    EXPECT_LT(scene.entity->velocity.z, -1.0);
+    EXPECT_GT(scene.entity->velocity.z, -9.81 / 3.0);
+    for (int frame = 0; frame < 600; ++frame) scene.Frame();
+    EXPECT_NEAR(scene.entity->position.z, -4.5, 0.01);
+    EXPECT_GT(scene.entity->restTime, 1.0);
+}
+
+// Dropped from 10 cm, a box lands on the environment's ground with its four lower corners,
+// stays flat at its half height, and its rest counter moves it to the fixed bodies.
+TEST(EnvironmentGround, BoxComesToRestOnTheGround) {
+    game::physics::SeedEnvironmentRandom(1);
+    Scene scene;
+    scene.world.groundHeight = 2;
+    scene.entity = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
+    scene.entity->position = {0, 0, 2.6};
+    int restingFrame = -1;
+    for (int frame = 0; frame < 60; ++frame) {
+        scene.Frame();
+        if (restingFrame < 0 && scene.entity->restTime >= 1.0) restingFrame = frame;
+    }
+    EXPECT_GE(restingFrame, 0);
+    EXPECT_LT(restingFrame, 30);
+    EXPECT_NEAR(scene.entity->position.z, 2.5, 0.002);
+    EXPECT_GT(Up(*scene.entity), 0.9999);
+    EXPECT_LT(glm::length(glm::dvec2(scene.entity->position)), 0.03);
+}
+
+// A sphere touches at the lowest point of its radius, straight under its centre.
+TEST(EnvironmentGround, SphereRestsAtItsRadius) {
+    Scene scene;
+    scene.world.groundHeight = 0;
+    scene.entity = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
+    ConvexMeshCollider& ball = scene.entity->colliders["hull"];
+    ball.isSphere = true;
+    ball.radius = 0.5;
+    scene.entity->position = {0, 0, 0.55};
+    for (int frame = 0; frame < 60; ++frame) scene.Frame();
+    EXPECT_NEAR(scene.entity->position.z, 0.5, 0.002);
+    EXPECT_NEAR(scene.entity->velocity.z, 0, 0.01);  // the air's buoyancy after the contact
+}
+
+// A collider's callback sees each ground contact with no other collider; cancelling the depth
+// lets the body sink, and false keeps the contact out of the static contacts.
+TEST(EnvironmentGround, CallbackCancelsOrKeepsContactsOut) {
+    for (bool cancel : {true, false}) {
+        EnvironmentWorld world;
+        world.groundHeight = 0;
+        auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
+        e->position = {0, 0, 0.49};
+        int calls = 0;
+        bool sawNoOther = true;
+        e->colliders["hull"].callback = [&](RigidbodyBase*, ConvexMeshCollider*, ConvexMeshCollider* other,
+                                             Collision& c, double) {
+            ++calls;
+            sawNoOther = sawNoOther && other == nullptr;
+            if (cancel) c.depth = 0;
+            return false;
+        };
+        Body body(e, 0.01);
+        body.velocity = {0, 0, -1};
+        body.InteractWithEnvironment(world.Function(), 0.01);
+        EXPECT_EQ(calls, 4);  // the four lower corners
+        EXPECT_TRUE(sawNoOther);
+        EXPECT_TRUE(body.staticContactNormals.empty());
+        EXPECT_TRUE(body.touchingEnvironment);
+        if (cancel) {
+            EXPECT_NEAR(body.position.z, 0.49, 1e-12);
+            EXPECT_LT(body.velocity.z, -0.98);
+        } else {
+            // Moved out once for the four corners; their impulses stop the fall, one after the other.
+            EXPECT_NEAR(body.position.z, 0.5, 1e-9);
+            EXPECT_NEAR(body.velocity.z, 0, 0.05);
+        }
+    }
+}
+
+// Ground work starts below three body radii of altitude; each collider near the ground asks for
+// the normal under it, then tests the lowest point of its sphere with bit 4 unless told not to.
+TEST(EnvironmentGround, GroundQueriesOnlyNearTheGround) {
+    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
+    e->colliders["second"] = e->colliders["hull"];
+    e->colliders["second"].groundQueryWithoutBit4 = true;
+    Body probe(e, 0.01);
+    for (double altitude : {3 * probe.radius, 3 * probe.radius - 1e-9}) {
+        EnvironmentWorld world;
+        world.groundHeight = 0;
+        Body body(e, 0.01);
+        body.position = {0, 0, altitude};
+        body.InteractWithEnvironment(world.Function(), 0.01);
+        const bool near = altitude < 3 * body.radius;
+        EXPECT_EQ(world.Count(7), near ? 2 : 0);
+        EXPECT_EQ(world.Count(5), near ? 2 : 1);  // the first query is always one
+        EXPECT_EQ(world.Count(1), near ? 1 : 0);
+        EXPECT_FALSE(body.touchingEnvironment);  // near, but not touching
+    }
+}
+
+// Without gravity the environment does nothing at all: one query and no change.
+TEST(EnvironmentInteraction, WithoutGravityNothingHappens) {
+    EnvironmentWorld world;
+    world.gravity = glm::dvec3(0.0);
+    world.groundHeight = 0.2;   // the box is in the ground
+    world.liquidSurface = 10;   // and under water
+    world.liquidViscosity = 5e-4;
+    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
+    Body body(e, 0.01);
+    body.velocity = {20, 1, -2};
+    body.angularVelocity = {0, 3, 0};
+    body.ComputeAerodynamicSurfaces(world.Function());
+    ASSERT_FALSE(body.aerodynamicSurfaces.empty());
+    world.queries.clear();
+    body.InteractWithEnvironment(world.Function(), 0.01);
+    EXPECT_EQ(world.queries.size(), 1u);
+    EXPECT_EQ(world.Count(5), 1);
+    EXPECT_EQ(body.velocity, glm::dvec3(20, 1, -2));
+    EXPECT_EQ(body.angularVelocity, glm::dvec3(0, 3, 0));
+    EXPECT_EQ(body.position, glm::dvec3(0.0));
+    EXPECT_EQ(body.externalAcceleration, glm::dvec3(0.0));
+    EXPECT_FALSE(body.touchingEnvironment);
+}
+
+// Mean viscosities strictly between 1.51e-5 and 0.000999 are partly liquid: the vertical velocity
+// loses 0.99 dt of itself, the rest and the spin lose a smoothstep share. At the bounds, and
+// outside, only a fast body's spin is damped, by its speed and the medium's density.
+TEST(EnvironmentDamping, LiquidRangeIsOpenAtBothEnds) {
+    const double dt = 0.01, mass = 1000, density = 0.5;
+    for (double viscosity : {1.51e-05, 0.000999, 1.6e-05, 5e-4}) {
+        SCOPED_TRACE(viscosity);
+        EnvironmentWorld world;
+        world.airDensity = density;
+        world.airViscosity = viscosity;
+        auto e = MakeBoxEntity({0.5, 0.5, 0.5}, mass);
+        Body body(e, dt);
+        body.velocity = {20, 0, -3};
+        body.angularVelocity = {0.5, 0, 2};
+        body.InteractWithEnvironment(world.Function(), dt);
+
+        // The one buoyancy sample pushes up first: 1 m^3 of medium.
+        const double vz = -3 + 9.81 * 1.0 * density * dt / mass;
+        const bool liquid = viscosity > 1.51e-05 && viscosity < 0.000999;
+        EXPECT_EQ(body.touchingEnvironment, liquid);
+        if (liquid) {
+            const double t = (viscosity - 1.5e-05) / 0.000985;
+            const double a = dt * t * t * (3 - 2 * t);
+            EXPECT_NEAR(body.velocity.z, vz * (1 - 0.99 * dt), 1e-12);
+            EXPECT_NEAR(body.velocity.x, 20 * (1 - 0.5 * a), 1e-12);
+            EXPECT_NEAR(body.angularVelocity.z, 2 * (1 - 0.5 * a), 1e-12);
+            EXPECT_NEAR(body.angularVelocity.x, 0.5 * (1 - 0.9 * a), 1e-12);
+        } else {
+            const double speed = std::hypot(20.0, vz);
+            const double k = speed * dt / 25 * density;
+            EXPECT_NEAR(body.velocity.z, vz, 1e-12);
+            EXPECT_EQ(body.velocity.x, 20);
+            EXPECT_NEAR(body.angularVelocity.z, 2 * (1 - k), 1e-12);
+            EXPECT_NEAR(body.angularVelocity.x, 0.5 * (1 - k), 1e-12);
+        }
+    }
+}
+
+// A body in a parent's frame: queries go out through the parent's transform and contacts and
+// forces come back in the parent's axes. The parent here hangs upside down 10 m up, so the
+// child's ground is at local z = 10 and "up" is local -z.
+TEST(EnvironmentInteraction, FromParentWorksInTheParentsFrame) {
+    game::physics::SeedEnvironmentRandom(2);
+    EnvironmentWorld world;
+    world.groundHeight = 0;
+    world.liquidSurface = 0.3;
+    const glm::dmat4 parent =
+        glm::translate(glm::dmat4(1.0), glm::dvec3(5, 0, 10)) * glm::rotate(glm::dmat4(1.0), M_PI, glm::dvec3(1, 0, 0));
+    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
+    Body body(e, 0.1);
+    body.position = {0, 0, 9.51};  // world height 0.49: 1 cm in the ground
+    body.velocity = {0, 0, 1};     // moving down in the world
+    body.InteractWithEnvironmentFromParent(parent, world.Function(), 0.1);
+    EXPECT_NEAR(body.position.z, 9.5, 1e-9);
+    EXPECT_GT(world.Count(7), 0);
+    EXPECT_TRUE(body.touchingEnvironment);
+    // The contacts stopped the fall; the buoyancy of the lower 30 cm (a sample in the liquid or in
+    // the air) then pushes up the world, which is down the local z axis, or hardly at all.
+    EXPECT_LE(body.velocity.z, 1e-9);
+    EXPECT_GE(body.velocity.z, -9.81 * 1000 * 0.1 / 10 - 1e-9);
+    EXPECT_NEAR(body.velocity.x, 0, 0.02);
+    EXPECT_EQ(body.externalAcceleration, glm::dvec3(0.0));
+    EXPECT_EQ(body.restCount, 0);
+}
