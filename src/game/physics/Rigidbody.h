@@ -63,11 +63,22 @@ public:
     glm::dvec3 frameAcceleration{0.0};  // of the frame the body lives in
     double displacedVolume = 0;
 
-    explicit Rigidbody(std::shared_ptr<Entity>& owner)
-        : entity(owner), rotation(owner->rotation), id(owner->id), centerOfMass(owner->centerOfMass) {
+    explicit Rigidbody(std::shared_ptr<Entity>& owner) { Reset(owner); }
+    Rigidbody() = default;
+
+    // Rebuilds the body from its entity as the constructor does, keeping the memory of the
+    // collider list so a body can be reused from frame to frame.
+    void Reset(std::shared_ptr<Entity>& owner) {
+        entity = owner;
+        rotation = owner->rotation;
+        id = owner->id;
+        centerOfMass = owner->centerOfMass;
+        frameAcceleration = glm::dvec3(0.0);
+        displacedVolume = 0;
         position = owner->position + rotation * centerOfMass;
         boundsMin = owner->boundsMin - centerOfMass;
         boundsMax = owner->boundsMax - centerOfMass;
+        colliders.clear();
         colliders.reserve(owner->colliders.size());
         for (const auto& entry : owner->colliders) {
             if (!entry.second.enabled) continue;
@@ -81,6 +92,12 @@ public:
             boundsMax = glm::max(boundsMax, glm::max(p0, p1));
         }
         ComputeBounds();
+    }
+
+    // Drops the references to the entity and to the colliders' shared parts, keeping the memory.
+    void Release() {
+        entity.reset();
+        colliders.clear();
     }
 
     // boundsCenter, radius and boundsCenterWorld from boundsMin and boundsMax.
@@ -143,10 +160,27 @@ public:
     // Set by the physics step from the game's debug switch: contacts then leave debug lines.
     static inline bool recordDebugLines = false;
 
-    DynamicRigidbody(std::shared_ptr<Entity>& owner, double deltaTime) : Base(owner) {
+    DynamicRigidbody(std::shared_ptr<Entity>& owner, double deltaTime) { Reset(owner, deltaTime); }
+    DynamicRigidbody() = default;
+
+    // Rebuilds the body from its entity as the constructor does; every list keeps its memory.
+    void Reset(std::shared_ptr<Entity>& owner, double deltaTime) {
+        Base::Reset(owner);
         QUORL_ASSERT_AT(deltaTime > 0, detail::kRigidbodyPath, 179);
         const double mass = owner->mass;
         QUORL_ASSERT_AT(mass > 0, detail::kRigidbodyPath, 181);
+        restCount = 0;
+        touchingParent = false;
+        touchingEnvironment = false;
+        potentialNewParent.reset();
+        parentBody = nullptr;
+        dynamicCandidates.clear();
+        fixedCandidates.clear();
+        aerodynamicSurfaces.clear();
+        staticContactNormals.clear();
+        staticRelativeContactPoints.clear();
+        debugLines.clear();
+        debugColliders.clear();
         largestTouchedRadius = radius;
         invMass = 1.0 / mass;
         ComputeInertiaTensor();
@@ -158,6 +192,15 @@ public:
         interactsWithEnvironment = owner->interactsWithEnvironment;
         ignoredIds = owner->ignoredEntities;
         broadphaseRadius = radius + 0.5 * deltaTime * glm::length(velocity);
+    }
+
+    void Release() {
+        Base::Release();
+        potentialNewParent.reset();
+        parentBody = nullptr;
+        dynamicCandidates.clear();
+        fixedCandidates.clear();
+        debugColliders.clear();
     }
 
     // Inverse world inertia of a solid box of the body's bounds and mass.
