@@ -45,7 +45,7 @@ constexpr double kDt = 1.0 / 60.0;
 constexpr int kSubsteps = 4;
 constexpr int kTicks = 240;
 constexpr game::entity::EnvironmentId kEnv = 1;
-constexpr const char* kModule = "BENCH_physics_step";
+constexpr const char* kModule = "BENCH_physicsstep";
 
 std::map<int64_t, double> gZendolaMsPerTick;
 

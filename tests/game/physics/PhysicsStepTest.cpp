@@ -21,7 +21,7 @@ namespace {
 using game::entity::EntityConfig;
 using quorl::modular::ModuleID;
 
-constexpr const char* kModule = "TEST_physics_step";
+constexpr const char* kModule = "TEST_physicsstep";
 constexpr EnvironmentId kEnv = 41;
 constexpr double kDt = 1.0 / 60.0;
 constexpr int kSubsteps = 4;
@@ -133,7 +133,9 @@ TEST_F(PhysicsStep, BoxDroppedOnSlabSettlesWithoutBouncingAndRests) {
     for (int frame = 0; frame < 900 && restedAt < 0; ++frame) {
         Tick();
         const double y = box->GetPositionAtCenterOfMass().y;
-        if (landed) EXPECT_LT(y, lowest + 0.02) << "bounced at frame " << frame;
+        if (landed) {
+            EXPECT_LT(y, lowest + 0.02) << "bounced at frame " << frame;
+        }
         lowest = std::min(lowest, y);
         if (y < 0.6) landed = true;
         if (box->restTime >= 1.0) restedAt = frame;
