@@ -2,7 +2,7 @@
 // substeps, the first 240 ticks after the drop (fall, impacts, settling). The same scene runs in
 // Bullet (box shapes, restitution 0, one thread) in the same process; its time per tick and the
 // ratio (ours / Bullet) are reported beside ours. Heap allocations per tick are counted through
-// the global operator new. Bullet is compiled in when the build defines ZENDOLA_BENCH_BULLET and
+// the global operator new. Bullet is compiled in when the build defines ZENDOLA_HAVE_BULLET and
 // links it; without it only our runs are made.
 #include <benchmark/benchmark.h>
 
@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#if defined(ZENDOLA_BENCH_BULLET)
+#if defined(ZENDOLA_HAVE_BULLET)
 #include <btBulletDynamicsCommon.h>
 #endif
 
@@ -111,7 +111,7 @@ void BM_ZendolaPile(benchmark::State& state) {
     for (auto& e : entities) ServerSideEntity::Destroy(e->id);
 }
 
-#if defined(ZENDOLA_BENCH_BULLET)
+#if defined(ZENDOLA_HAVE_BULLET)
 void BM_BulletPile(benchmark::State& state) {
     const int n = int(state.range(0));
     btDefaultCollisionConfiguration configuration;
@@ -154,7 +154,7 @@ void BM_Compare(benchmark::State& state) {
         BM_ZendolaPile(state);
         return;
     }
-#if defined(ZENDOLA_BENCH_BULLET)
+#if defined(ZENDOLA_HAVE_BULLET)
     BM_BulletPile(state);
 #else
     state.SkipWithError("built without Bullet");
