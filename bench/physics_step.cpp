@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <new>
@@ -64,9 +65,24 @@ std::vector<glm::dvec3> Pile(int n) {
     return out;
 }
 
+// data/models of the source tree: beside this file's folder, or found from the working directory
+// (a build folder two levels down, or the tree itself), or under $ZENDOLA_SOURCE_DIR.
+std::filesystem::path ModelFolder() {
+    std::vector<std::filesystem::path> candidates{std::filesystem::path(__FILE__).parent_path().parent_path(), "../..",
+                                                  "."};
+    if (const char* root = std::getenv("ZENDOLA_SOURCE_DIR")) candidates.insert(candidates.begin(), root);
+    for (const auto& root : candidates) {
+        std::error_code ec;
+        if (std::filesystem::exists(root / "data" / "models" / "cube.ini", ec)) return root / "data" / "models";
+    }
+    return {};
+}
+
+std::string ModelPath(const std::string& type) { return (ModelFolder() / (type + ".ini")).string(); }
+
 void RegisterModels() {
     for (const char* type : {"cube", "slab"}) {
-        auto config = std::make_shared<EntityConfig>(std::string(ZENDOLA_SOURCE_DIR) + "/data/models/" + type + ".ini");
+        auto config = std::make_shared<EntityConfig>(ModelPath(type));
         ServerSideEntity::_registered_interfaces[kModule][type] = {
             config, [] { return std::make_shared<ServerSideEntity::Interface>(); }};
     }
@@ -97,6 +113,12 @@ std::shared_ptr<ServerSideEntity> Spawn(const char* type, glm::dvec3 position, b
 }
 
 void BM_ZendolaPile(benchmark::State& state) {
+    if (ModelFolder().empty()) {
+        state.SkipWithError("data/models not found: run from the build folder or set ZENDOLA_SOURCE_DIR");
+        for (auto _ : state) {
+        }
+        return;
+    }
     RegisterModels();
     const int n = int(state.range(0));
     std::vector<std::shared_ptr<ServerSideEntity>> entities{Spawn("slab", {0, 0, 0}, false)};

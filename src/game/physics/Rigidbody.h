@@ -553,23 +553,25 @@ private:
     }
 
     // The contact test reports one point per pair: the first corner of the smaller shape found
-    // inside the other. A body lying on a face touches with all the corners of that face, and with
-    // one point per substep it would collect the same corner again and again and never pass the rest
-    // test. Every other corner of the smaller shape inside the other's box is therefore kept as a
-    // support point too; the response stays the single impulse at the reported contact.
+    // inside the other. A body lying on a face touches along a whole area, and with one point per
+    // substep it would collect the same corner again and again and never pass the rest test. The
+    // corners of each shape that lie inside the other's box outline that area, so they are kept as
+    // support points too; the response stays the single impulse at the reported contact.
     void AddSupportPoints(const Placed& a, const Placed& b, const glm::dvec3& normal) {
         if (a.shape->isSphere || b.shape->isSphere) return;
-        const bool walkB = a.shape->radius > b.shape->radius;
-        const Placed& walked = walkB ? b : a;
-        const Placed& other = walkB ? a : b;
-        const glm::dmat4 toOther = glm::affineInverse(other.transform) * walked.transform;
-        const glm::dvec3 lo(other.shape->box_min), hi(other.shape->box_max);
-        const uint32_t count = std::min<uint32_t>(walked.shape->vertexCount, 8);
+        AddCornersInside(a, b, normal);
+        AddCornersInside(b, a, normal);
+    }
+
+    void AddCornersInside(const Placed& corners, const Placed& box, const glm::dvec3& normal) {
+        const glm::dmat4 toBox = glm::affineInverse(box.transform) * corners.transform;
+        const glm::dvec3 lo(box.shape->box_min), hi(box.shape->box_max);
+        const uint32_t count = std::min<uint32_t>(corners.shape->vertexCount, 8);
         for (uint32_t i = 0; i < count; ++i) {
-            const glm::dvec4 v(glm::dvec3(walked.shape->vertices[i]), 1.0);
-            const glm::dvec3 q(toOther * v);
+            const glm::dvec4 v(glm::dvec3(corners.shape->vertices[i]), 1.0);
+            const glm::dvec3 q(toBox * v);
             if (glm::all(glm::greaterThanEqual(q, lo)) && glm::all(glm::lessThanEqual(q, hi)))
-                AddStaticContactPoint(normal, glm::dvec3(walked.transform * v));
+                AddStaticContactPoint(normal, glm::dvec3(corners.transform * v));
         }
     }
 
