@@ -152,6 +152,23 @@ TEST_F(PhysicsStep, BoxDroppedOnSlabSettlesWithoutBouncingAndRests) {
 
 // Boxes stacked on a slab are placed in the slab's frame, as a body that lands on it joins it: a
 // top-level box and a child of the slab live in different frames and never meet.
+// One pass over a flat contact: the reported corner alone could never outline the face the box
+// lies on; with the corners of the touching faces the rest test sees the centre of mass supported.
+TEST_F(PhysicsStep, FlatContactGivesTheRestTestTheWholeFace) {
+    auto slab = Slab();
+    auto box = Spawn("cube", {0.2, 0.499, -0.1});
+    std::shared_ptr<ServerSideEntity> slabOwner = slab, boxOwner = box;
+    RefFixed fixed(slabOwner);
+    RefDynamic body(boxOwner, kDt);
+    body.fixedCandidates.push_back(&fixed);
+    body.CollisionDetection(kDt / kSubsteps);
+    EXPECT_GE(body.staticRelativeContactPoints.size(), 4u);
+    glm::dvec3 normal;
+    EXPECT_TRUE(body.GetStaticContact(normal));
+    EXPECT_NEAR(normal.y, 1.0, 1e-9);
+    EXPECT_EQ(body.restCount, 1.0);
+}
+
 TEST_F(PhysicsStep, StackOfBoxesStands) {
     auto slab = Slab();
     std::vector<std::shared_ptr<ServerSideEntity>> boxes;
