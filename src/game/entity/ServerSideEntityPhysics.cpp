@@ -120,6 +120,8 @@ struct Table {
 // Interval of a body's broad-phase sphere on the sweep axis.
 struct SweepItem {
     double lo, hi;
+    glm::dvec3 centre;
+    double reach;  // padded radius, for the test on the other two axes
     uint32_t index;
     bool fixed;
 };
@@ -256,8 +258,14 @@ void FindCandidates(Storage& s, Dynamic* d, size_t n, Fixed* f, size_t m) {
     const int axis = spread.x >= spread.y && spread.x >= spread.z ? 0 : (spread.y >= spread.z ? 1 : 2);
     auto interval = [axis](const glm::dvec3& c, double r, uint32_t index, bool fixed) {
         const double x = c[axis];
-        const double pad = r * 1e-9 + 1e-9 * (1.0 + std::abs(x));
-        return SweepItem{x - r - pad, x + r + pad, index, fixed};
+        const double pad = r * 1e-9 + 1e-9 * (1.0 + glm::length(c));
+        return SweepItem{x - r - pad, x + r + pad, c, r + pad, index, fixed};
+    };
+    // Intervals overlapping on the sweep axis; a pair must also overlap on the other two.
+    const int u = (axis + 1) % 3, v = (axis + 2) % 3;
+    auto near = [u, v](const SweepItem& a, const SweepItem& b) {
+        const double reach = a.reach + b.reach;
+        return std::abs(a.centre[u] - b.centre[u]) <= reach && std::abs(a.centre[v] - b.centre[v]) <= reach;
     };
 
     s.items.clear();
@@ -280,16 +288,19 @@ void FindCandidates(Storage& s, Dynamic* d, size_t n, Fixed* f, size_t m) {
         const SweepItem& item = s.items[k];
         prune(s.activeDynamic, item.lo);
         if (item.fixed) {
-            for (uint32_t a : s.activeDynamic) s.fixedPairs.emplace_back(s.items[a].index, item.index);
+            for (uint32_t a : s.activeDynamic)
+                if (near(s.items[a], item)) s.fixedPairs.emplace_back(s.items[a].index, item.index);
             prune(s.activeFixed, item.lo);
             s.activeFixed.push_back(k);
         } else {
             prune(s.activeFixed, item.lo);
             for (uint32_t a : s.activeDynamic) {
+                if (!near(s.items[a], item)) continue;
                 const uint32_t other = s.items[a].index;
                 s.dynamicPairs.emplace_back(std::min(other, item.index), std::max(other, item.index));
             }
-            for (uint32_t a : s.activeFixed) s.fixedPairs.emplace_back(item.index, s.items[a].index);
+            for (uint32_t a : s.activeFixed)
+                if (near(s.items[a], item)) s.fixedPairs.emplace_back(item.index, s.items[a].index);
             s.activeDynamic.push_back(k);
         }
     }

@@ -161,7 +161,13 @@ public:
     static inline bool recordDebugLines = false;
 
     DynamicRigidbody(std::shared_ptr<Entity>& owner, double deltaTime) { Reset(owner, deltaTime); }
-    DynamicRigidbody() = default;
+    // A body kept for reuse starts with room for a crowd of contacts, so that its lists rarely grow.
+    DynamicRigidbody() {
+        dynamicCandidates.reserve(16);
+        fixedCandidates.reserve(16);
+        staticContactNormals.reserve(16);
+        staticRelativeContactPoints.reserve(16);
+    }
 
     // Rebuilds the body from its entity as the constructor does; every list keeps its memory.
     void Reset(std::shared_ptr<Entity>& owner, double deltaTime) {
