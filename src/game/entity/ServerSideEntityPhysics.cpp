@@ -417,9 +417,12 @@ void ServerSideEntity::PhysicsUpdate(double deltaTime, int substeps) {
             }
             s.used[kind] = next;
         }
-        if (s.fixed.size() < s.used[kFixed]) s.fixed.resize(s.used[kFixed]);
-        if (s.dynamic.size() < s.used[kDynamic]) s.dynamic.resize(s.used[kDynamic]);
-        if (s.orbiting.size() < s.used[kOrbiting]) s.orbiting.resize(s.used[kOrbiting]);
+        // Every table gets room for all the bodies of the frame: a body that changes kind (comes to
+        // rest, wakes, leaves its environment) then finds a kept place in its new table.
+        const size_t bodies = s.entries.size();
+        if (s.fixed.size() < bodies) s.fixed.resize(bodies);
+        if (s.dynamic.size() < bodies) s.dynamic.resize(bodies);
+        if (s.orbiting.size() < bodies) s.orbiting.resize(bodies);
 
         // Build the bodies in walk order, each in its group's next place.
         s.bodyIndex.Clear(s.entries.size());
@@ -436,7 +439,7 @@ void ServerSideEntity::PhysicsUpdate(double deltaTime, int substeps) {
 
     {
         quorl::cpu::Profiler scope("Prepare composite entities", true);
-        for (int kind = 0; kind < kKinds; ++kind) s.merged[kind].assign(std::max<size_t>(s.used[kind], 1), 0);
+        for (int kind = 0; kind < kKinds; ++kind) s.merged[kind].assign(std::max<size_t>(s.entries.size(), 1), 0);
         s.mergedList.clear();
         for (const ComponentEntry& c : s.components) {
             if (c.root.IsNull()) continue;

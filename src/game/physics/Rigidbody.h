@@ -64,7 +64,8 @@ public:
     double displacedVolume = 0;
 
     explicit Rigidbody(std::shared_ptr<Entity>& owner) { Reset(owner); }
-    Rigidbody() = default;
+    // A body kept for reuse starts with room for a few colliders.
+    Rigidbody() { colliders.reserve(4); }
 
     // Rebuilds the body from its entity as the constructor does, keeping the memory of the
     // collider list so a body can be reused from frame to frame.
@@ -163,10 +164,10 @@ public:
     DynamicRigidbody(std::shared_ptr<Entity>& owner, double deltaTime) { Reset(owner, deltaTime); }
     // A body kept for reuse starts with room for a crowd of contacts, so that its lists rarely grow.
     DynamicRigidbody() {
-        dynamicCandidates.reserve(16);
-        fixedCandidates.reserve(16);
-        staticContactNormals.reserve(16);
-        staticRelativeContactPoints.reserve(16);
+        dynamicCandidates.reserve(32);
+        fixedCandidates.reserve(32);
+        staticContactNormals.reserve(64);
+        staticRelativeContactPoints.reserve(64);
     }
 
     // Rebuilds the body from its entity as the constructor does; every list keeps its memory.
