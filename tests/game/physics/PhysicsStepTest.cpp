@@ -150,6 +150,22 @@ TEST_F(PhysicsStep, BoxDroppedOnSlabSettlesWithoutBouncingAndRests) {
     }
 }
 
+// One pass over a flat contact: the reported corner alone could never outline the face the box
+// lies on; with the corners of the touching faces the rest test sees the centre of mass supported.
+TEST_F(PhysicsStep, FlatContactGivesTheRestTestTheWholeFace) {
+    std::shared_ptr<ServerSideEntity> slab = Slab();
+    std::shared_ptr<ServerSideEntity> box = Spawn("cube", {0.2, 0.499, -0.1});
+    RefFixed fixed(slab);
+    RefDynamic body(box, kDt);
+    body.fixedCandidates.push_back(&fixed);
+    body.CollisionDetection(kDt / kSubsteps);
+    EXPECT_GE(body.staticRelativeContactPoints.size(), 4u);
+    glm::dvec3 normal;
+    EXPECT_TRUE(body.GetStaticContact(normal));
+    EXPECT_NEAR(normal.y, 1.0, 1e-9);
+    EXPECT_EQ(body.restCount, 1.0);
+}
+
 // A stack built box by box on a slab, each box set down in the slab's frame (a body that lands on
 // the slab joins it; a top-level box and a child of the slab live in different frames and never
 // meet). Each box comes to rest on the one below, and the stack then stands.
