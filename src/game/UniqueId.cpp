@@ -50,14 +50,19 @@ UniqueId UniqueId::Generate(const char (&prefix)[5]) {
     UniqueId id;
     std::memcpy(id.prefix, prefix, 4);
     id.owner = _this_owner;
-    auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(
-                  std::chrono::system_clock::now().time_since_epoch())
-                  .count();
-    uint64_t ts = (uint64_t(ns) / 1000) & ((1ull << 50) - 1);
     Generator& g = GetGenerator();
-    uint64_t r;
+    uint64_t ts, r;
     {
         std::lock_guard lk(g.mutex);
+        // The clock is read under the lock so that timestamps reach the check below in order;
+        // a clock stepped back keeps the last timestamp instead of reusing older ones.
+        auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                      std::chrono::system_clock::now().time_since_epoch())
+                      .count();
+        ts = (uint64_t(ns) / 1000) & ((1ull << 50) - 1);
+        if (g.lastTimestamp != ~0ull && ts < g.lastTimestamp && g.lastTimestamp - ts < (1ull << 49)) {
+            ts = g.lastTimestamp;
+        }
         if (ts != g.lastTimestamp) {
             g.lastTimestamp = ts;
             g.usedThisMicrosecond.clear();

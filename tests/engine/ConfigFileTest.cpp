@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "TestFiles.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,23 +26,9 @@ using Binding = ConfigFile::InputBinding;
 
 namespace {
 
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-void WriteAll(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
-
-// Writes a new version the way editors and installers do: a temporary file renamed into place.
-void ReplaceFile(const std::string& path, const std::string& text) {
-    WriteAll(path + ".new", text);
-    std::filesystem::rename(path + ".new", path);
-}
+using testfiles::ReadAll;
+using testfiles::ReplaceFile;
+using testfiles::WriteAll;
 
 size_t CountLines(const std::string& text) {
     size_t n = 0;

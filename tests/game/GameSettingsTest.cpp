@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "TestFiles.h"
+
 #include <unistd.h>
 
 #include <atomic>
@@ -19,22 +21,9 @@ using Binding = GameSettings::InputBinding;
 
 namespace {
 
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-void WriteAll(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
-
-void ReplaceFile(const std::string& path, const std::string& text) {
-    WriteAll(path + ".new", text);
-    std::filesystem::rename(path + ".new", path);
-}
+using testfiles::ReadAll;
+using testfiles::ReplaceFile;
+using testfiles::WriteAll;
 
 uint32_t Bits(float f) {
     uint32_t u;

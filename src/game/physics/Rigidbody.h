@@ -496,8 +496,8 @@ private:
     void SurfaceWalk(const entity::ConvexMeshCollider& c, const glm::dmat4& placed, double minVolume);
     void AddColliderSurfaces(const entity::ConvexMeshCollider& c, const glm::dmat4& placed, bool wing,
                              double aspectRatio);
-    bool RayHitsBody(const glm::dvec3& origin, const glm::dvec3& direction,
-                     const entity::ConvexMeshCollider* self) const;
+    bool RayHitsBody(const glm::dvec3& origin, const glm::dvec3& direction, const entity::ConvexMeshCollider* self,
+                     bool wingsShadow) const;
     void AddSurfaceDebug(const AerodynamicSurface& surface, bool lift);
     void RecordDebugLine(const glm::dvec3& from, const glm::dvec3& to, float r, float g, float b);
     template <class Visit>

@@ -300,6 +300,9 @@ void DynamicRigidbody<Entity>::DampInMedium(const EnvironmentPass& pass, const g
 // flow, or on the broad face of a wing a lift surface with the wing's normal-force coefficient
 // at the present angle of attack (the flip of a face turned away makes the plate two-sided). Surfaces sit at cell centres so that a free face
 // pulls the same way every frame; the random points only decide the partly shadowed cells.
+// A wing's thin wake deflects the flow more than it hides what lies behind, so wings don't
+// shadow the lift of other wings: a tail plane level with the main wing still steadies the
+// aircraft.
 template <class Entity>
 void DynamicRigidbody<Entity>::ComputeAerodynamicSurfaces(const EnvironmentFunction& function) {
     aerodynamicSurfaces.clear();
@@ -374,7 +377,7 @@ void DynamicRigidbody<Entity>::AddColliderSurfaces(const entity::ConvexMeshColli
                 local[k2] = lo[k2] + (j + unit()) / n2 * extent[k2];
                 // Just off the face, so that the face's own plane can't stop the ray.
                 const glm::dvec3 start = glm::dvec3(placed * glm::dvec4(local, 1.0)) + outward * 1e-3;
-                if (RayHitsBody(start, flow, &c)) continue;
+                if (RayHitsBody(start, flow, &c, !lift)) continue;
                 cell[k1] = lo[k1] + (i + 0.5) / n1 * extent[k1];
                 cell[k2] = lo[k2] + (j + 0.5) / n2 * extent[k2];
                 AerodynamicSurface surface;
@@ -407,10 +410,16 @@ namespace detail {
 // Whether a ray meets a collider placed by `placed`, or for a container one of its children;
 // `self` and what lies under it in the walk never count.
 inline bool RayHitsCollider(const entity::ConvexMeshCollider& o, const glm::dmat4& placed, const glm::dvec3& origin,
-                            const glm::dvec3& direction, const entity::ConvexMeshCollider* self) {
+                            const glm::dvec3& direction, const entity::ConvexMeshCollider* self, bool wingsShadow) {
     QUORL_ASSERT(o.children);
     const bool container = o.fill < kSurfaceSolidFill && !o.children->empty();
     if (&o == self && !container) return false;
+    if (!wingsShadow && !container) {
+        const glm::dvec3 extent = glm::abs(glm::dvec3(o.box_max) - glm::dvec3(o.box_min));
+        double s[3] = {extent.x, extent.y, extent.z};
+        std::sort(s, s + 3);
+        if (IsWingShape(s[0], s[1], s[2])) return false;
+    }
     const glm::dmat4 inverse = glm::affineInverse(placed);
     const glm::dvec3 localOrigin(inverse * glm::dvec4(origin, 1.0));
     const glm::dvec3 localDirection = glm::dmat3(inverse) * direction;
@@ -419,7 +428,9 @@ inline bool RayHitsCollider(const entity::ConvexMeshCollider& o, const glm::dmat
     if (!container) return hit;
     if (!hit) return false;
     for (const entity::ConvexMeshCollider& e : *o.children) {
-        if (IsCollidableChild(e) && RayHitsCollider(e, placed * e.transform, origin, direction, self)) return true;
+        if (IsCollidableChild(e) && RayHitsCollider(e, placed * e.transform, origin, direction, self, wingsShadow)) {
+            return true;
+        }
     }
     return false;
 }
@@ -427,10 +438,10 @@ inline bool RayHitsCollider(const entity::ConvexMeshCollider& o, const glm::dmat
 
 template <class Entity>
 bool DynamicRigidbody<Entity>::RayHitsBody(const glm::dvec3& origin, const glm::dvec3& direction,
-                                           const entity::ConvexMeshCollider* self) const {
+                                           const entity::ConvexMeshCollider* self, bool wingsShadow) const {
     const glm::dmat4 body = GetTransform();
     for (const entity::ConvexMeshCollider& o : colliders) {
-        if (detail::RayHitsCollider(o, body * o.transform, origin, direction, self)) return true;
+        if (detail::RayHitsCollider(o, body * o.transform, origin, direction, self, wingsShadow)) return true;
     }
     return false;
 }

@@ -189,3 +189,31 @@ TEST(EnvironmentAerodynamics, ContainerPassesSurfacesToItsChildren) {
     EXPECT_NEAR(body.aerodynamicSurfaces[0].position.z, -0.5, 1e-6);
     EXPECT_NEAR(body.aerodynamicSurfaces[0].area, 1, 1e-6);
 }
+
+// A tail plane level with the main wing keeps its lift in the wing's wake (wings don't hide
+// other wings' lift), but a block in front of it does hide it.
+TEST(EnvironmentAerodynamics, TailBehindAWingStillLifts) {
+    EnvironmentWorld world;
+    for (bool block : {false, true}) {
+        auto e = MakeBoxEntity({1, 4, 0.05}, 800);
+        ConvexMeshCollider tail;
+        tail.SetBox({-5, -2, 0.05f}, {-4, 2, 0.15f});  // just above the wing's plane
+        e->colliders["tail"] = tail;
+        if (block) {
+            ConvexMeshCollider box;
+            box.SetBox({-3.5f, -3, -1}, {-2.5f, 3, 1});
+            e->colliders["block"] = box;
+        }
+        e->boundsMin = {-5, -4, -1};
+        e->boundsMax = {1, 4, 1};
+        Body body(e, 0.01);
+        // Flow from 0.7 degrees below: the ray from the tail's lower face meets the wing.
+        body.velocity = {40, 0, -0.5};
+        body.ComputeAerodynamicSurfaces(world.Function());
+        double tailLiftArea = 0;
+        for (const AerodynamicSurface& s : body.aerodynamicSurfaces) {
+            if (s.liftCoefficient > 0 && s.position.x < -3) tailLiftArea += s.area;
+        }
+        EXPECT_NEAR(tailLiftArea, block ? 0.0 : 4.0, 1e-9) << block;
+    }
+}

@@ -8,6 +8,7 @@
 
 #include <glm/gtc/matrix_transform.hpp>
 
+#include "game/entity/ServerSideEntity.h"
 #include "game/physics/EnvironmentRandom.h"
 #include "game/physics/EnvironmentWorld.h"
 #include "game/physics/PhysicsTestEntity.h"
@@ -21,6 +22,9 @@ using physics_test::EnvironmentWorld;
 using physics_test::MakeBoxEntity;
 using physics_test::PhysicsTestEntity;
 using Body = DynamicRigidbody<PhysicsTestEntity>;
+
+// The physics step uses bodies of the server-side entity: all members must build with it.
+template class game::physics::DynamicRigidbody<game::entity::ServerSideEntity>;
 
 namespace {
 
@@ -150,6 +154,49 @@ TEST(EnvironmentGround, SphereRestsAtItsRadius) {
     for (int frame = 0; frame < 60; ++frame) scene.Frame();
     EXPECT_NEAR(scene.entity->position.z, 0.5, 0.002);
     EXPECT_NEAR(scene.entity->velocity.z, 0, 0.01);  // the air's buoyancy after the contact
+}
+
+// A container collider (fill below 0.95) stands on its children: here two legs reaching 0.5 m
+// below the centre, inside a container box reaching 1 m below it.
+TEST(EnvironmentGround, ContainerStandsOnItsChildren) {
+    Scene scene;
+    scene.world.groundHeight = 0;
+    scene.entity = MakeBoxEntity({1, 1, 1}, 10);
+    ConvexMeshCollider& container = scene.entity->colliders["hull"];
+    container.fill = 0.5;
+    for (float x : {-0.75f, 0.5f}) {
+        ConvexMeshCollider leg;
+        leg.SetBox({x, -0.5f, -0.5f}, {x + 0.25f, 0.5f, 0.5f});
+        container.children->push_back(leg);
+    }
+    scene.entity->position = {0, 0, 0.55};
+    for (int frame = 0; frame < 60; ++frame) scene.Frame();
+    EXPECT_NEAR(scene.entity->position.z, 0.5, 0.002);
+    EXPECT_GT(Up(*scene.entity), 0.9999);
+}
+
+// With the debug switch on, ground contacts leave magenta lines and surfaces their shapes.
+TEST(EnvironmentGround, DebugLinesWhenAsked) {
+    EnvironmentWorld world;
+    world.groundHeight = 0;
+    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
+    e->position = {0, 0, 0.49};
+    Body::recordDebugLines = true;
+    Body body(e, 0.01);
+    body.velocity = {5, 0, 0};
+    body.ComputeAerodynamicSurfaces(world.Function());
+    body.InteractWithEnvironment(world.Function(), 0.01);
+    Body::recordDebugLines = false;
+    EXPECT_EQ(body.debugColliders.size(), body.aerodynamicSurfaces.size());
+    int magenta = 0;
+    for (const auto& line : body.debugLines) {
+        if (line.color[0] == 1 && line.color[1] == 0 && line.color[2] == 1) {
+            ++magenta;
+            EXPECT_NEAR(line.from.z, -0.5, 0.02);  // in the body's space, at its bottom
+            EXPECT_NEAR(line.to.z - line.from.z, 1, 1e-9);
+        }
+    }
+    EXPECT_EQ(magenta, 4);
 }
 
 // A collider's callback sees each ground contact with no other collider; cancelling the depth

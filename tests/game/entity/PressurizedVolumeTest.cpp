@@ -1,0 +1,397 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+
+#include <glm/geometric.hpp>
+
+#include "game/entity/PressurizedVolume.h"
+#include "game/entity/ServerSideEntity.h"
+
+using game::entity::PressurizedVolume;
+
+namespace {
+
+constexpr double R = 8.31446261815324;
+// Molar masses from the atomic masses of the element table, kg/mol.
+constexpr double kN2 = 2 * 14.007e-3;
+constexpr double kO2 = 2 * 15.999e-3;
+constexpr double kAr = 39.948e-3;
+
+std::shared_ptr<PressurizedVolume> MakeVolume(double volume, double temperature = 300) {
+    auto v = std::make_shared<PressurizedVolume>();
+    v->volume = volume;
+    v->temperature = temperature;
+    return v;
+}
+
+double Sum(const PressurizedVolume& v) {
+    double sum = 0;
+    for (const auto& entry : v.composition) sum += entry.second;
+    return sum;
+}
+
+double Get(const PressurizedVolume& v, const char* formula) {
+    auto it = v.composition.find(formula);
+    return it == v.composition.end() ? 0.0 : it->second;
+}
+
+}  // namespace
+
+TEST(PressurizedVolumeState, IdealGasPressureOfAKnownMixture) {
+    auto v = MakeVolume(2.0, 300);
+    v->composition = {{"N2", 1.5}, {"O2", 0.4}, {"Ar", 0.1}};
+    v->Update(0);
+    const double moles = 1.5 / kN2 + 0.4 / kO2 + 0.1 / kAr;
+    EXPECT_DOUBLE_EQ(v->totalMass, 2.0);
+    EXPECT_DOUBLE_EQ(v->density, 1.0);
+    EXPECT_NEAR(v->pressure, moles * R * 300 / 2.0, 1e-6);
+    // Twice the temperature, twice the pressure; the same gas in half the room, the same.
+    v->temperature = 600;
+    v->Update(0);
+    EXPECT_NEAR(v->pressure, 2 * moles * R * 300 / 2.0, 1e-6);
+}
+
+TEST(PressurizedVolumeState, EmptyOrUninitialisedVolumes) {
+    auto empty = MakeVolume(1.0);
+    empty->pressure = 5;  // stale values are cleared
+    empty->density = 5;
+    empty->composition["O2"] = 0;
+    empty->Update(0);
+    EXPECT_EQ(empty->pressure, 0.0);
+    EXPECT_EQ(empty->density, 0.0);
+    EXPECT_EQ(empty->totalMass, 0.0);
+    EXPECT_TRUE(empty->composition.empty());
+
+    auto unset = MakeVolume(0.0);
+    unset->composition["O2"] = 1;
+    unset->airtightness = 0;
+    unset->Update(1);
+    EXPECT_EQ(unset->totalMass, 0.0);
+    EXPECT_EQ(unset->pressure, 0.0);
+    EXPECT_EQ(unset->airtightness, 0.0);  // nothing at all happens
+}
+
+TEST(PressurizedVolumeState, LiquidFractionAndOverfullTankCutToItsVolume) {
+    auto tank = MakeVolume(1.0);
+    tank->composition = {{"H2O", 250}, {"O2", 1}};
+    tank->Update(0);
+    EXPECT_NEAR(tank->liquidFraction, 250.0 / 1000 + 1.0 / 1600, 1e-12);
+
+    // 1.5 and 3 times over full (water 1000 kg/m^3, carbon dioxide 1600 kg/m^3): the content keeps
+    // its proportions and its liquid fills exactly the tank.
+    for (double over : {1.5, 3.0}) {
+        tank->composition = {{"H2O", 800 * over}, {"CO2", 320 * over}};  // 0.8 + 0.2 m^3 per unit
+        tank->Update(0);
+        EXPECT_NEAR(Get(*tank, "H2O"), 800, 1e-9) << over;
+        EXPECT_NEAR(Get(*tank, "CO2"), 320, 1e-9) << over;
+        EXPECT_NEAR(tank->totalMass, 1120, 1e-9) << over;
+        EXPECT_DOUBLE_EQ(tank->liquidFraction, 1.0);
+    }
+}
+
+TEST(PressurizedVolumeState, PushFillsTheRoomLeftAtLiquidDensity) {
+    auto tank = MakeVolume(1.0);
+    EXPECT_DOUBLE_EQ(tank->Push("H2O", 600), 600);
+    EXPECT_DOUBLE_EQ(tank->Push("H2O", 600), 400);  // 0.4 m^3 left
+    EXPECT_DOUBLE_EQ(Get(*tank, "H2O"), 1000);
+    EXPECT_EQ(tank->Push("O2", 1), 0.0);
+    EXPECT_FALSE(tank->composition.count("O2"));
+
+    auto other = MakeVolume(1.0);
+    EXPECT_DOUBLE_EQ(other->Push("CO2", 800), 800);
+    EXPECT_NEAR(other->Push("H2O", 1000), 500, 1e-9);  // half the room taken by 800 kg at 1600
+    EXPECT_EQ(other->Push("Qq", 1), 0.0);               // names no molecule
+    EXPECT_EQ(other->Push("H2O", -5), 0.0);
+    EXPECT_EQ(MakeVolume(0)->Push("H2O", 1), 0.0);
+}
+
+TEST(PressurizedVolumeState, AirtightnessHealsOverASecond) {
+    PressurizedVolume v;
+    v.volume = 1;
+    EXPECT_TRUE(v.IsAirtight());
+    v.Leak();
+    EXPECT_FALSE(v.IsAirtight());
+    v.Update(0.25);
+    EXPECT_DOUBLE_EQ(v.airtightness, 0.25);
+    EXPECT_FALSE(v.IsAirtight());
+    v.Update(2);
+    EXPECT_EQ(v.airtightness, 1.0);
+    EXPECT_TRUE(v.IsAirtight());
+    v.airtightness = 0.5;
+    v.Airtight();
+    EXPECT_TRUE(v.IsAirtight());
+}
+
+// Two rooms of 10 m^3 at 300 K; `a` holds air at about 1.1 bar, `b` about half that. A 1 cm^2 hole
+// for 10 ms moves sqrt(2 dp / mean density) x area x dt, taken from a's mixture as it stands.
+TEST(PressurizedVolumeTransfer, MovesTheMassOfBernoullisSpeed) {
+    auto a = MakeVolume(10);
+    auto b = MakeVolume(10);
+    a->composition = {{"N2", 10}, {"O2", 3}};
+    b->composition = {{"N2", 5}, {"Ar", 1.5}};
+    a->Update(0);
+    b->Update(0);
+    const double pa = (10 / kN2 + 3 / kO2) * R * 300 / 10;
+    const double pb = (5 / kN2 + 1.5 / kAr) * R * 300 / 10;
+    const double speed = std::sqrt(2 * (pa - pb) / ((1.3 + 0.65) / 2));
+    const double expected = speed * 1e-4 * 0.01;
+    ASSERT_GT(pa - pb, 100);
+
+    const double flow = PressurizedVolume::Transfer(a, b, {}, {}, 1e-4, 0.01);
+    EXPECT_NEAR(flow, expected, 1e-12);
+    EXPECT_NEAR(Get(*a, "N2"), 10 - expected * 10 / 13, 1e-12);
+    EXPECT_NEAR(Get(*a, "O2"), 3 - expected * 3 / 13, 1e-12);
+    EXPECT_NEAR(Get(*b, "N2"), 5 + expected * 10 / 13, 1e-12);
+    EXPECT_NEAR(Get(*b, "O2"), expected * 3 / 13, 1e-12);
+    EXPECT_NEAR(Get(*b, "Ar"), 1.5, 1e-15);
+    EXPECT_NEAR(Sum(*a) + Sum(*b), 13 + 6.5, 1e-12);
+
+    // Called the other way round, the flow still goes from high to low.
+    a->Update(0);
+    b->Update(0);
+    const double back = PressurizedVolume::Transfer(b, a, {}, {}, 1e-4, 0.01);
+    EXPECT_GT(back, 0);
+    EXPECT_NEAR(Get(*b, "N2"), 5 + expected * 10 / 13 + back * Get(*a, "N2") / Sum(*a), 1e-9);
+}
+
+TEST(PressurizedVolumeTransfer, SmallDifferencesOnlyMergeAirtightness) {
+    auto a = MakeVolume(1);
+    auto b = MakeVolume(1);
+    a->composition = {{"N2", 1.0}};
+    b->composition = {{"N2", 0.999}};  // about 90 Pa lower
+    a->Update(0);
+    b->Update(0);
+    a->airtightness = 0.3;
+    EXPECT_EQ(PressurizedVolume::Transfer(a, b, {}, {}, 1, 1), 0.0);
+    EXPECT_EQ(a->airtightness, 0.3);
+    EXPECT_EQ(b->airtightness, 0.3);
+    EXPECT_EQ(Get(*a, "N2"), 1.0);
+    EXPECT_EQ(Get(*b, "N2"), 0.999);
+
+    // Nothing at all without a hole, without a partner or with an uninitialised side.
+    a->airtightness = 0;
+    b->airtightness = 1;
+    EXPECT_EQ(PressurizedVolume::Transfer(a, b, {}, {}, 0, 1), 0.0);
+    EXPECT_EQ(PressurizedVolume::Transfer(a, nullptr, {}, {}, 1, 1), 0.0);
+    EXPECT_EQ(PressurizedVolume::Transfer(a, MakeVolume(0), {}, {}, 1, 1), 0.0);
+    EXPECT_EQ(b->airtightness, 1.0);
+}
+
+// A 1 m^2 hole open for a second would pass hundreds of kilograms by the formula alone; the flow
+// stops where the pressures are level, and no gram is made or lost.
+TEST(PressurizedVolumeTransfer, LargeHoleLevelsPressuresAndConservesMass) {
+    auto full = MakeVolume(1, 300);
+    auto empty = MakeVolume(3, 400);
+    full->composition = {{"N2", 0.8}, {"O2", 0.2}};
+    full->Update(0);
+    empty->Update(0);
+    EXPECT_EQ(empty->pressure, 0.0);  // a vacuum: any neighbour at 100 Pa or more flows in
+
+    const double flow = PressurizedVolume::Transfer(full, empty, {}, {}, 1, 1);
+    full->Update(0);
+    empty->Update(0);
+    EXPECT_NEAR(full->pressure, empty->pressure, 1e-6);
+    EXPECT_NEAR(full->totalMass + empty->totalMass, 1.0, 1e-12);
+    EXPECT_NEAR(flow, empty->totalMass, 1e-12);
+    // Level: n1 300 / 1 = n2 400 / 3, so the empty room takes 9/13 of the moles.
+    EXPECT_NEAR(empty->totalMass, 9.0 / 13, 1e-12);
+    EXPECT_NEAR(Get(*empty, "O2") / empty->totalMass, 0.2, 1e-12);
+    // Level now: a second transfer moves nothing.
+    EXPECT_EQ(PressurizedVolume::Transfer(full, empty, {}, {}, 1, 1), 0.0);
+}
+
+TEST(PressurizedVolumeTransfer, TraceEntriesBelowAGramVanishFromTheSource) {
+    auto a = MakeVolume(1);
+    auto b = MakeVolume(1);
+    a->composition = {{"N2", 1.0}, {"Ar", 0.0015}};
+    a->Update(0);
+    b->Update(0);
+    PressurizedVolume::Transfer(a, b, {}, {}, 1, 1);  // levels at half
+    EXPECT_FALSE(a->composition.count("Ar"));
+    EXPECT_NEAR(Get(*b, "Ar"), 0.00075, 1e-9);
+    EXPECT_GT(Get(*a, "N2"), 0.4);
+}
+
+TEST(PressurizedVolumeTransferDeathTest, EmptySourceWithHigherPressureAborts) {
+    auto a = MakeVolume(1);
+    auto b = MakeVolume(1);
+    a->pressure = 1000;
+    EXPECT_DEATH(PressurizedVolume::Transfer(a, b, {}, {}, 1, 1),
+                 "ASSERTION FAILED: \\(a->totalMass > 0\\) in src/game/entity/PressurizedVolume.cpp:");
+    EXPECT_DEATH(PressurizedVolume::Transfer(b, a, {}, {}, 1, 1),
+                 "ASSERTION FAILED: \\(b->totalMass > 0\\) in src/game/entity/PressurizedVolume.cpp:");
+}
+
+namespace {
+
+// Sea-level air by moles, 1.2 kg/m^3, at the ideal-gas pressure of 300 K.
+game::physics::EnvironmentInfo Air(double density = 1.2) {
+    game::physics::EnvironmentInfo info;
+    info.density = density;
+    info.composition = {{"N2", 0.79}, {"O2", 0.21}};
+    const double molar = 0.79 * kN2 + 0.21 * kO2;
+    info.pressure = density * R * 300 / molar;
+    return info;
+}
+
+}  // namespace
+
+TEST(PressurizedVolumeEnvironment, InflowIsSplitByMassAndStopsAtTheOutsidePressure) {
+    auto cabin = MakeVolume(20, 300);
+    cabin->Update(0);
+    const auto air = Air();
+    const double molar = 0.79 * kN2 + 0.21 * kO2;
+
+    // A small hole: Bernoulli's flow with the mean of 1.2 and 0 as density.
+    const double expected = std::sqrt(2 * air.pressure / 0.6) * 1e-4 * 0.02;
+    const double flow = PressurizedVolume::Transfer(cabin, air, {}, {}, 1e-4, 0.02);
+    EXPECT_NEAR(flow, expected, 1e-12);
+    EXPECT_NEAR(Get(*cabin, "N2"), expected * 0.79 * kN2 / molar, 1e-12);
+    EXPECT_NEAR(Get(*cabin, "O2"), expected * 0.21 * kO2 / molar, 1e-12);
+    EXPECT_EQ(cabin->airtightness, 0.0);
+
+    // A breach: the cabin fills up to the outside's pressure and density, and no further.
+    cabin->Update(0);
+    PressurizedVolume::Transfer(cabin, air, {}, {}, 4, 1);
+    cabin->Update(0);
+    EXPECT_NEAR(cabin->pressure, air.pressure, 1e-6);
+    EXPECT_NEAR(cabin->totalMass, 1.2 * 20, 1e-9);
+    EXPECT_EQ(PressurizedVolume::Transfer(cabin, air, {}, {}, 4, 1), 0.0);
+}
+
+TEST(PressurizedVolumeEnvironment, OutflowDrainsProportionallyAndStopsAtTheOutsidePressure) {
+    auto tank = MakeVolume(1, 300);
+    tank->composition = {{"N2", 3}, {"O2", 1}};
+    tank->Update(0);
+    const auto air = Air();
+    const double expected = std::sqrt(2 * (tank->pressure - air.pressure) / ((4 + 1.2) / 2)) * 1e-4 * 0.01;
+    EXPECT_NEAR(PressurizedVolume::Transfer(tank, air, {}, {}, 1e-4, 0.01), expected, 1e-12);
+    EXPECT_NEAR(Get(*tank, "N2"), 3 - expected * 0.75, 1e-12);
+    EXPECT_NEAR(Get(*tank, "O2"), 1 - expected * 0.25, 1e-12);
+
+    tank->Update(0);
+    PressurizedVolume::Transfer(tank, air, {}, {}, 1, 1);
+    tank->Update(0);
+    EXPECT_NEAR(tank->pressure, air.pressure, 1e-6);
+    EXPECT_NEAR(Get(*tank, "O2") / tank->totalMass, 0.25, 1e-12);
+
+    // Into a vacuum everything goes.
+    PressurizedVolume::Transfer(tank, game::physics::EnvironmentInfo{}, {}, {}, 1, 1);
+    tank->Update(0);
+    EXPECT_TRUE(tank->composition.empty());
+    EXPECT_EQ(tank->pressure, 0.0);
+}
+
+TEST(PressurizedVolumeEnvironment, EdgeCases) {
+    const auto air = Air();
+    // The outside's own air at its pressure: the hole moves nothing but breaks the airtightness.
+    auto level = MakeVolume(1, 300);
+    level->composition = {{"N2", 1.2 * 0.79 * kN2 / (0.79 * kN2 + 0.21 * kO2)},
+                          {"O2", 1.2 * 0.21 * kO2 / (0.79 * kN2 + 0.21 * kO2)}};
+    level->Update(0);
+    EXPECT_NEAR(level->pressure, air.pressure, 1e-6);
+    EXPECT_EQ(PressurizedVolume::Transfer(level, air, {}, {}, 1, 1), 0.0);
+    EXPECT_EQ(level->airtightness, 0.0);
+    level->airtightness = 1;
+    EXPECT_EQ(PressurizedVolume::Transfer(level, air, {}, {}, 0, 1), 0.0);
+    EXPECT_EQ(level->airtightness, 0.0);
+    EXPECT_EQ(PressurizedVolume::Transfer(nullptr, air, {}, {}, 1, 1), 0.0);
+
+    // An outside made only of unknown formulas gives nothing to breathe in.
+    auto empty = MakeVolume(1, 300);
+    empty->Update(0);
+    auto strange = air;
+    strange.composition = {{"Qq", 1.0}};
+    EXPECT_EQ(PressurizedVolume::Transfer(empty, strange, {}, {}, 1, 1), 0.0);
+    EXPECT_TRUE(empty->composition.empty());
+}
+
+TEST(PressurizedVolumeRegistry, CreateGetDestroy) {
+    auto made = PressurizedVolume::Create();
+    ASSERT_FALSE(made->id.IsNull());
+    EXPECT_EQ(std::string(made->id).substr(0, 4), "PVOL");
+    EXPECT_EQ(PressurizedVolume::Get(made->id), made);
+    EXPECT_THROW(PressurizedVolume::Create(made->id), std::runtime_error);
+
+    int seen = 0;
+    PressurizedVolume::ForEach([&](std::shared_ptr<PressurizedVolume> v) { seen += v == made; });
+    EXPECT_EQ(seen, 1);
+
+    EXPECT_TRUE(PressurizedVolume::Destroy(made->id));
+    EXPECT_FALSE(PressurizedVolume::Destroy(made->id));
+    EXPECT_EQ(PressurizedVolume::Get(made->id), nullptr);
+}
+
+namespace {
+
+// An entity kind whose volume is a ball around a centre.
+struct Ball : game::entity::ServerSideEntity::Interface {
+    glm::dvec3 centre{0.0};
+    double radius = 0;
+    bool IsInsideVolume(const glm::dvec3& p) const override { return glm::length(p - centre) < radius; }
+};
+
+std::shared_ptr<game::entity::ServerSideEntity> Owner(std::shared_ptr<game::entity::ServerSideEntity::Interface> behaviour) {
+    auto e = game::entity::ServerSideEntity::Create<game::entity::ServerSideEntity>(quorl::modular::ModuleID(), "",
+                                                                                    game::entity::Id());
+    e->deleteFilesOnDestroy = false;
+    e->_interface = std::move(behaviour);
+    return e;
+}
+
+}  // namespace
+
+TEST(PressurizedVolumeRegistry, FindAsksTheOwnersOfTheGroup) {
+    using game::entity::ServerSideEntity;
+    auto cabinBall = std::make_shared<Ball>();
+    cabinBall->centre = {0, 0, 0};
+    cabinBall->radius = 2;
+    auto tankBall = std::make_shared<Ball>();
+    tankBall->centre = {10, 0, 0};
+    tankBall->radius = 1;
+    auto cabinOwner = Owner(cabinBall);
+    auto tankOwner = Owner(tankBall);
+    auto plainOwner = Owner(std::make_shared<ServerSideEntity::Interface>());  // says no to everything
+    const game::entity::Id vehicle = game::UniqueId::Generate("ENTT");
+    const game::entity::Id otherVehicle = game::UniqueId::Generate("ENTT");
+
+    auto make = [&](const game::entity::Id& group, const std::shared_ptr<ServerSideEntity>& owner, double volume) {
+        auto v = PressurizedVolume::Create();
+        v->groupId = group;
+        v->ownerId = owner->id;
+        v->volume = volume;
+        return v;
+    };
+    auto cabin = make(vehicle, cabinOwner, 30);
+    auto tank = make(vehicle, tankOwner, 2);
+    auto plain = make(vehicle, plainOwner, 5);
+    auto unset = make(vehicle, tankOwner, 0);          // not initialised: never found
+    auto foreign = make(otherVehicle, cabinOwner, 9);  // the cabin's shape, another group
+
+    auto find = [](const game::entity::Id& group, glm::dvec3 p) {
+        std::shared_ptr<PressurizedVolume> found;
+        int calls = 0;
+        PressurizedVolume::Find(group, p, [&](std::shared_ptr<PressurizedVolume>& v) {
+            found = v;
+            ++calls;
+        });
+        EXPECT_LE(calls, 1);
+        return found;
+    };
+    EXPECT_EQ(find(vehicle, {1, 1, 0}), cabin);
+    EXPECT_EQ(find(vehicle, {10.5, 0, 0}), tank);
+    EXPECT_EQ(find(vehicle, {5, 0, 0}), nullptr);
+    EXPECT_EQ(find(otherVehicle, {1, 0, 0}), foreign);
+    EXPECT_EQ(find(otherVehicle, {10, 0, 0}), nullptr);
+
+    // An owner that is gone holds nothing.
+    ServerSideEntity::Destroy(tankOwner->id);
+    tankOwner.reset();
+    EXPECT_EQ(find(vehicle, {10.5, 0, 0}), nullptr);
+
+    for (const auto& v : {cabin, tank, plain, unset, foreign}) PressurizedVolume::Destroy(v->id);
+    ServerSideEntity::Destroy(cabinOwner->id);
+    ServerSideEntity::Destroy(plainOwner->id);
+}

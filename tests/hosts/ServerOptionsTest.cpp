@@ -1,0 +1,97 @@
+#include <gtest/gtest.h>
+
+#include "ServerOptions.h"
+
+using host::ParseServerOptions;
+
+TEST(ServerHostOptions, DefaultsRunTheDemoWorldUntilStopped) {
+    host::ParseResult r = ParseServerOptions({});
+    ASSERT_EQ(r.error, "");
+    EXPECT_EQ(r.options.world, "demo");
+    EXPECT_EQ(r.options.ticks, 0u);
+    EXPECT_EQ(r.options.rate, 60.0);
+    EXPECT_GE(r.options.substeps, 1);
+    EXPECT_EQ(r.options.modules, std::vector<std::string>{"demo"});
+    EXPECT_EQ(r.options.content, std::vector<std::string>{"demo"});
+    EXPECT_FALSE(r.options.unpaced);
+    EXPECT_EQ(r.options.autosaveInterval, 0.0);
+    EXPECT_FALSE(r.options.help);
+}
+
+TEST(ServerHostOptions, ValuesAsNextArgumentOrAfterEquals) {
+    host::ParseResult r = ParseServerOptions({"--world", "moon-2", "--ticks=300", "--rate", "120.5", "--substeps=8",
+                                              "--modules", "a,b_c", "--content=", "--dir", "/tmp/x", "--progress",
+                                              "0", "--unpaced", "--poses=p.txt", "--autosave", "30"});
+    ASSERT_EQ(r.error, "");
+    EXPECT_EQ(r.options.world, "moon-2");
+    EXPECT_EQ(r.options.ticks, 300u);
+    EXPECT_EQ(r.options.rate, 120.5);
+    EXPECT_EQ(r.options.substeps, 8);
+    EXPECT_EQ(r.options.modules, (std::vector<std::string>{"a", "b_c"}));
+    EXPECT_TRUE(r.options.content.empty());
+    EXPECT_EQ(r.options.directory, "/tmp/x");
+    EXPECT_EQ(r.options.progressInterval, 0.0);
+    EXPECT_TRUE(r.options.unpaced);
+    EXPECT_EQ(r.options.posesFile, "p.txt");
+    EXPECT_EQ(r.options.autosaveInterval, 30.0);
+}
+
+TEST(ServerHostOptions, LaterOptionWins) {
+    host::ParseResult r = ParseServerOptions({"--ticks", "5", "--ticks", "7"});
+    ASSERT_EQ(r.error, "");
+    EXPECT_EQ(r.options.ticks, 7u);
+}
+
+TEST(ServerHostOptions, BadCommandLinesNameTheProblem) {
+    struct Case {
+        std::vector<std::string> args;
+        std::string expected;  // part of the error
+    };
+    const Case cases[] = {
+        {{"--bogus"}, "unknown option '--bogus'"},
+        {{"--bogus=1"}, "unknown option '--bogus'"},
+        {{"world"}, "unexpected argument 'world'"},
+        {{"--ticks"}, "option --ticks needs a value"},
+        {{"--ticks", "-3"}, "option --ticks: '-3'"},
+        {{"--ticks", "12x"}, "option --ticks: '12x'"},
+        {{"--ticks", "99999999999999999999"}, "option --ticks"},
+        {{"--rate", "0"}, "option --rate: '0'"},
+        {{"--rate", "nan"}, "option --rate"},
+        {{"--rate", "1e9"}, "option --rate"},
+        {{"--rate", ""}, "option --rate"},
+        {{"--substeps", "0"}, "option --substeps"},
+        {{"--world", "../etc"}, "option --world: '../etc'"},
+        {{"--world", "a/b"}, "option --world"},
+        {{"--world", ""}, "option --world"},
+        {{"--world", ".hidden"}, "option --world"},
+        {{"--modules", "demo,,x"}, "bad module name ''"},
+        {{"--modules", "demo,"}, "bad module name ''"},
+        {{"--modules", "../../lib"}, "bad module name '../../lib'"},
+        {{"--progress", "-1"}, "option --progress"},
+        {{"--dir", ""}, "option --dir"},
+        {{"--autosave", "-5"}, "option --autosave: '-5'"},
+    };
+    for (const Case& c : cases) {
+        host::ParseResult r = ParseServerOptions(c.args);
+        EXPECT_NE(r.error.find(c.expected), std::string::npos) << "args[0]=" << c.args[0] << " error=" << r.error;
+    }
+}
+
+TEST(ServerHostOptions, HelpDocumentsEveryOption) {
+    std::string help = host::ServerUsage("zendola-server");
+    for (const char* option : {"--world", "--ticks", "--rate", "--substeps", "--modules", "--content", "--dir",
+                               "--progress", "--autosave", "--unpaced", "--poses", "--help"})
+        EXPECT_NE(help.find(option), std::string::npos) << option;
+    EXPECT_TRUE(ParseServerOptions({"-h"}).options.help);
+    EXPECT_TRUE(ParseServerOptions({"--ticks", "1", "--help"}).options.help);
+}
+
+TEST(ServerHostOptions, SafeNamesStayInsideTheirFolder) {
+    EXPECT_TRUE(host::IsSafeName("demo"));
+    EXPECT_TRUE(host::IsSafeName("AB_cd-1.2"));
+    EXPECT_FALSE(host::IsSafeName(".."));
+    EXPECT_FALSE(host::IsSafeName("a b"));
+    EXPECT_FALSE(host::IsSafeName("a\\b"));
+    EXPECT_FALSE(host::IsSafeName(std::string(65, 'a')));
+    EXPECT_TRUE(host::IsSafeName(std::string(64, 'a')));
+}

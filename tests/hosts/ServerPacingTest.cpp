@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "ProgressMeter.h"
+#include "StopSignal.h"
+#include "TickPacer.h"
+
+TEST(ServerHostPacing, WaitsForTheNextSlotOfTheSchedule) {
+    host::TickPacer pacer(50.0);  // 20 ms per tick
+    pacer.Start(100.0);
+    EXPECT_NEAR(pacer.Next(100.005), 0.015, 1e-9);  // tick 0 took 5 ms
+    // Slots stay on the schedule start + k / rate, whatever each tick took.
+    EXPECT_NEAR(pacer.Next(100.031), 0.009, 1e-9);
+    EXPECT_NEAR(pacer.Next(100.060), 0.0, 1e-9);
+    EXPECT_EQ(pacer.DroppedTicks(), 0u);
+}
+
+TEST(ServerHostPacing, ASmallDelayIsMadeUpWithoutWaiting) {
+    host::TickPacer pacer(100.0, 0.25);
+    pacer.Start(0.0);
+    EXPECT_EQ(pacer.Next(0.05), 0.0);  // 40 ms late: the next ticks follow at once
+    EXPECT_EQ(pacer.Next(0.05), 0.0);
+    EXPECT_EQ(pacer.Next(0.05), 0.0);
+    EXPECT_EQ(pacer.Next(0.05), 0.0);
+    EXPECT_NEAR(pacer.Next(0.05), 0.0, 1e-9);
+    EXPECT_NEAR(pacer.Next(0.05), 0.01, 1e-9);  // back on the schedule
+    EXPECT_EQ(pacer.DroppedTicks(), 0u);
+}
+
+TEST(ServerHostPacing, ALongStallDropsTicksInsteadOfBursting) {
+    host::TickPacer pacer(100.0, 0.25);
+    pacer.Start(0.0);
+    EXPECT_EQ(pacer.Next(2.0), 0.0);  // 1.99 s behind
+    EXPECT_EQ(pacer.DroppedTicks(), 199u);
+    EXPECT_NEAR(pacer.Next(2.001), 0.009, 1e-9);  // the schedule restarted at 2.0
+}
+
+TEST(ServerHostProgress, LineEveryIntervalWithTheRateOfThatInterval) {
+    host::ProgressMeter meter(1.0);
+    meter.Start(10.0, 0);
+    EXPECT_FALSE(meter.Due(10.5));
+    EXPECT_TRUE(meter.Due(11.0));
+    host::WorldSample s;
+    s.ticks = 120;
+    s.entities = 9;
+    s.bodies = 7;
+    s.resting = 3;
+    s.physicsMs = 0.25;
+    EXPECT_EQ(meter.Line(12.0, s),
+              "tick 120 | 60.0 ticks/s | bodies 7 | resting 3 | entities 9 | physics 0.250 ms/tick");
+    EXPECT_FALSE(meter.Due(12.5));  // the line started a new interval
+    s.ticks = 150;
+    EXPECT_DOUBLE_EQ(meter.TicksPerSecond(13.0, 150), 30.0);
+    EXPECT_NE(meter.Line(13.0, s).find("30.0 ticks/s"), std::string::npos);
+}
+
+TEST(ServerHostProgress, IntervalZeroPrintsNothing) {
+    host::ProgressMeter meter(0.0);
+    meter.Start(0.0, 0);
+    EXPECT_FALSE(meter.Due(1e9));
+}
+
+TEST(ServerHostStopSignal, SigintAndSigtermRaiseTheFlagWithoutEndingTheProcess) {
+    host::InstallStopHandlers();
+    for (int sig : {SIGINT, SIGTERM}) {
+        host::ClearStopRequest();
+        EXPECT_FALSE(host::StopRequested());
+        ASSERT_EQ(std::raise(sig), 0);
+        EXPECT_TRUE(host::StopRequested());
+        EXPECT_EQ(host::StopSignal(), sig);
+    }
+    host::ClearStopRequest();
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+}
+
+TEST(ServerHostStopSignal, ASecondSignalWhileStoppingEndsTheProcess) {
+    pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        host::InstallStopHandlers();
+        std::raise(SIGINT);
+        if (!host::StopRequested()) _exit(3);
+        std::raise(SIGINT);
+        _exit(4);  // not reached when the second signal ends the process
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "exit status " << WEXITSTATUS(status);
+    EXPECT_EQ(WTERMSIG(status), SIGINT);
+}

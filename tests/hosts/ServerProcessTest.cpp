@@ -1,0 +1,258 @@
+// The server program end to end: it runs the demo world in a temporary folder, is stopped by
+// signals, and is started again on the same save folder.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string ReadFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// Entity id -> "module type x y z qw qx qy qz" (exact, in hexadecimal floating point).
+using Poses = std::map<std::string, std::string>;
+
+class ServerProcess : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/zendola-server-test-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        root = pattern;
+        run = root / "run";
+        fs::create_directories(run);
+        // The run folder sees the build's modules and models; saves go to <root>/Zendola-data.
+        fs::create_directory_symlink(fs::path(ZENDOLA_BINARY_DIR) / "modules", run / "modules");
+        fs::create_directory_symlink(fs::path(ZENDOLA_BINARY_DIR) / "data", run / "data");
+        saves = root / "Zendola-data" / "server" / "worlds" / "demo" / "entities";
+    }
+    void TearDown() override {
+        std::error_code ec;
+        fs::remove_all(root, ec);
+    }
+
+    // Starts the server with the run folder and `args`; output goes to <root>/<name>.out/.err.
+    pid_t Start(const std::string& name, std::vector<std::string> args) {
+        args.insert(args.begin(), {ZENDOLA_SERVER_PROGRAM, "--dir", run.string()});
+        std::string out = (root / (name + ".out")).string(), err = (root / (name + ".err")).string();
+        pid_t pid = fork();
+        if (pid == 0) {
+            int o = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            int e = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            dup2(o, 1);
+            dup2(e, 2);
+            std::vector<char*> argv;
+            for (std::string& a : args) argv.push_back(a.data());
+            argv.push_back(nullptr);
+            execv(argv[0], argv.data());
+            _exit(127);
+        }
+        return pid;
+    }
+    // Waits for the process; its exit status, or 128 + signal.
+    static int Wait(pid_t pid) {
+        int status = 0;
+        waitpid(pid, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    int RunToEnd(const std::string& name, const std::vector<std::string>& args) { return Wait(Start(name, args)); }
+    std::string Out(const std::string& name) { return ReadFile(root / (name + ".out")); }
+    std::string Err(const std::string& name) { return ReadFile(root / (name + ".err")); }
+
+    // Waits until the progress output of `name` reports at least `ticks` ticks.
+    bool WaitForTicks(const std::string& name, unsigned long ticks) {
+        for (int i = 0; i < 1200; ++i) {
+            std::istringstream lines(Out(name));
+            std::string line;
+            while (std::getline(lines, line)) {
+                unsigned long n = 0;
+                if (std::sscanf(line.c_str(), "tick %lu |", &n) == 1 && n >= ticks) return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        return false;
+    }
+
+    // The poses written under `label` ("loaded" or "saved") in a --poses file.
+    static Poses ReadPoses(const fs::path& file, const std::string& label) {
+        Poses poses;
+        std::istringstream lines(ReadFile(file));
+        std::string line;
+        while (std::getline(lines, line)) {
+            std::istringstream words(line);
+            std::string what, id;
+            words >> what >> id;
+            if (what != label) continue;
+            std::string rest;
+            std::getline(words, rest);
+            poses[id] = rest;
+        }
+        return poses;
+    }
+
+    // Every file of the save folder with its bytes.
+    std::map<std::string, std::string> SaveFiles() const {
+        std::map<std::string, std::string> files;
+        std::error_code ec;
+        if (!fs::is_directory(saves, ec)) return files;
+        for (const auto& entry : fs::directory_iterator(saves))
+            files[entry.path().filename().string()] = ReadFile(entry.path());
+        return files;
+    }
+
+    fs::path root, run, saves;
+};
+
+TEST_F(ServerProcess, SigtermSavesTheWorldAndARestartRestoresEveryPose) {
+    const std::string poses1 = (root / "poses1.txt").string(), poses2 = (root / "poses2.txt").string();
+    pid_t pid = Start("first", {"--rate", "200", "--progress", "0.25", "--poses", poses1});
+    ASSERT_TRUE(WaitForTicks("first", 300)) << Out("first") << Err("first");
+    ASSERT_EQ(kill(pid, SIGTERM), 0);
+    ASSERT_EQ(Wait(pid), 0) << Err("first");
+    EXPECT_NE(Out("first").find("new world"), std::string::npos) << Out("first");
+    EXPECT_NE(Out("first").find("Stopping on signal 15"), std::string::npos) << Out("first");
+
+    Poses saved = ReadPoses(poses1, "saved");
+    EXPECT_TRUE(ReadPoses(poses1, "loaded").empty());
+    ASSERT_EQ(saved.size(), 13u) << ReadFile(poses1);  // slab, 9 boxes, buoy, vehicle, glider
+    std::map<std::string, std::string> files = SaveFiles();
+    ASSERT_EQ(files.size(), saved.size());
+    for (const auto& [id, pose] : saved) EXPECT_TRUE(files.count(id + ".entitystate")) << id;
+    EXPECT_NE(Out("first").find("Saved 13 entities of world 'demo' to " + fs::canonical(saves).string()),
+              std::string::npos)
+        << Out("first");
+
+    ASSERT_EQ(RunToEnd("second", {"--ticks", "3", "--unpaced", "--poses", poses2}), 0) << Err("second");
+    EXPECT_NE(Out("second").find("13 entities restored"), std::string::npos) << Out("second");
+    Poses loaded = ReadPoses(poses2, "loaded");
+    EXPECT_EQ(loaded, saved);  // same ids, kinds and bit-identical positions and rotations
+}
+
+TEST_F(ServerProcess, SigkillMidRunLeavesTheLastSaveLoadable) {
+    const std::string poses1 = (root / "poses1.txt").string(), poses3 = (root / "poses3.txt").string();
+    ASSERT_EQ(RunToEnd("first", {"--ticks", "50", "--unpaced", "--poses", poses1}), 0) << Err("first");
+    std::map<std::string, std::string> before = SaveFiles();
+    ASSERT_EQ(before.size(), 13u);
+
+    pid_t pid = Start("killed", {"--rate", "200", "--progress", "0.25"});
+    ASSERT_TRUE(WaitForTicks("killed", 200)) << Out("killed") << Err("killed");
+    ASSERT_EQ(kill(pid, SIGKILL), 0);
+    EXPECT_EQ(Wait(pid), 128 + SIGKILL);
+    EXPECT_EQ(SaveFiles(), before);  // no file torn, none left behind half-written
+
+    ASSERT_EQ(RunToEnd("third", {"--ticks", "1", "--unpaced", "--poses", poses3}), 0) << Err("third");
+    EXPECT_EQ(ReadPoses(poses3, "loaded"), ReadPoses(poses1, "saved"));
+}
+
+TEST_F(ServerProcess, SigkillOfANewWorldLeavesANewWorld) {
+    pid_t pid = Start("killed", {"--rate", "200", "--progress", "0.25"});
+    ASSERT_TRUE(WaitForTicks("killed", 100)) << Out("killed") << Err("killed");
+    ASSERT_EQ(kill(pid, SIGKILL), 0);
+    Wait(pid);
+    ASSERT_EQ(RunToEnd("again", {"--ticks", "1", "--unpaced"}), 0) << Err("again");
+    EXPECT_NE(Out("again").find("new world"), std::string::npos) << Out("again");
+}
+
+TEST_F(ServerProcess, AutosavesLetANewWorldSurviveSigkill) {
+    const std::string poses = (root / "poses.txt").string();
+    pid_t pid = Start("killed", {"--rate", "200", "--progress", "0.25", "--autosave", "0.5"});
+    for (int i = 0; i < 600 && Out("killed").find("Autosaved 13 entities") == std::string::npos; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ASSERT_NE(Out("killed").find("Autosaved 13 entities"), std::string::npos) << Out("killed") << Err("killed");
+    ASSERT_EQ(kill(pid, SIGKILL), 0);
+    Wait(pid);
+    ASSERT_EQ(SaveFiles().size(), 13u);
+
+    ASSERT_EQ(RunToEnd("again", {"--ticks", "1", "--unpaced", "--poses", poses}), 0) << Err("again");
+    EXPECT_NE(Out("again").find("13 entities restored"), std::string::npos) << Out("again");
+    EXPECT_EQ(ReadPoses(poses, "loaded").size(), 13u);
+}
+
+TEST_F(ServerProcess, AnUnreadableSaveStopsTheRunAndTouchesNoFile) {
+    ASSERT_EQ(RunToEnd("first", {"--ticks", "5", "--unpaced"}), 0) << Err("first");
+    std::map<std::string, std::string> files = SaveFiles();
+    ASSERT_EQ(files.size(), 13u);
+    // One entity's file loses its version and everything after it.
+    const std::string victim = files.begin()->first;
+    { std::ofstream(saves / victim, std::ios::binary | std::ios::trunc) << "ZENDOLA!ENTITY !"; }
+    files = SaveFiles();
+
+    EXPECT_EQ(RunToEnd("broken", {"--ticks", "5", "--unpaced"}), 1);
+    EXPECT_NE(Err("broken").find("cannot load world 'demo'"), std::string::npos) << Err("broken");
+    EXPECT_EQ(Out("broken").find("Saved"), std::string::npos) << Out("broken");
+    EXPECT_EQ(SaveFiles(), files);
+
+    // A stray file whose name is no entity id is an error of the same kind.
+    { std::ofstream(saves / "notes.entitystate") << "x"; }
+    files = SaveFiles();
+    fs::remove(saves / victim);
+    files.erase(victim);
+    EXPECT_EQ(RunToEnd("stray", {"--ticks", "5", "--unpaced"}), 1);
+    EXPECT_NE(Err("stray").find("UniqueId string length should be 28"), std::string::npos) << Err("stray");
+    EXPECT_EQ(SaveFiles(), files);
+}
+
+TEST_F(ServerProcess, AWorldRunWithoutItsContentModuleKeepsItsEntitiesForLater) {
+    const std::string poses1 = (root / "poses1.txt").string(), poses3 = (root / "poses3.txt").string();
+    ASSERT_EQ(RunToEnd("first", {"--ticks", "5", "--unpaced", "--poses", poses1}), 0) << Err("first");
+    std::map<std::string, std::string> files = SaveFiles();
+    ASSERT_EQ(files.size(), 13u);
+
+    // The entity kinds are unknown without the content module: nothing is restored, no scene is
+    // made over the old world, and the files stay as they were.
+    ASSERT_EQ(RunToEnd("bare", {"--ticks", "5", "--unpaced", "--content="}), 0) << Err("bare");
+    EXPECT_NE(Err("bare").find("demo.ZENDOLA_Mod is not loaded"), std::string::npos) << Err("bare");
+    EXPECT_EQ(SaveFiles(), files);
+
+    ASSERT_EQ(RunToEnd("third", {"--ticks", "1", "--unpaced", "--poses", poses3}), 0) << Err("third");
+    EXPECT_EQ(ReadPoses(poses3, "loaded"), ReadPoses(poses1, "saved"));
+}
+
+TEST_F(ServerProcess, AWorldThatCannotBeSavedEndsWithAnError) {
+    // A file where the save folder should be: no entity file can be written.
+    fs::create_directories(saves.parent_path());
+    { std::ofstream(saves) << "in the way"; }
+    EXPECT_EQ(RunToEnd("blocked", {"--ticks", "3", "--unpaced"}), 1);
+    EXPECT_NE(Err("blocked").find("could not save 13 of 13 entities of world 'demo'"), std::string::npos)
+        << Err("blocked");
+    EXPECT_EQ(Out("blocked").find("Saved"), std::string::npos) << Out("blocked");
+    EXPECT_EQ(ReadFile(saves), "in the way");
+}
+
+TEST_F(ServerProcess, BadCommandLinesAndMissingModulesFailBeforeAnySave) {
+    EXPECT_EQ(RunToEnd("option", {"--ticks", "ten"}), 2);
+    EXPECT_NE(Err("option").find("option --ticks: 'ten'"), std::string::npos) << Err("option");
+
+    fs::path empty = root / "empty";
+    fs::create_directories(empty);
+    EXPECT_EQ(RunToEnd("nomods", {"--dir", empty.string(), "--ticks", "1"}), 1);
+    EXPECT_NE(Err("nomods").find("no modules folder"), std::string::npos) << Err("nomods");
+
+    EXPECT_EQ(RunToEnd("missing", {"--modules", "nosuch", "--ticks", "1"}), 1);
+    EXPECT_NE(Err("missing").find("server module 'nosuch' not found"), std::string::npos) << Err("missing");
+    EXPECT_EQ(RunToEnd("content", {"--content", "demo,nosuch", "--ticks", "1"}), 1);
+    EXPECT_NE(Err("content").find("content module 'nosuch' not found"), std::string::npos) << Err("content");
+    EXPECT_FALSE(fs::exists(root / "Zendola-data"));
+
+    EXPECT_EQ(RunToEnd("help", {"--help"}), 0);
+    EXPECT_NE(Out("help").find("--substeps N"), std::string::npos);
+}
+
+}  // namespace
