@@ -284,10 +284,6 @@ void ServerSideEntity::RefreshCache() {
     if (ancestorAwake) atRest = false;
 }
 
-void ServerSideEntity::PhysicsUpdate(double, int) {
-    // The rigid-body step is not built yet: entities keep the poses their interfaces give them.
-}
-
 // ---------------------------------------------------------------------------------------------
 // Tree
 

@@ -63,11 +63,23 @@ public:
     glm::dvec3 frameAcceleration{0.0};  // of the frame the body lives in
     double displacedVolume = 0;
 
-    explicit Rigidbody(std::shared_ptr<Entity>& owner)
-        : entity(owner), rotation(owner->rotation), id(owner->id), centerOfMass(owner->centerOfMass) {
+    explicit Rigidbody(std::shared_ptr<Entity>& owner) { Reset(owner); }
+    // A body kept for reuse starts with room for a few colliders.
+    Rigidbody() { colliders.reserve(4); }
+
+    // Rebuilds the body from its entity as the constructor does, keeping the memory of the
+    // collider list so a body can be reused from frame to frame.
+    void Reset(std::shared_ptr<Entity>& owner) {
+        entity = owner;
+        rotation = owner->rotation;
+        id = owner->id;
+        centerOfMass = owner->centerOfMass;
+        frameAcceleration = glm::dvec3(0.0);
+        displacedVolume = 0;
         position = owner->position + rotation * centerOfMass;
         boundsMin = owner->boundsMin - centerOfMass;
         boundsMax = owner->boundsMax - centerOfMass;
+        colliders.clear();
         colliders.reserve(owner->colliders.size());
         for (const auto& entry : owner->colliders) {
             if (!entry.second.enabled) continue;
@@ -81,6 +93,12 @@ public:
             boundsMax = glm::max(boundsMax, glm::max(p0, p1));
         }
         ComputeBounds();
+    }
+
+    // Drops the references to the entity and to the colliders' shared parts, keeping the memory.
+    void Release() {
+        entity.reset();
+        colliders.clear();
     }
 
     // boundsCenter, radius and boundsCenterWorld from boundsMin and boundsMax.
@@ -143,10 +161,33 @@ public:
     // Set by the physics step from the game's debug switch: contacts then leave debug lines.
     static inline bool recordDebugLines = false;
 
-    DynamicRigidbody(std::shared_ptr<Entity>& owner, double deltaTime) : Base(owner) {
+    DynamicRigidbody(std::shared_ptr<Entity>& owner, double deltaTime) { Reset(owner, deltaTime); }
+    // A body kept for reuse starts with room for a crowd of contacts, so that its lists rarely grow.
+    DynamicRigidbody() {
+        dynamicCandidates.reserve(32);
+        fixedCandidates.reserve(32);
+        staticContactNormals.reserve(64);
+        staticRelativeContactPoints.reserve(64);
+    }
+
+    // Rebuilds the body from its entity as the constructor does; every list keeps its memory.
+    void Reset(std::shared_ptr<Entity>& owner, double deltaTime) {
+        Base::Reset(owner);
         QUORL_ASSERT_AT(deltaTime > 0, detail::kRigidbodyPath, 179);
         const double mass = owner->mass;
         QUORL_ASSERT_AT(mass > 0, detail::kRigidbodyPath, 181);
+        restCount = 0;
+        touchingParent = false;
+        touchingEnvironment = false;
+        potentialNewParent.reset();
+        parentBody = nullptr;
+        dynamicCandidates.clear();
+        fixedCandidates.clear();
+        aerodynamicSurfaces.clear();
+        staticContactNormals.clear();
+        staticRelativeContactPoints.clear();
+        debugLines.clear();
+        debugColliders.clear();
         largestTouchedRadius = radius;
         invMass = 1.0 / mass;
         ComputeInertiaTensor();
@@ -158,6 +199,15 @@ public:
         interactsWithEnvironment = owner->interactsWithEnvironment;
         ignoredIds = owner->ignoredEntities;
         broadphaseRadius = radius + 0.5 * deltaTime * glm::length(velocity);
+    }
+
+    void Release() {
+        Base::Release();
+        potentialNewParent.reset();
+        parentBody = nullptr;
+        dynamicCandidates.clear();
+        fixedCandidates.clear();
+        debugColliders.clear();
     }
 
     // Inverse world inertia of a solid box of the body's bounds and mass.
@@ -498,12 +548,38 @@ private:
             placedB.transform = b.transform;
             holds = as.callback(this, &placedA, &placedB, collision, walk.deltaTime);
         }
-        if (holds) AddStaticContactPoint(collision.normal, collision.position);
+        if (holds) {
+            AddStaticContactPoint(collision.normal, collision.position);
+            AddSupportPoints(a, b, collision.normal);
+        }
         if (collision.depth > 0) {
             RespondToCollision(this, collision, as.friction * bs.friction);
             walk.minFriction = std::min({bs.friction, as.friction, walk.minFriction});
         }
         walk.touched = true;
+    }
+
+    // The contact test reports one point per pair: the first corner of the smaller shape found
+    // inside the other. A body lying on a face touches along a whole area, and with one point per
+    // substep it would collect the same corner again and again and never pass the rest test. The
+    // corners of each shape that lie inside the other's box outline that area, so they are kept as
+    // support points too; the response stays the single impulse at the reported contact.
+    void AddSupportPoints(const Placed& a, const Placed& b, const glm::dvec3& normal) {
+        if (a.shape->isSphere || b.shape->isSphere) return;
+        AddCornersInside(a, b, normal);
+        AddCornersInside(b, a, normal);
+    }
+
+    void AddCornersInside(const Placed& corners, const Placed& box, const glm::dvec3& normal) {
+        const glm::dmat4 toBox = glm::affineInverse(box.transform) * corners.transform;
+        const glm::dvec3 lo(box.shape->box_min), hi(box.shape->box_max);
+        const uint32_t count = std::min<uint32_t>(corners.shape->vertexCount, 8);
+        for (uint32_t i = 0; i < count; ++i) {
+            const glm::dvec4 v(glm::dvec3(corners.shape->vertices[i]), 1.0);
+            const glm::dvec3 q(toBox * v);
+            if (glm::all(glm::greaterThanEqual(q, lo)) && glm::all(glm::lessThanEqual(q, hi)))
+                AddStaticContactPoint(normal, glm::dvec3(corners.transform * v));
+        }
     }
 
     // A red line from the contact along its normal, in the body's own space.

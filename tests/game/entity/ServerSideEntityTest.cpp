@@ -267,11 +267,10 @@ TEST_F(EntityServerSide, TickHooksRunOnlyWhenInitialized) {
     EXPECT_EQ(c->after, 1);
 }
 
-// Counts allocations made on this thread while armed.
-namespace {
+// Counts allocations made on this thread while armed. Other tests of this binary arm it too
+// (declared in tests/game/AllocationCounter.h).
 thread_local bool countAllocations = false;
 thread_local size_t allocations = 0;
-}  // namespace
 
 void* operator new(size_t size) {
     if (countAllocations) ++allocations;

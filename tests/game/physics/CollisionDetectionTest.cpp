@@ -245,7 +245,8 @@ TEST(PhysicsContact, ContainersAreTestedThroughTheirChildren) {
     // Against the post: pushed out and the ground counts as touched.
     Body hit = hover({2.6, 0, -0.5});
     EXPECT_GT(hit.position.x, 2.6);
-    EXPECT_EQ(hit.staticRelativeContactPoints.size(), 1u);
+    // The reported contact, and the corners of the touching faces as support points.
+    EXPECT_FALSE(hit.staticRelativeContactPoints.empty());
     EXPECT_EQ(hit.potentialNewParent.lock(), ground);
 }
 

@@ -1,0 +1,237 @@
+// One physics tick of a pile of N boxes (1 m, 100 kg) dropped onto a 20 m slab: dt 1/60 and 4
+// substeps, 240 ticks after the first one (fall, impacts, settling). The same scene runs in
+// Bullet (box shapes, restitution 0, one thread) in the same process; its time per tick and the
+// ratio (ours / Bullet) are reported beside ours. Heap allocations per tick are counted through
+// the global operator new. Bullet is compiled in when the build defines ZENDOLA_HAVE_BULLET and
+// links it; without it only our runs are made.
+// Replacing operator new and delete: GCC then sees frees of memory from operator new in inlined
+// library code and warns wrongly.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#if defined(ZENDOLA_HAVE_BULLET)
+#include <btBulletDynamicsCommon.h>
+#endif
+
+#include "game/Game.h"
+#include "game/entity/EntityConfig.h"
+#include "game/entity/ServerSideEntity.h"
+#include "quorl/cpu/Profiler.h"
+
+namespace {
+std::atomic<uint64_t> gAllocations{0};
+}  // namespace
+
+void* operator new(std::size_t size) {
+    gAllocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+
+namespace {
+
+using game::Game;
+using game::entity::EntityConfig;
+using game::entity::Id;
+using game::entity::ServerSideEntity;
+
+constexpr double kDt = 1.0 / 60.0;
+constexpr int kSubsteps = 4;
+constexpr int kTicks = 240;
+constexpr game::entity::EnvironmentId kEnv = 1;
+constexpr const char* kModule = "BENCH_physicsstep";
+
+std::map<int64_t, std::pair<double, double>> gZendolaMsPerTick;  // real and CPU time
+
+// Box centres of the pile: layers of 4 boxes up, columns on a square grid, small gaps.
+std::vector<glm::dvec3> Pile(int n) {
+    const int layers = 4;
+    const int perLayer = (n + layers - 1) / layers;
+    int side = 1;
+    while (side * side < perLayer) ++side;
+    std::vector<glm::dvec3> out;
+    for (int i = 0; i < n; ++i) {
+        const int layer = i / perLayer, k = i % perLayer;
+        const double x = (k % side - (side - 1) * 0.5) * 1.05, z = (k / side - (side - 1) * 0.5) * 1.05;
+        out.push_back({x + 0.01 * layer, 0.6 + 1.1 * layer, z});
+    }
+    return out;
+}
+
+// data/models of the source tree: beside this file's folder, or found from the working directory
+// (a build folder two levels down, or the tree itself), or under $ZENDOLA_SOURCE_DIR.
+std::filesystem::path ModelFolder() {
+    std::vector<std::filesystem::path> candidates{std::filesystem::path(__FILE__).parent_path().parent_path(), "../..",
+                                                  "."};
+    if (const char* root = std::getenv("ZENDOLA_SOURCE_DIR")) candidates.insert(candidates.begin(), root);
+    for (const auto& root : candidates) {
+        std::error_code ec;
+        if (std::filesystem::exists(root / "data" / "models" / "cube.ini", ec)) return root / "data" / "models";
+    }
+    return {};
+}
+
+std::string ModelPath(const std::string& type) { return (ModelFolder() / (type + ".ini")).string(); }
+
+void RegisterModels() {
+    for (const char* type : {"cube", "slab"}) {
+        auto config = std::make_shared<EntityConfig>(ModelPath(type));
+        ServerSideEntity::_registered_interfaces[kModule][type] = {
+            config, [] { return std::make_shared<ServerSideEntity::Interface>(); }};
+    }
+    Game::_environmentFunctions[kEnv] = [](const glm::dvec3& p, game::physics::EnvironmentInfoFlags flags,
+                                           const double&) {
+        game::physics::EnvironmentInfo info;
+        info.gravity = {0, -9.81, 0};
+        info.altitude = p.y + 100;
+        if (flags & 1) {
+            info.collision.position = {p.x, -100, p.z};
+            info.collision.normal = {0, 1, 0};
+            info.collision.depth = -100 - p.y;
+        }
+        info.density = 1.2;
+        info.viscosity = 1.5e-5;
+        return info;
+    };
+}
+
+std::shared_ptr<ServerSideEntity> Spawn(const char* type, glm::dvec3 position, bool detachable) {
+    auto e = ServerSideEntity::Create<ServerSideEntity>(quorl::modular::ModuleID(kModule), type, Id());
+    e->deleteFilesOnDestroy = false;
+    e->isRigidbody = true;
+    e->isDetachable = detachable;
+    e->relativeEnvironmentId = kEnv;
+    e->position = position;
+    return e;
+}
+
+void BM_ZendolaPile(benchmark::State& state) {
+    if (ModelFolder().empty()) {
+        state.SkipWithError("data/models not found: run from the build folder or set ZENDOLA_SOURCE_DIR");
+        for (auto _ : state) {
+        }
+        return;
+    }
+    RegisterModels();
+    const int n = int(state.range(0));
+    std::vector<std::shared_ptr<ServerSideEntity>> entities{Spawn("slab", {0, 0, 0}, false)};
+    for (const glm::dvec3& p : Pile(n)) entities.push_back(Spawn("cube", p, true));
+    // The first tick sizes the step's storage; allocations are counted from the second on.
+    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    const uint64_t before = gAllocations.load();
+    for (auto _ : state) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    const double ticks = double(state.iterations());
+    state.counters["allocs/tick"] = double(gAllocations.load() - before) / ticks;
+    int resting = 0;
+    for (auto& e : entities) resting += e->isDetachable && e->restTime >= 1.0;
+    state.counters["resting"] = resting;
+    for (auto& e : entities) ServerSideEntity::Destroy(e->id);
+    // Where the time went, with ZENDOLA_BENCH_PROFILE set.
+    if (std::getenv("ZENDOLA_BENCH_PROFILE")) {
+        for (const auto& entry : quorl::cpu::Profiler::Snapshot())
+            if (entry.path.find("PhysicsUpdate") != std::string::npos)
+                std::fprintf(stderr, "%-90s %10llu calls %10.3f ms\n", entry.path.c_str(),
+                             static_cast<unsigned long long>(entry.count), entry.totalMs);
+        quorl::cpu::Profiler::ResetAll();
+    }
+}
+
+#if defined(ZENDOLA_HAVE_BULLET)
+void BM_BulletPile(benchmark::State& state) {
+    const int n = int(state.range(0));
+    btDefaultCollisionConfiguration configuration;
+    btCollisionDispatcher dispatcher(&configuration);
+    btDbvtBroadphase broadphase;
+    btSequentialImpulseConstraintSolver solver;
+    btDiscreteDynamicsWorld world(&dispatcher, &broadphase, &solver, &configuration);
+    world.setGravity(btVector3(0, -9.81, 0));
+
+    btBoxShape slabShape(btVector3(10, 0.25, 10));
+    btBoxShape boxShape(btVector3(0.5, 0.5, 0.5));
+    std::vector<std::unique_ptr<btDefaultMotionState>> motions;
+    std::vector<std::unique_ptr<btRigidBody>> bodies;
+    auto add = [&](btCollisionShape* shape, double mass, const glm::dvec3& p) {
+        btTransform t;
+        t.setIdentity();
+        t.setOrigin(btVector3(p.x, p.y, p.z));
+        motions.push_back(std::make_unique<btDefaultMotionState>(t));
+        btVector3 inertia(0, 0, 0);
+        if (mass > 0) shape->calculateLocalInertia(mass, inertia);
+        btRigidBody::btRigidBodyConstructionInfo info(mass, motions.back().get(), shape, inertia);
+        info.m_restitution = 0;
+        bodies.push_back(std::make_unique<btRigidBody>(info));
+        world.addRigidBody(bodies.back().get());
+    };
+    add(&slabShape, 0, {0, -0.25, 0});
+    for (const glm::dvec3& p : Pile(n)) add(&boxShape, 100, p);
+
+    world.stepSimulation(kDt, kSubsteps, kDt / kSubsteps);
+    const uint64_t before = gAllocations.load();
+    for (auto _ : state) world.stepSimulation(kDt, kSubsteps, kDt / kSubsteps);
+    const double ticks = double(state.iterations());
+    state.counters["allocs/tick"] = double(gAllocations.load() - before) / ticks;
+    for (auto& body : bodies) world.removeRigidBody(body.get());
+}
+#endif
+
+// Runs both in turn for each N so that the ratio is taken within one run.
+void BM_Compare(benchmark::State& state) {
+    if (state.range(1) == 0) {
+        BM_ZendolaPile(state);
+        return;
+    }
+#if defined(ZENDOLA_HAVE_BULLET)
+    BM_BulletPile(state);
+#else
+    state.SkipWithError("built without Bullet");
+    for (auto _ : state) {
+    }
+#endif
+}
+
+}  // namespace
+
+BENCHMARK(BM_Compare)
+    ->ArgNames({"boxes", "bullet"})
+    ->ArgsProduct({{64, 256, 1024}, {0, 1}})
+    ->Iterations(kTicks)
+    ->Unit(benchmark::kMillisecond);
+
+// Prints per N: our ms per tick, Bullet's, and the ratio.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run& run : runs) {
+            const std::string name = run.benchmark_name();
+            const double ms = run.GetAdjustedRealTime(), cpu = run.GetAdjustedCPUTime();
+            const int64_t boxes = std::atoll(name.substr(name.find("boxes:") + 6).c_str());
+            if (name.find("bullet:0") != std::string::npos) {
+                gZendolaMsPerTick[boxes] = {ms, cpu};
+            } else if (gZendolaMsPerTick.count(boxes)) {
+                const auto [ours, oursCpu] = gZendolaMsPerTick[boxes];
+                std::printf("boxes %lld: zendola %.3f ms/tick (cpu %.3f), bullet %.3f ms/tick (cpu %.3f), ratio %.2f (cpu %.2f)\n",
+                            static_cast<long long>(boxes), ours, oursCpu, ms, cpu, ours / ms, oursCpu / cpu);
+            }        }
+    }
+};
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}

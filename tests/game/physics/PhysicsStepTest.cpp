@@ -1,0 +1,391 @@
+// The whole physics step with real entities: models from data/models, a flat test environment
+// (ground at a height, water below a level, gravity -9.81 along y), ticks through Game::ServerUpdate.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <mutex>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "../AllocationCounter.h"
+#include "PhysicsStepReference.h"
+#include "game/Game.h"
+#include "game/entity/EntityConfig.h"
+#include "game/entity/ServerSideEntity.h"
+
+namespace physics_step_test {
+namespace {
+
+using game::entity::EntityConfig;
+using quorl::modular::ModuleID;
+
+constexpr const char* kModule = "TEST_physicsstep";
+constexpr EnvironmentId kEnv = 41;
+constexpr double kDt = 1.0 / 60.0;
+constexpr int kSubsteps = 4;
+
+struct FlatWorld {
+    double groundHeight = -100;
+    double waterLevel = -1e9;  // water below this height
+    int queries = 0;
+    game::physics::EnvironmentInfo Query(const glm::dvec3& p, game::physics::EnvironmentInfoFlags flags) {
+        ++queries;
+        game::physics::EnvironmentInfo info;
+        info.gravity = {0, -9.81, 0};
+        info.altitude = p.y - groundHeight;
+        if (flags & 1) {
+            info.collision.position = {p.x, groundHeight, p.z};
+            info.collision.normal = {0, 1, 0};
+            info.collision.depth = groundHeight - p.y;
+        }
+        const bool water = p.y < waterLevel;
+        info.density = water ? 1000 : 1.2;
+        info.viscosity = water ? 9.5e-4 : 1.5e-5;
+        info.pressure = 101325;
+        return info;
+    }
+};
+
+class PhysicsStep : public ::testing::Test {
+protected:
+    FlatWorld world;
+    std::vector<std::shared_ptr<ServerSideEntity>> made;
+
+    void SetUp() override {
+        for (const char* type : {"cube", "slab", "vehicle"}) {
+            auto config = std::make_shared<EntityConfig>(std::string(ZENDOLA_SOURCE_DIR) + "/data/models/" + type + ".ini");
+            ServerSideEntity::_registered_interfaces[kModule][type] = {
+                config, [] { return std::make_shared<ServerSideEntity::Interface>(); }};
+        }
+        Game::_environmentFunctions[kEnv] = [this](const glm::dvec3& p, game::physics::EnvironmentInfoFlags f,
+                                                   const double&) { return world.Query(p, f); };
+        Game::debugServerSidePhysics = false;
+    }
+    void TearDown() override {
+        for (auto& e : made) ServerSideEntity::Destroy(e->id);
+        made.clear();
+        Game::_environmentFunctions.erase(kEnv);
+        ServerSideEntity::_registered_interfaces.erase(kModule);
+        Game::debugServerSidePhysics = false;
+    }
+
+    std::shared_ptr<ServerSideEntity> Spawn(const std::string& type, glm::dvec3 position, bool detachable = true) {
+        auto e = ServerSideEntity::Create<ServerSideEntity>(ModuleID(kModule), type, Id());
+        e->deleteFilesOnDestroy = false;
+        e->isRigidbody = true;
+        e->isDetachable = detachable;
+        e->relativeEnvironmentId = kEnv;
+        e->position = position;
+        made.push_back(e);
+        return e;
+    }
+    std::shared_ptr<ServerSideEntity> Slab() { return Spawn("slab", {0, 0, 0}, false); }
+
+    // Makes `part` a component of `root`, placed at `offset` in the root's space.
+    void Attach(const std::shared_ptr<ServerSideEntity>& root, const std::shared_ptr<ServerSideEntity>& part,
+                glm::dvec3 offset) {
+        part->isComponent = true;
+        part->parentEntity = root->id;
+        part->position = offset;
+    }
+
+    static void Tick(int count = 1) {
+        for (int i = 0; i < count; ++i) Game::ServerUpdate(kDt, kSubsteps);
+    }
+};
+
+// The pose and motion of an entity, the state the step writes.
+struct State {
+    glm::dvec3 position, velocity, angularVelocity, localAcceleration, linearImpulse, angularImpulse, external;
+    glm::dquat rotation;
+    double restTime;
+    Id parent;
+    bool nodesMoved;
+    static State Of(const ServerSideEntity& e) {
+        return {e.position,       e.velocity,       e.angularVelocity, e.localAcceleration, e.linearImpulse,
+                e.angularImpulse, e.externalAcceleration, e.rotation,  e.restTime,          e.parentEntity,
+                e.nodesMoved};
+    }
+    void To(ServerSideEntity& e) const {
+        e.position = position;
+        e.velocity = velocity;
+        e.angularVelocity = angularVelocity;
+        e.localAcceleration = localAcceleration;
+        e.linearImpulse = linearImpulse;
+        e.angularImpulse = angularImpulse;
+        e.externalAcceleration = external;
+        e.rotation = rotation;
+        e.restTime = restTime;
+        e.parentEntity = parent;
+        e.nodesMoved = nodesMoved;
+    }
+    bool operator==(const State&) const = default;
+};
+
+TEST_F(PhysicsStep, BoxDroppedOnSlabSettlesWithoutBouncingAndRests) {
+    Slab();
+    auto box = Spawn("cube", {0.3, 2.0, -0.2});
+    double lowest = 10;
+    bool landed = false;
+    int restedAt = -1;
+    for (int frame = 0; frame < 900 && restedAt < 0; ++frame) {
+        Tick();
+        const double y = box->GetPositionAtCenterOfMass().y;
+        if (landed) {
+            EXPECT_LT(y, lowest + 0.02) << "bounced at frame " << frame;
+        }
+        lowest = std::min(lowest, y);
+        if (y < 0.6) landed = true;
+        if (box->restTime >= 1.0) restedAt = frame;
+    }
+    ASSERT_GE(restedAt, 0) << "the box never came to rest";
+    EXPECT_NEAR(box->GetPositionAtCenterOfMass().y, 0.5, 0.02);
+    const State rest = State::Of(*box);
+    for (int frame = 0; frame < 120; ++frame) {
+        Tick();
+        EXPECT_EQ(box->position, rest.position) << "frame " << frame;
+        EXPECT_EQ(box->rotation, rest.rotation) << "frame " << frame;
+    }
+}
+
+// One pass over a flat contact: the reported corner alone could never outline the face the box
+// lies on; with the corners of the touching faces the rest test sees the centre of mass supported.
+TEST_F(PhysicsStep, FlatContactGivesTheRestTestTheWholeFace) {
+    std::shared_ptr<ServerSideEntity> slab = Slab();
+    std::shared_ptr<ServerSideEntity> box = Spawn("cube", {0.2, 0.499, -0.1});
+    RefFixed fixed(slab);
+    RefDynamic body(box, kDt);
+    body.fixedCandidates.push_back(&fixed);
+    body.CollisionDetection(kDt / kSubsteps);
+    EXPECT_GE(body.staticRelativeContactPoints.size(), 4u);
+    glm::dvec3 normal;
+    EXPECT_TRUE(body.GetStaticContact(normal));
+    EXPECT_NEAR(normal.y, 1.0, 1e-9);
+    EXPECT_EQ(body.restCount, 1.0);
+}
+
+// A stack built box by box on a slab, each box set down in the slab's frame (a body that lands on
+// the slab joins it; a top-level box and a child of the slab live in different frames and never
+// meet). Each box comes to rest on the one below, and the stack then stands.
+TEST_F(PhysicsStep, StackOfBoxesStands) {
+    auto slab = Slab();
+    std::vector<std::shared_ptr<ServerSideEntity>> boxes;
+    for (int i = 0; i < 3; ++i) {
+        boxes.push_back(Spawn("cube", {0.0, 0.501 + 1.001 * i, 0}));
+        boxes.back()->parentEntity = slab->id;
+        int frames = 0;
+        while (boxes.back()->restTime < 1.0 && frames < 300) {
+            Tick();
+            ++frames;
+        }
+        EXPECT_LT(frames, 300) << "box " << i << " did not come to rest";
+    }
+    Tick(300);
+    for (int i = 0; i < 3; ++i) {
+        const glm::dvec3 p = boxes[i]->GetPositionAtCenterOfMass();
+        EXPECT_NEAR(p.y, 0.5 + i, 0.05) << "box " << i;
+        EXPECT_NEAR(p.x, 0.0, 0.05) << "box " << i;
+        EXPECT_GE(boxes[i]->restTime, 1.0) << "box " << i;
+        EXPECT_EQ(boxes[i]->parentEntity, slab->id) << "box " << i;
+    }
+}
+
+TEST_F(PhysicsStep, VehicleOfComponentsFallsLandsAndKeepsItsShape) {
+    Slab();
+    auto root = Spawn("cube", {0, 3, 0});
+    auto left = Spawn("cube", {});
+    auto right = Spawn("cube", {});
+    Attach(root, left, {-1.5, -0.5, 0});
+    Attach(root, right, {1.5, -0.5, 0});
+    const double rootMass = root->mass;
+    Tick(420);
+    // The components hold the vehicle: their bottoms, 1 m under the root's centre, touch the slab.
+    EXPECT_NEAR(root->GetPositionAtCenterOfMass().y, 1.0, 0.05);
+    EXPECT_NEAR(glm::dot(root->rotation * glm::dvec3(0, 1, 0), glm::dvec3(0, 1, 0)), 1.0, 1e-3);
+    EXPECT_EQ(left->position, glm::dvec3(-1.5, -0.5, 0));
+    EXPECT_EQ(right->position, glm::dvec3(1.5, -0.5, 0));
+    EXPECT_EQ(root->mass, rootMass);
+}
+
+TEST_F(PhysicsStep, BoxInTheOceanFloats) {
+    world.waterLevel = 0;
+    world.groundHeight = -50;
+    auto box = Spawn("cube", {0, 1, 0});
+    for (auto& [name, c] : box->colliders) c.displacement = 1;  // a module's choice: the box is sealed
+    Tick(600);
+    // Buoyancy is sampled at one random point per substep, so the box bobs; but it stays at the
+    // surface: it neither sinks to the floor nor leaves the water, and on average it floats high.
+    double sum = 0;
+    for (int frame = 0; frame < 240; ++frame) {
+        Tick();
+        const double y = box->GetPositionAtCenterOfMass().y;
+        ASSERT_GT(y, -2.0) << "frame " << frame;
+        ASSERT_LT(y, 4.0) << "frame " << frame;
+        sum += y;
+    }
+    EXPECT_GT(sum / 240, -0.5);
+    EXPECT_LT(sum / 240, 2.0);
+}
+
+TEST_F(PhysicsStep, FastBodyOutsideAnEnvironmentTakesOneWholeStepWithoutEnvironment) {
+    auto body = Spawn("cube", {0, 0, 0});
+    body->relativeEnvironmentId = 0;
+    body->parentEnvironmentId = kEnv;
+    body->velocity = {3000, 0, 0};
+    body->externalAcceleration = {0, 6, 0};
+    world.queries = 0;
+    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    EXPECT_EQ(world.queries, 0);
+    EXPECT_DOUBLE_EQ(body->position.x, 3000 * kDt);
+    EXPECT_DOUBLE_EQ(body->position.y, 0.5 * 6 * kDt * kDt);
+    EXPECT_DOUBLE_EQ(body->velocity.y, 6 * kDt);
+    // A resting one outside an environment has no body at all.
+    body->restTime = 1.0;
+    const glm::dvec3 at = body->position;
+    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    EXPECT_EQ(body->position, at);
+}
+
+TEST_F(PhysicsStep, EnvironmentWithoutFunctionThrowsAndReleasesTheLock) {
+    auto box = Spawn("cube", {0, 5, 0});
+    box->relativeEnvironmentId = 7;
+    try {
+        ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+        FAIL() << "no exception";
+    } catch (const std::out_of_range& e) {
+        EXPECT_STREQ(e.what(), "unordered_map::at");
+    }
+    std::unique_lock lock(ServerSideEntity::_sharedObjectsMutex, std::try_to_lock);
+    EXPECT_TRUE(lock.owns_lock());
+    lock.unlock();
+    // The step is whole again once the environment is known.
+    box->relativeEnvironmentId = kEnv;
+    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    EXPECT_LT(box->position.y, 5.0);
+}
+
+TEST_F(PhysicsStep, BodyKindsAndEdgeCases) {
+    auto resting = Spawn("cube", {5, 0.5, 0});
+    resting->restTime = 1.0;
+    auto weightless = Spawn("cube", {-5, 3, 0});
+    weightless->mass = 0;
+    weightless->velocity = {1, 0, 0};
+    auto orphanRoot = Spawn("cube", {0, 9, 0});
+    orphanRoot->isRigidbody = false;  // has no body, so its component adds nothing anywhere
+    auto orphan = Spawn("cube", {});
+    Attach(orphanRoot, orphan, {0, 1, 0});
+    resting->nodesMoved = weightless->nodesMoved = true;
+
+    Tick();
+    EXPECT_EQ(resting->position, glm::dvec3(5, 0.5, 0));  // fixed: no integration
+    EXPECT_EQ(resting->restTime, 1.0);                    // clamped
+    EXPECT_NEAR(resting->localAcceleration.y, -9.81, 1e-12);
+    EXPECT_EQ(weightless->position, glm::dvec3(-5, 3, 0));
+    EXPECT_FALSE(resting->nodesMoved);
+    EXPECT_FALSE(weightless->nodesMoved);
+    EXPECT_EQ(orphan->position, glm::dvec3(0, 1, 0));
+    EXPECT_EQ(orphanRoot->position, glm::dvec3(0, 9, 0));
+}
+
+TEST_F(PhysicsStep, DebugBuffersCarryCollidersAndCandidates) {
+    Slab();
+    auto a = Spawn("cube", {0, 0.6, 0});
+    auto b = Spawn("cube", {0.2, 1.7, 0});
+    Game::debugServerSidePhysics = true;
+    {
+        std::lock_guard guard(Game::physicsDebugMutex);
+        Game::physicsDebugCollidersUpdated = false;
+    }
+    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    std::lock_guard guard(Game::physicsDebugMutex);
+    EXPECT_TRUE(Game::physicsDebugCollidersUpdated);
+    EXPECT_EQ(Game::physicsDebugColliders_staging.size(), 3u);
+    int green = 0, yellow = 0;
+    for (const auto& line : Game::physicsDebugLines_staging) {
+        if (line.entity.IsNull() && line.color[0] == 0 && line.color[1] == 1) ++green;
+        if (line.entity.IsNull() && line.color[0] == 1 && line.color[1] == 1 && line.color[2] == 0) ++yellow;
+    }
+    EXPECT_EQ(green, 1);   // the two boxes, once
+    EXPECT_EQ(yellow, 2);  // each box and the slab
+}
+
+// A random scene with every kind of body: a slab with children, a crowd of boxes large enough for
+// the swept broad phase, resting boxes, vehicles, orbiting bodies, ignored pairs.
+void RandomScene(PhysicsStep& test, std::mt19937& rng,
+                 const std::function<std::shared_ptr<ServerSideEntity>(const std::string&, glm::dvec3, bool)>& spawn) {
+    std::uniform_real_distribution<double> u(-1, 1);
+    auto slab = spawn("slab", {0, 0, 0}, false);
+    std::vector<std::shared_ptr<ServerSideEntity>> boxes;
+    for (int i = 0; i < 40; ++i) {
+        auto box = spawn("cube", {3 * u(rng), 1.5 + 2 * u(rng) + 2, 3 * u(rng)}, true);
+        box->velocity = {u(rng), u(rng), u(rng)};
+        box->angularVelocity = {u(rng), u(rng), u(rng)};
+        box->rotation = glm::normalize(glm::dquat(1, 0.2 * u(rng), 0.2 * u(rng), 0.2 * u(rng)));
+        if (i % 7 == 3) box->restTime = 1.0;
+        if (i % 9 == 4) box->parentEntity = slab->id;
+        if (i % 11 == 5 && !boxes.empty()) box->ignoredEntities.insert(boxes.back()->id);
+        if (i % 13 == 6) box->linearImpulse = {0, 300, 0};
+        boxes.push_back(box);
+    }
+    for (int v = 0; v < 2; ++v) {
+        auto root = spawn("cube", {6 + 3 * v, 3, 0}, true);
+        for (int c = 0; c < 2; ++c) {
+            auto part = spawn("cube", {}, true);
+            part->isComponent = true;
+            part->parentEntity = root->id;
+            part->position = {c ? 1.2 : -1.2, -0.4, 0.1 * v};
+        }
+    }
+    for (int o = 0; o < 6; ++o) {
+        auto body = spawn("cube", {u(rng), 50 + u(rng), u(rng)}, true);
+        body->relativeEnvironmentId = 0;
+        body->parentEnvironmentId = kEnv;
+        body->velocity = {100 * u(rng), 0, 0};
+    }
+    (void)test;
+}
+
+TEST_F(PhysicsStep, OptimisedStepMatchesThePlainReadingPoseForPose) {
+    for (unsigned seed : {1u, 2u, 3u}) {
+        std::mt19937 rng(seed);
+        RandomScene(*this, rng, [this](const std::string& t, glm::dvec3 p, bool d) { return Spawn(t, p, d); });
+        std::vector<State> start;
+        for (auto& e : made) start.push_back(State::Of(*e));
+        constexpr int kFrames = 40;
+        std::vector<std::vector<State>> optimised(kFrames);
+        for (int f = 0; f < kFrames; ++f) {
+            ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+            for (auto& e : made) optimised[f].push_back(State::Of(*e));
+        }
+        for (size_t i = 0; i < made.size(); ++i) start[i].To(*made[i]);
+        for (int f = 0; f < kFrames; ++f) {
+            ReferencePhysicsUpdate(kDt, kSubsteps);
+            for (size_t i = 0; i < made.size(); ++i) {
+                ASSERT_TRUE(State::Of(*made[i]) == optimised[f][i])
+                    << "seed " << seed << " frame " << f << " entity " << i << " at "
+                    << made[i]->position.x << " " << made[i]->position.y << " " << made[i]->position.z;
+            }
+        }
+        for (auto& e : made) ServerSideEntity::Destroy(e->id);
+        made.clear();
+    }
+}
+
+TEST_F(PhysicsStep, SteadyFramesAllocateNothing) {
+    Slab();
+    for (int i = 0; i < 30; ++i) Spawn("cube", {(i % 6) * 1.5 - 4, 0.6 + (i / 6) * 1.1, 0});
+    auto flyer = Spawn("cube", {0, 80, 0});
+    flyer->relativeEnvironmentId = 0;
+    flyer->parentEnvironmentId = kEnv;
+    for (int i = 0; i < 20; ++i) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    allocations = 0;
+    countAllocations = true;
+    for (int i = 0; i < 10; ++i) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    countAllocations = false;
+    EXPECT_EQ(allocations, 0u);
+}
+
+}  // namespace
+}  // namespace physics_step_test
