@@ -64,7 +64,8 @@ WorldSample ServerHost::Sample(uint64_t ticks) {
         ++s.entities;
         if (e->isRigidbody && e->mass > 0) {
             ++s.bodies;
-            if (e->atRest) ++s.resting;
+            // At rest for the physics step: a body still for a second is simulated as fixed.
+            if (e->restTime >= 1.0) ++s.resting;
         }
     });
     s.physicsMs = Game::serverSidePhysicsAvgTime * 1000.0;

@@ -31,6 +31,9 @@ void DemoEntity::Init() {
     e->isRigidbody = true;
     e->interactsWithEnvironment = true;
     e->saveOnUnload = 1;
+    // The demo's models are closed hulls: the whole box of each collider displaces air and water
+    // (the library leaves displacement at 0 for modules to decide). This is what floats the buoy.
+    for (auto& [name, collider] : e->colliders) collider.displacement = 1.0;
     if (e->type == "vehicle") {
         auto joint = e->joints.find("turret_hinge");
         if (joint != e->joints.end()) {
