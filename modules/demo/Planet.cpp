@@ -118,10 +118,12 @@ game::physics::EnvironmentInfo Planet::operator()(const glm::dvec3& position, ga
 
     // The ground surface over s is the sphere of radius + elevation, tilted by the beach's slope.
     const double groundRadius = p.radius + elevation;
+    // Gravity comes with every answer: the physics step asks for it with no flags for bodies that
+    // are fixed this frame, and hands it to the bodies resting on them as their frame's acceleration.
+    const double g = r >= p.radius ? p.surfaceGravity * (p.radius / r) * (p.radius / r)
+                                   : p.surfaceGravity * r / p.radius;
+    info.gravity = -g * up;
     if (flags & kGravityBit) {
-        const double g = r >= p.radius ? p.surfaceGravity * (p.radius / r) * (p.radius / r)
-                                       : p.surfaceGravity * r / p.radius;
-        info.gravity = -g * up;
         info.altitude = r - groundRadius;
         info.transform = glm::dmat4(glm::dvec4(along, 0), glm::dvec4(up, 0), glm::dvec4(glm::cross(along, up), 0),
                                     glm::dvec4(Center() + up * p.radius, 1));

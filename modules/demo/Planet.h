@@ -26,7 +26,8 @@
 // of the range, so air is never taken for a liquid.
 //
 // Query bits, as the physics uses them: every answer carries the medium (density, viscosity,
-// pressure, composition, and the temperature in `extraScalar`); bit 4 adds gravity, altitude (above
+// pressure, composition, and the temperature in `extraScalar`) and gravity (the physics step reads
+// it from a query with no flags for fixed bodies); bit 4 adds altitude (above
 // the ground, so above the sea floor at sea) and the local frame (`transform`: x along s, y up, at
 // the sea-level point below); bit 1 or bit 2 adds the ground collision: the surface point, its
 // normal, and the depth along the normal, above 0 inside the ground. The sampled radius is not

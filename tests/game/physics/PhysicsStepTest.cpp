@@ -14,6 +14,7 @@
 #include "game/Game.h"
 #include "game/entity/EntityConfig.h"
 #include "game/entity/ServerSideEntity.h"
+#include "../../../modules/demo/Planet.h"
 
 namespace physics_step_test {
 namespace {
@@ -147,6 +148,24 @@ TEST_F(PhysicsStep, BoxDroppedOnSlabSettlesWithoutBouncingAndRests) {
         Tick();
         EXPECT_EQ(box->position, rest.position) << "frame " << frame;
         EXPECT_EQ(box->rotation, rest.rotation) << "frame " << frame;
+    }
+}
+
+// The demo planet: a slab raised on land and a box dropped on it. The box joins the slab and lives
+// in its frame, whose acceleration comes from the slab's gravity query with no flags; it must stay
+// on the slab instead of drifting away in a frame without gravity.
+TEST_F(PhysicsStep, BoxJoinsARaisedSlabAndStaysOnItOnThePlanet) {
+    Game::_environmentFunctions[kEnv] = demo::Planet().Function();
+    auto slab = Spawn("slab", {0, 0.5, 0}, false);
+    auto box = Spawn("cube", {0.3, 2.5, -0.2});
+    box->interactsWithEnvironment = true;
+    for (auto& [name, collider] : box->colliders) collider.displacement = 1.0;
+    for (int frame = 0; frame < 600; ++frame) {
+        Tick();
+        if (frame >= 300) {
+            ASSERT_EQ(box->parentEntity, slab->id) << "frame " << frame;
+            ASSERT_NEAR(box->position.y, 0.5, 0.02) << "frame " << frame;  // the slab's top, in its frame
+        }
     }
 }
 
