@@ -21,18 +21,8 @@
 #include "game/physics/Rigidbody.h"
 #include "quorl/cpu/Profiler.h"
 
-static std::atomic<uint64_t> gAllocations{0};
-
-// The replacements pair malloc with free; the compiler's pairing check can't see that.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-
-void* operator new(std::size_t size) {
-    gAllocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+#include "AllocationCounter.h"
+#include "BenchEntity.h"
 
 using game::entity::ConvexMeshCollider;
 using game::physics::Collision;
@@ -180,29 +170,6 @@ static void BM_ColliderCopy(benchmark::State& state) {
 }
 BENCHMARK(BM_ColliderCopy)->Name("ColliderCopy");
 
-// The smallest entity a body can be built from.
-struct BenchEntity {
-    double mass = 1;
-    glm::dvec3 position{0.0};
-    glm::dquat rotation{1.0, 0.0, 0.0, 0.0};
-    glm::dvec3 boundsMin{0.0}, boundsMax{0.0}, box_size{0.0}, centerOfMass{0.0};
-    glm::dvec3 velocity{0.0}, angularVelocity{0.0}, localAcceleration{0.0};
-    game::entity::Id parentEntity;
-    std::unordered_map<std::string, ConvexMeshCollider> colliders;
-    std::unordered_set<game::entity::Id> ignoredEntities;
-    bool isDetachable = true;
-    game::entity::Id id = game::entity::Id::Generate("ENTT");
-    bool interactsWithEnvironment = true;
-    glm::dvec3 linearImpulse{0.0}, angularImpulse{0.0};
-    float impulseExtra = 0;
-    glm::dvec3 externalAcceleration{0.0};
-    double restTime = 0;
-    game::entity::Id GetID() const { return id; }
-    glm::dvec3 GetPositionAtCenterOfMass() const { return position + rotation * centerOfMass; }
-    static std::shared_ptr<BenchEntity> Get(game::entity::Id) { return nullptr; }
-    void AddChild(std::shared_ptr<BenchEntity>&) {}
-    void RemoveChild(std::shared_ptr<BenchEntity>&) {}
-};
 
 std::shared_ptr<BenchEntity> BoxEntity(const glm::dvec3& half, const glm::dvec3& centre, double mass) {
     auto e = std::make_shared<BenchEntity>();

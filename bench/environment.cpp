@@ -18,18 +18,8 @@
 #include "game/physics/EnvironmentRandom.h"
 #include "game/physics/Rigidbody.h"
 
-static std::atomic<uint64_t> gAllocations{0};
-
-// The replacements pair malloc with free; the compiler's pairing check can't see that.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-
-void* operator new(std::size_t size) {
-    gAllocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+#include "AllocationCounter.h"
+#include "BenchEntity.h"
 
 using game::entity::ConvexMeshCollider;
 using game::physics::EnvironmentFunction;
@@ -38,29 +28,6 @@ using game::physics::EnvironmentInfoFlags;
 
 namespace {
 
-// The smallest entity a body can be built from.
-struct BenchEntity {
-    double mass = 1;
-    glm::dvec3 position{0.0};
-    glm::dquat rotation{1.0, 0.0, 0.0, 0.0};
-    glm::dvec3 boundsMin{0.0}, boundsMax{0.0}, box_size{0.0}, centerOfMass{0.0};
-    glm::dvec3 velocity{0.0}, angularVelocity{0.0}, localAcceleration{0.0};
-    game::entity::Id parentEntity;
-    std::unordered_map<std::string, ConvexMeshCollider> colliders;
-    std::unordered_set<game::entity::Id> ignoredEntities;
-    bool isDetachable = true;
-    game::entity::Id id = game::entity::Id::Generate("ENTT");
-    bool interactsWithEnvironment = true;
-    glm::dvec3 linearImpulse{0.0}, angularImpulse{0.0};
-    float impulseExtra = 0;
-    glm::dvec3 externalAcceleration{0.0};
-    double restTime = 0;
-    game::entity::Id GetID() const { return id; }
-    glm::dvec3 GetPositionAtCenterOfMass() const { return position + rotation * centerOfMass; }
-    static std::shared_ptr<BenchEntity> Get(game::entity::Id) { return nullptr; }
-    void AddChild(std::shared_ptr<BenchEntity>&) {}
-    void RemoveChild(std::shared_ptr<BenchEntity>&) {}
-};
 using Body = game::physics::DynamicRigidbody<BenchEntity>;
 
 // Flat ground at z = 0, water below z = `waterLevel`, air above; counts its queries.

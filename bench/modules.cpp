@@ -14,24 +14,7 @@
 
 #include "game/GAME_Mod.h"
 
-namespace {
-
-std::atomic<uint64_t> allocations{0};
-
-}  // namespace
-
-// Replacement allocation functions that count. GCC flags free() of memory from a replaced
-// operator new as mismatched once both are inlined; here they are a matched pair by design.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void* operator new(std::size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-#pragma GCC diagnostic pop
+#include "AllocationCounter.h"
 
 namespace {
 
@@ -52,7 +35,7 @@ bool LoadBenchModules() {
 }
 
 void ReportAllocations(benchmark::State& state, uint64_t before) {
-    state.counters["allocs"] = benchmark::Counter(double(allocations.load() - before) / double(state.iterations()));
+    state.counters["allocs"] = benchmark::Counter(double(gAllocations.load() - before) / double(state.iterations()));
 }
 
 void BM_DirectCalls16(benchmark::State& state) {
@@ -64,7 +47,7 @@ void BM_DirectCalls16(benchmark::State& state) {
     GAME_Mod::ForEachModule([&](GAME_Mod::Ptr& m) { hooks.push_back(m->Game_ClientUpdate); });
     void (*table[kModules])();
     for (int i = 0; i < kModules; ++i) table[i] = hooks[i];
-    uint64_t before = allocations.load();
+    uint64_t before = gAllocations.load();
     for (auto _ : state) {
         for (int i = 0; i < kModules; ++i) {
             benchmark::DoNotOptimize(table[i]);
@@ -80,7 +63,7 @@ void BM_ForEachModule16(benchmark::State& state) {
         state.SkipWithError("modules/TS_bench*/ not found: run from a build folder with the tests built");
         return;
     }
-    uint64_t before = allocations.load();
+    uint64_t before = gAllocations.load();
     for (auto _ : state) {
         GAME_Mod::ForEachModule([](GAME_Mod::Ptr& m) {
             if (m->Game_ClientUpdate) m->Game_ClientUpdate();
@@ -95,7 +78,7 @@ void BM_ForEachSortedModule16(benchmark::State& state) {
         state.SkipWithError("modules/TS_bench*/ not found: run from a build folder with the tests built");
         return;
     }
-    uint64_t before = allocations.load();
+    uint64_t before = gAllocations.load();
     for (auto _ : state) {
         GAME_Mod::ForEachSortedModule("update", [](GAME_Mod::Ptr& m) {
             if (m->Game_ClientUpdate) m->Game_ClientUpdate();

@@ -4,9 +4,6 @@
 // ratio (ours / Bullet) are reported beside ours. Heap allocations per tick are counted through
 // the global operator new. Bullet is compiled in when the build defines ZENDOLA_HAVE_BULLET and
 // links it; without it only our runs are made.
-// Replacing operator new and delete: GCC then sees frees of memory from operator new in inlined
-// library code and warns wrongly.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 #include <benchmark/benchmark.h>
 
 #include <atomic>
@@ -28,17 +25,7 @@
 #include "game/entity/ServerSideEntity.h"
 #include "quorl/cpu/Profiler.h"
 
-namespace {
-std::atomic<uint64_t> gAllocations{0};
-}  // namespace
-
-void* operator new(std::size_t size) {
-    gAllocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+#include "AllocationCounter.h"
 
 namespace {
 
