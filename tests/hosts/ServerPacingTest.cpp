@@ -79,6 +79,11 @@ TEST(ServerHostStopSignal, SigintAndSigtermRaiseTheFlagWithoutEndingTheProcess) 
 }
 
 TEST(ServerHostStopSignal, ASecondSignalWhileStoppingEndsTheProcess) {
+#if defined(__SANITIZE_THREAD__)
+    // ThreadSanitizer holds a raised signal back until its next safe point, so the handler has not
+    // run when raise() returns; the sequence this test checks can't be observed under it.
+    GTEST_SKIP() << "signals are delivered late under ThreadSanitizer";
+#endif
     pid_t pid = fork();
     ASSERT_GE(pid, 0);
     if (pid == 0) {
