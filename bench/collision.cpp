@@ -170,7 +170,6 @@ static void BM_ColliderCopy(benchmark::State& state) {
 }
 BENCHMARK(BM_ColliderCopy)->Name("ColliderCopy");
 
-
 std::shared_ptr<BenchEntity> BoxEntity(const glm::dvec3& half, const glm::dvec3& centre, double mass) {
     auto e = std::make_shared<BenchEntity>();
     e->mass = mass;

@@ -5,6 +5,8 @@
 // environment function; ComputeAerodynamicSurfaces, run once per frame, is timed too.
 #include <benchmark/benchmark.h>
 
+#include <optional>
+
 #include <atomic>
 #include <cstdlib>
 #include <new>
@@ -98,16 +100,28 @@ void Counters(benchmark::State& state, uint64_t allocations, uint64_t queries) {
     state.counters["queries/call"] = double(queries) / double(state.iterations());
 }
 
+// The 10-collider vehicle placed as P says, with a seeded random source and its own world.
+struct Scene {
+    explicit Scene(const Place& place) : entity(Vehicle()) {
+        game::physics::SeedEnvironmentRandom(1);
+        entity->position = place.position - entity->centerOfMass;
+        entity->velocity = place.velocity;
+        world.waterLevel = place.waterLevel;
+        function = std::ref(world);
+        body.emplace(entity, 1.0 / 60);
+    }
+    std::shared_ptr<BenchEntity> entity;
+    World world;
+    EnvironmentFunction function;
+    std::optional<Body> body;
+};
+
 template <const Place* P>
 void BM_InteractWithEnvironment(benchmark::State& state) {
-    game::physics::SeedEnvironmentRandom(1);
-    auto entity = Vehicle();
-    entity->position = P->position - entity->centerOfMass;
-    entity->velocity = P->velocity;
-    World world;
-    world.waterLevel = P->waterLevel;
-    const EnvironmentFunction function = std::ref(world);
-    Body body(entity, 1.0 / 60);
+    Scene scene(*P);
+    World& world = scene.world;
+    const EnvironmentFunction& function = scene.function;
+    Body& body = *scene.body;
     body.ComputeAerodynamicSurfaces(function);
     body.staticContactNormals.reserve(64);
     body.staticRelativeContactPoints.reserve(64);
@@ -130,14 +144,10 @@ void BM_InteractWithEnvironment(benchmark::State& state) {
 
 template <const Place* P>
 void BM_ComputeAerodynamicSurfaces(benchmark::State& state) {
-    game::physics::SeedEnvironmentRandom(1);
-    auto entity = Vehicle();
-    entity->position = P->position - entity->centerOfMass;
-    entity->velocity = P->velocity;
-    World world;
-    world.waterLevel = P->waterLevel;
-    const EnvironmentFunction function = std::ref(world);
-    Body body(entity, 1.0 / 60);
+    Scene scene(*P);
+    World& world = scene.world;
+    const EnvironmentFunction& function = scene.function;
+    Body& body = *scene.body;
     body.aerodynamicSurfaces.reserve(256);
     world.queries = 0;
     const uint64_t before = gAllocations.load();
