@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 #if defined(__SSE2__)
@@ -28,15 +29,6 @@ struct PlacedVertices {
     alignas(16) double x[8];
     alignas(16) double y[8];
     alignas(16) double z[8];
-};
-
-// Unique edge directions of one shape (unit, up to sign) turned into the space of the test. The
-// edges between all pairs of vertices repeat a few directions many times (a box has 28 pairs but
-// 13 directions); a repeated or reversed edge gives the same axis, and with it exactly the same
-// overlap, as its first occurrence, so only first occurrences are kept, in order.
-struct PlacedEdges {
-    uint32_t count = 0;
-    glm::dvec3 world[28];
 };
 
 inline uint32_t VertexCount(const ConvexMeshCollider& c) { return std::min<uint32_t>(c.vertexCount, 8); }
@@ -96,8 +88,16 @@ inline bool IsFinite(const glm::vec3& v) { return std::isfinite(v.x) && std::isf
 // -1, 0 or 1; 0 for a NaN (coincident centres).
 inline double Sign(double x) { return double((0.0 < x) - (x < 0.0)); }
 
-void PlaceEdges(const ConvexMeshCollider& c, const glm::dmat4& t, PlacedEdges& out) {
-    glm::vec3 local[28];
+// Unique edge directions of one shape in its own space (unit, up to sign). The edges between all
+// pairs of vertices repeat a few directions many times (a box has 28 pairs but 13 directions); a
+// repeated or reversed edge gives the same axis, and with it exactly the same overlap, as its
+// first occurrence, so only first occurrences are kept, in order.
+struct LocalEdges {
+    uint32_t count = 0;
+    glm::vec3 direction[28];
+};
+
+void FindLocalEdges(const ConvexMeshCollider& c, LocalEdges& out) {
     out.count = 0;
     const uint32_t n = VertexCount(c);
     for (uint32_t i = 0; i < n; ++i) {
@@ -105,39 +105,175 @@ void PlaceEdges(const ConvexMeshCollider& c, const glm::dmat4& t, PlacedEdges& o
             const glm::vec3 e = glm::normalize(c.vertices[i] - c.vertices[j]);
             if (!IsFinite(e)) continue;  // coincident vertices: every axis made with it is not a number
             bool seen = false;
-            for (uint32_t k = 0; k < out.count && !seen; ++k) seen = local[k] == e || local[k] == -e;
-            if (seen) continue;
-            local[out.count] = e;
-            out.world[out.count++] = glm::dvec3(t * glm::dvec4(glm::dvec3(e), 0.0));
+            for (uint32_t k = 0; k < out.count && !seen; ++k) seen = out.direction[k] == e || out.direction[k] == -e;
+            if (!seen) out.direction[out.count++] = e;
         }
     }
 }
 
-// normalize(cross(e, edges[j])) for every j, two at a time: per lane the same operations in the
-// same order as glm's cross and normalize.
-void CrossAxes(const glm::dvec3& e, const PlacedEdges& edges, glm::dvec3* out) {
+// The edge directions depend on the vertices alone, and a world holds few distinct shapes, so
+// they are kept per thread in a small table keyed by the vertices' bits.
+class EdgeCache {
+public:
+    const LocalEdges& Get(const ConvexMeshCollider& c) {
+        const uint32_t n = VertexCount(c);
+        const size_t bytes = n * sizeof(glm::vec3);
+        uint64_t hash = 1469598103934665603ull ^ n;
+        const unsigned char* p = reinterpret_cast<const unsigned char*>(c.vertices);
+        for (size_t i = 0; i + 8 <= bytes; i += 8) {
+            uint64_t word;
+            std::memcpy(&word, p + i, 8);
+            hash = (hash ^ word) * 1099511628211ull;
+        }
+        if (bytes % 8) {
+            uint32_t word;
+            std::memcpy(&word, p + bytes - 4, 4);
+            hash = (hash ^ word) * 1099511628211ull;
+        }
+        Entry& e = _entries[(hash ^ (hash >> 29)) % kEntries];
+        if (!e.used || e.vertexCount != n || std::memcmp(e.vertices, c.vertices, bytes) != 0) {
+            e.used = true;
+            e.vertexCount = n;
+            std::memcpy(e.vertices, c.vertices, bytes);
+            FindLocalEdges(c, e.edges);
+        }
+        return e.edges;
+    }
+
+private:
+    static constexpr size_t kEntries = 32;
+    struct Entry {
+        bool used = false;
+        uint32_t vertexCount = 0;
+        glm::vec3 vertices[8];
+        LocalEdges edges;
+    };
+    Entry _entries[kEntries];
+};
+
+EdgeCache& ThreadEdgeCache() {
+    thread_local EdgeCache cache;
+    return cache;
+}
+
+// Candidate axes laid out per coordinate, with their overlaps, in blocks of kLanes so that the
+// projections run over several axes at once. 24 face normals and 28 x 28 edge pairs at most.
+constexpr uint32_t kLanes = 8;
+constexpr uint32_t kMaxAxes = 24 + 28 * 28;
+static_assert(kMaxAxes % kLanes == 0);
+
+struct AxisList {
+    uint32_t count = 0;
+    alignas(64) double x[kMaxAxes];
+    alignas(64) double y[kMaxAxes];
+    alignas(64) double z[kMaxAxes];
+    alignas(64) double overlap[kMaxAxes];
+
+    void Add(const glm::dvec3& axis) {
+        x[count] = axis.x;
+        y[count] = axis.y;
+        z[count] = axis.z;
+        ++count;
+    }
+    // Axes without a direction up to the end of the last block, so no lane reads an unset value.
+    void Pad() {
+        for (uint32_t k = count; k % kLanes; ++k) x[k] = y[k] = z[k] = std::numeric_limits<double>::quiet_NaN();
+    }
+};
+
+using Lanes = double __attribute__((vector_size(kLanes * sizeof(double))));
+
+// Lanes are loaded and stored by copying bytes: no function takes or returns them by value,
+// which would tie the calling convention to the instruction set.
+#define ZENDOLA_LOAD_LANES(v, p) std::memcpy(&(v), (p), sizeof(Lanes))
+
+// What a run of axes says: whether one of them separates the shapes, and the least overlap.
+struct RunSummary {
+    double least;
+    bool separated;
+};
+
+// overlap[k] = min(maxA, maxB) - max(minA, minB) of the projections of both vertex sets onto
+// axis k, for k in [begin, end) (whole blocks). Per lane exactly the operations of one
+// projection: the dot product summed x, y then z; a minimum taken only on a strictly smaller
+// value (a not-a-number never enters); std::min and std::max for the overlap. An axis with a
+// component that is not finite has no direction: its overlap is set to infinity, which neither
+// separates nor is ever the least, just as if it were skipped.
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+__attribute__((target_clones("avx512f", "avx2", "default")))
+#endif
+RunSummary Overlaps(const PlacedVertices& a, const PlacedVertices& b, AxisList& axes, uint32_t begin, uint32_t end) {
+    const Lanes greatest = Lanes{} + kMaxDouble;
+    const Lanes infinity = Lanes{} + std::numeric_limits<double>::infinity();
+    const Lanes zero = Lanes{}, one = Lanes{} + 1.0;
+    Lanes least = infinity, apart = zero;
+    for (uint32_t k = begin; k < end; k += kLanes) {
+        Lanes ax, ay, az;
+        ZENDOLA_LOAD_LANES(ax, axes.x + k);
+        ZENDOLA_LOAD_LANES(ay, axes.y + k);
+        ZENDOLA_LOAD_LANES(az, axes.z + k);
+        // Unused vertex slots repeat the first vertex, so all 8 are taken.
+        Lanes minA = greatest, maxA = -greatest, minB = greatest, maxB = -greatest;
+        if (a.count > 0) {
+            for (uint32_t i = 0; i < 8; ++i) {
+                const Lanes d = a.x[i] * ax + a.y[i] * ay + a.z[i] * az;
+                minA = d < minA ? d : minA;
+                maxA = d > maxA ? d : maxA;
+            }
+        }
+        if (b.count > 0) {
+            for (uint32_t i = 0; i < 8; ++i) {
+                const Lanes d = b.x[i] * ax + b.y[i] * ay + b.z[i] * az;
+                minB = d < minB ? d : minB;
+                maxB = d > maxB ? d : maxB;
+            }
+        }
+        const Lanes upper = maxB < maxA ? maxB : maxA;
+        const Lanes lower = minA < minB ? minB : minA;
+        const Lanes probe = ax * 0.0 + ay * 0.0 + az * 0.0;  // zero exactly when the axis is finite
+        const Lanes overlap = probe == zero ? upper - lower : infinity;
+        std::memcpy(axes.overlap + k, &overlap, sizeof overlap);
+        apart = overlap > zero ? apart : one;
+        least = overlap < least ? overlap : least;
+    }
+    RunSummary summary{std::numeric_limits<double>::infinity(), false};
+    for (uint32_t l = 0; l < kLanes; ++l) {
+        summary.separated |= apart[l] != 0.0;
+        summary.least = least[l] < summary.least ? least[l] : summary.least;
+    }
+    return summary;
+}
+
+// normalize(cross(e, f)) for e and every f of (fx, fy, fz)[0, count), appended to the list, two
+// at a time: per lane the same operations in the same order as glm's cross and normalize.
+void AddCrossAxes(const glm::dvec3& e, const double* fx, const double* fy, const double* fz, uint32_t count,
+                  AxisList& axes) {
     uint32_t j = 0;
+    double* x = axes.x + axes.count;
+    double* y = axes.y + axes.count;
+    double* z = axes.z + axes.count;
 #if defined(__SSE2__)
     const __m128d ex = _mm_set1_pd(e.x), ey = _mm_set1_pd(e.y), ez = _mm_set1_pd(e.z);
     const __m128d one = _mm_set1_pd(1.0);
-    for (; j + 1 < edges.count; j += 2) {
-        const glm::dvec3& f0 = edges.world[j];
-        const glm::dvec3& f1 = edges.world[j + 1];
-        const __m128d fx = _mm_set_pd(f1.x, f0.x), fy = _mm_set_pd(f1.y, f0.y), fz = _mm_set_pd(f1.z, f0.z);
-        const __m128d cx = _mm_sub_pd(_mm_mul_pd(ey, fz), _mm_mul_pd(fy, ez));
-        const __m128d cy = _mm_sub_pd(_mm_mul_pd(ez, fx), _mm_mul_pd(fz, ex));
-        const __m128d cz = _mm_sub_pd(_mm_mul_pd(ex, fy), _mm_mul_pd(fx, ey));
+    for (; j + 1 < count; j += 2) {
+        const __m128d gx = _mm_loadu_pd(fx + j), gy = _mm_loadu_pd(fy + j), gz = _mm_loadu_pd(fz + j);
+        const __m128d cx = _mm_sub_pd(_mm_mul_pd(ey, gz), _mm_mul_pd(gy, ez));
+        const __m128d cy = _mm_sub_pd(_mm_mul_pd(ez, gx), _mm_mul_pd(gz, ex));
+        const __m128d cz = _mm_sub_pd(_mm_mul_pd(ex, gy), _mm_mul_pd(gx, ey));
         const __m128d d = _mm_add_pd(_mm_add_pd(_mm_mul_pd(cx, cx), _mm_mul_pd(cy, cy)), _mm_mul_pd(cz, cz));
         const __m128d scale = _mm_div_pd(one, _mm_sqrt_pd(d));
-        alignas(16) double x[2], y[2], z[2];
-        _mm_store_pd(x, _mm_mul_pd(cx, scale));
-        _mm_store_pd(y, _mm_mul_pd(cy, scale));
-        _mm_store_pd(z, _mm_mul_pd(cz, scale));
-        out[j] = glm::dvec3(x[0], y[0], z[0]);
-        out[j + 1] = glm::dvec3(x[1], y[1], z[1]);
+        _mm_storeu_pd(x + j, _mm_mul_pd(cx, scale));
+        _mm_storeu_pd(y + j, _mm_mul_pd(cy, scale));
+        _mm_storeu_pd(z + j, _mm_mul_pd(cz, scale));
     }
 #endif
-    for (; j < edges.count; ++j) out[j] = glm::normalize(glm::cross(e, edges.world[j]));
+    for (; j < count; ++j) {
+        const glm::dvec3 axis = glm::normalize(glm::cross(e, glm::dvec3(fx[j], fy[j], fz[j])));
+        x[j] = axis.x;
+        y[j] = axis.y;
+        z[j] = axis.z;
+    }
+    axes.count += count;
 }
 
 inline glm::dvec3 RotatedNormal(const glm::vec3& n, const glm::dmat4& t) {
@@ -258,41 +394,59 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     PlacedVertices wa, wb;
     PlaceVertices(a, ta, wa);
     PlaceVertices(b, tb, wb);
+    AxisList axes;
     double best = kMaxDouble;
     glm::dvec3 bestAxis(0.0);
-    // False when the axis separates the shapes. Only a strictly smaller overlap replaces the
-    // kept axis, so the first of equal axes wins.
-    auto overlaps = [&](const glm::dvec3& axis) {
-        double minA, maxA, minB, maxB;
-        Project(wa, axis, minA, maxA);
-        Project(wb, axis, minB, maxB);
-        const double overlap = std::min(maxA, maxB) - std::max(minA, minB);
-        if (!(overlap > 0)) return false;
-        if (overlap < best) {
-            best = overlap;
-            bestAxis = axis;
+    // Overlaps of the axes [begin, axes.count), then, in order: an axis without a direction (a
+    // zero normal, parallel edges) is skipped; one that doesn't overlap separates the shapes
+    // (false); only a strictly smaller overlap replaces the kept axis, so the first of equal
+    // axes wins.
+    // The axes [begin, end) in order: one that doesn't overlap separates the shapes (false);
+    // only a strictly smaller overlap replaces the kept axis, so the first of equal axes wins.
+    // (Whole blocks are computed; the axes before `begin` in the first block were kept or
+    // passed over already and change nothing.)
+    auto overlapAll = [&](uint32_t begin, uint32_t end) {
+        const RunSummary run = Overlaps(wa, wb, axes, begin / kLanes * kLanes, (end + kLanes - 1) / kLanes * kLanes);
+        if (run.separated) return false;
+        if (run.least < best) {
+            uint32_t k = begin;
+            while (axes.overlap[k] != run.least) ++k;
+            best = run.least;
+            bestAxis = glm::dvec3(axes.x[k], axes.y[k], axes.z[k]);
         }
         return true;
     };
 
-    // Axes without a direction (a zero normal, parallel edges) are skipped.
     for (uint32_t i = 0, n = std::min<uint32_t>(a.faceNormalCount, 12); i < n; ++i) {
-        const glm::dvec3 axis = RotatedNormal(a.faceNormals[i], ta);
-        if (IsFinite(axis) && !overlaps(axis)) return {};
+        axes.Add(RotatedNormal(a.faceNormals[i], ta));
     }
     for (uint32_t i = 0, n = std::min<uint32_t>(b.faceNormalCount, 12); i < n; ++i) {
-        const glm::dvec3 axis = RotatedNormal(b.faceNormals[i], tb);
-        if (IsFinite(axis) && !overlaps(axis)) return {};
+        axes.Add(RotatedNormal(b.faceNormals[i], tb));
     }
-    PlacedEdges ea, eb;
-    PlaceEdges(a, ta, ea);
-    PlaceEdges(b, tb, eb);
-    glm::dvec3 axes[28];
-    for (uint32_t i = 0; i < ea.count; ++i) {
-        CrossAxes(ea.world[i], eb, axes);
-        for (uint32_t j = 0; j < eb.count; ++j) {
-            if (IsFinite(axes[j]) && !overlaps(axes[j])) return {};
-        }
+    const uint32_t faceAxes = axes.count;
+    axes.Pad();
+    if (!overlapAll(0, faceAxes)) return {};
+
+    // Edge axes: the edges of both shapes turned to world space once, then every cross product,
+    // tested in runs so that a separating axis ends the test early.
+    EdgeCache& edgeCache = ThreadEdgeCache();
+    glm::dvec3 edgesA[28];
+    const LocalEdges& localA = edgeCache.Get(a);
+    const uint32_t countA = localA.count;
+    for (uint32_t i = 0; i < countA; ++i) edgesA[i] = glm::dvec3(ta * glm::dvec4(glm::dvec3(localA.direction[i]), 0.0));
+    const LocalEdges& localB = edgeCache.Get(b);
+    alignas(16) double fx[28], fy[28], fz[28];
+    for (uint32_t j = 0; j < localB.count; ++j) {
+        const glm::dvec3 f(tb * glm::dvec4(glm::dvec3(localB.direction[j]), 0.0));
+        fx[j] = f.x;
+        fy[j] = f.y;
+        fz[j] = f.z;
+    }
+    for (uint32_t i = 0; i < countA; ++i) AddCrossAxes(edgesA[i], fx, fy, fz, localB.count, axes);
+    axes.Pad();
+    constexpr uint32_t kRun = 8 * kLanes;
+    for (uint32_t begin = faceAxes; begin < axes.count; begin = (begin / kRun + 1) * kRun) {
+        if (!overlapAll(begin, std::min(axes.count, (begin / kRun + 1) * kRun))) return {};
     }
 
     Collision hit;
