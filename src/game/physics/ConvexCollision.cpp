@@ -14,6 +14,7 @@
 #include <glm/gtc/matrix_inverse.hpp>
 #include <glm/mat4x4.hpp>
 
+#include "game/physics/MatrixMath.h"
 #include "quorl/cpu/Profiler.h"
 
 namespace game::physics {
@@ -36,7 +37,7 @@ inline uint32_t VertexCount(const ConvexMeshCollider& c) { return std::min<uint3
 void PlaceVertices(const ConvexMeshCollider& c, const glm::dmat4& t, PlacedVertices& out) {
     out.count = VertexCount(c);
     for (uint32_t i = 0; i < out.count; ++i) {
-        const glm::dvec3 p(t * glm::dvec4(glm::dvec3(c.vertices[i]), 1.0));
+        const glm::dvec3 p = TransformPoint(t, glm::dvec3(c.vertices[i]));
         out.x[i] = p.x;
         out.y[i] = p.y;
         out.z[i] = p.z;
@@ -277,13 +278,13 @@ void AddCrossAxes(const glm::dvec3& e, const double* fx, const double* fy, const
 }
 
 inline glm::dvec3 RotatedNormal(const glm::vec3& n, const glm::dmat4& t) {
-    return glm::normalize(glm::dvec3(t * glm::dvec4(glm::dvec3(n), 0.0)));
+    return glm::normalize(TransformDirection(t, glm::dvec3(n)));
 }
 
 inline glm::dvec3 Clamped(const glm::dmat4& t, const glm::dmat4& inverse, const ConvexMeshCollider& c,
                           const glm::dvec3& p) {
-    const glm::dvec3 local(inverse * glm::dvec4(p, 1.0));
-    return glm::dvec3(t * glm::dvec4(glm::clamp(local, glm::dvec3(c.box_min), glm::dvec3(c.box_max)), 1.0));
+    const glm::dvec3 local = TransformPoint(inverse, p);
+    return TransformPoint(t, glm::clamp(local, glm::dvec3(c.box_min), glm::dvec3(c.box_max)));
 }
 
 // Sphere of a.radius around cA against the hull of b.
@@ -349,7 +350,7 @@ Collision SphereCollision(const ConvexMeshCollider& a, const glm::dvec3& cA, con
 
 glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transform) {
     const glm::dvec3 middle = (glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5;
-    return glm::dvec3(transform * glm::dvec4(middle, 1.0));
+    return TransformPoint(transform, middle);
 }
 
 bool IsCollidableChild(const ConvexMeshCollider& child) {
@@ -433,11 +434,11 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     glm::dvec3 edgesA[28];
     const LocalEdges& localA = edgeCache.Get(a);
     const uint32_t countA = localA.count;
-    for (uint32_t i = 0; i < countA; ++i) edgesA[i] = glm::dvec3(ta * glm::dvec4(glm::dvec3(localA.direction[i]), 0.0));
+    for (uint32_t i = 0; i < countA; ++i) edgesA[i] = TransformDirection(ta, glm::dvec3(localA.direction[i]));
     const LocalEdges& localB = edgeCache.Get(b);
     alignas(16) double fx[28], fy[28], fz[28];
     for (uint32_t j = 0; j < localB.count; ++j) {
-        const glm::dvec3 f(tb * glm::dvec4(glm::dvec3(localB.direction[j]), 0.0));
+        const glm::dvec3 f = TransformDirection(tb, glm::dvec3(localB.direction[j]));
         fx[j] = f.x;
         fy[j] = f.y;
         fz[j] = f.z;
@@ -481,16 +482,16 @@ bool PotentialBoxBoxIntersection(const glm::dmat4& transformA, const glm::dmat4&
                                  const glm::dvec3& minA, const glm::dvec3& maxA, const glm::dvec3& minB,
                                  const glm::dvec3& maxB, bool testSpheres, bool testBoxes) {
     if (testSpheres) {
-        const glm::dvec3 ca(transformA * glm::dvec4((minA + maxA) * 0.5, 1.0));
-        const glm::dvec3 cb(transformB * glm::dvec4((minB + maxB) * 0.5, 1.0));
+        const glm::dvec3 ca = TransformPoint(transformA, (minA + maxA) * 0.5);
+        const glm::dvec3 cb = TransformPoint(transformB, (minB + maxB) * 0.5);
         if (glm::length(cb - ca) > 0.5 * glm::length(maxA - minA) + 0.5 * glm::length(maxB - minB)) return false;
     }
     if (!testBoxes) return true;
-    const glm::dmat4 bInA = glm::affineInverse(transformA) * transformB;
+    const glm::dmat4 bInA = Multiply(glm::affineInverse(transformA), transformB);
     glm::dvec3 lo(kMaxDouble), hi(-kMaxDouble);
     for (int i = 0; i < 8; ++i) {
         const glm::dvec3 corner((i & 4) ? maxB.x : minB.x, (i & 2) ? maxB.y : minB.y, (i & 1) ? maxB.z : minB.z);
-        const glm::dvec3 p(bInA * glm::dvec4(corner, 1.0));
+        const glm::dvec3 p = TransformPoint(bInA, corner);
         lo = glm::min(lo, p);
         hi = glm::max(hi, p);
     }

@@ -19,6 +19,7 @@
 #include "game/physics/AerodynamicSurface.h"
 #include "game/physics/Collision.h"
 #include "game/physics/ConvexCollision.h"
+#include "game/physics/MatrixMath.h"
 #include "game/physics/EnvironmentInfo.h"
 #include "game/physics/PhysicsLineDebug.h"
 #include "game/physics/RigidbodyBase.h"
@@ -42,7 +43,7 @@ namespace detail {
 inline constexpr const char* kRigidbodyPath = "src/game/physics/Rigidbody.hpp";
 
 inline glm::dmat4 PoseTransform(const glm::dvec3& position, const glm::dquat& rotation) {
-    return glm::translate(glm::dmat4(1.0), position) * glm::mat4_cast(rotation);
+    return Multiply(glm::translate(glm::dmat4(1.0), position), glm::mat4_cast(rotation));
 }
 }  // namespace detail
 
@@ -373,7 +374,7 @@ public:
     void CollisionDetection(double deltaTime) {
         Walk walk{deltaTime};
         for (entity::ConvexMeshCollider& c : colliders) {
-            glm::dmat4 placedC = GetTransform() * c.transform;
+            glm::dmat4 placedC = Multiply(GetTransform(), c.transform);
             const glm::dvec3 cMin(c.box_min), cMax(c.box_max);
 
             for (DynamicRigidbody* o : dynamicCandidates) {
@@ -383,7 +384,7 @@ public:
                     continue;
                 }
                 for (entity::ConvexMeshCollider& d : o->colliders) {
-                    const glm::dmat4 placedD = o->GetTransform() * d.transform;
+                    const glm::dmat4 placedD = Multiply(o->GetTransform(), d.transform);
                     Collision collision;
                     if (d.isSphere) {
                         collision = ConvexCollision(d, placedD, c, placedC);
@@ -400,7 +401,7 @@ public:
                     }
                     if (c.callback) c.callback(this, &c, &d, collision, deltaTime);
                     if (collision.depth > 0) RespondToCollision(this, o, collision, c.friction * d.friction);
-                    placedC = GetTransform() * c.transform;
+                    placedC = Multiply(GetTransform(), c.transform);
                 }
             }
 
@@ -415,10 +416,10 @@ public:
                 }
                 for (const entity::ConvexMeshCollider& d : f->colliders) {
                     if (walk.touched) {
-                        placedC = GetTransform() * c.transform;
+                        placedC = Multiply(GetTransform(), c.transform);
                         walk.touched = false;
                     }
-                    Collide(walk, {&c, placedC}, {&d, placedF * d.transform});
+                    Collide(walk, {&c, placedC}, {&d, Multiply(placedF, d.transform)});
                     if (walk.touched && f->radius > largestTouchedRadius) {
                         potentialNewParent = f->entity;
                         largestTouchedRadius = f->radius;
@@ -431,10 +432,10 @@ public:
                 const glm::dmat4 placedParent = glm::translate(glm::dmat4(1.0), parentBody->centerOfMass);
                 for (const entity::ConvexMeshCollider& d : parentBody->colliders) {
                     if (walk.touched) {
-                        placedC = GetTransform() * c.transform;
+                        placedC = Multiply(GetTransform(), c.transform);
                         walk.touched = false;
                     }
-                    Collide(walk, {&c, placedC}, {&d, placedParent * d.transform});
+                    Collide(walk, {&c, placedC}, {&d, Multiply(placedParent, d.transform)});
                     if (walk.touched) touchingParent = true;
                 }
             }
@@ -526,14 +527,14 @@ private:
         if (bs.fill < 0.95 && !bs.children->empty()) {
             if (!PotentialBoxBoxIntersection(as, a.transform, bs, b.transform)) return;
             for (const entity::ConvexMeshCollider& e : *bs.children) {
-                if (IsCollidableChild(e)) Collide(walk, a, {&e, b.transform * e.transform});
+                if (IsCollidableChild(e)) Collide(walk, a, {&e, Multiply(b.transform, e.transform)});
             }
             return;
         }
         if (as.fill < 0.95 && !as.children->empty()) {
             if (!PotentialBoxBoxIntersection(bs, b.transform, as, a.transform)) return;
             for (const entity::ConvexMeshCollider& e : *as.children) {
-                if (IsCollidableChild(e)) Collide(walk, {&e, a.transform * e.transform}, b);
+                if (IsCollidableChild(e)) Collide(walk, {&e, Multiply(a.transform, e.transform)}, b);
             }
             return;
         }
