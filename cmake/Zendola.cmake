@@ -4,6 +4,9 @@ get_filename_component(ZENDOLA_ROOT ${CMAKE_CURRENT_LIST_DIR}/.. ABSOLUTE)
 
 # __FILE__ relative to the source tree: assertion messages name "src/game/...".
 add_compile_options(-fmacro-prefix-map=${ZENDOLA_ROOT}/=)
+# The physics step gives the same results bit for bit on every machine and in every variant
+# of its wide loops: no fused multiply-add where the source writes a product and a sum.
+add_compile_options(-ffp-contract=off)
 
 if(ZENDOLA_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)

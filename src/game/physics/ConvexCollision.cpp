@@ -89,34 +89,59 @@ inline bool IsFinite(const glm::vec3& v) { return std::isfinite(v.x) && std::isf
 // -1, 0 or 1; 0 for a NaN (coincident centres).
 inline double Sign(double x) { return double((0.0 < x) - (x < 0.0)); }
 
-// Unique edge directions of one shape in its own space (unit, up to sign). The edges between all
-// pairs of vertices repeat a few directions many times (a box has 28 pairs but 13 directions); a
-// repeated or reversed edge gives the same axis, and with it exactly the same overlap, as its
-// first occurrence, so only first occurrences are kept, in order.
-struct LocalEdges {
-    uint32_t count = 0;
-    glm::vec3 direction[28];
+// What the separating-axis test needs to know of a shape beyond its placed vertices, which
+// depends on its vertices alone.
+struct ShapeFacts {
+    // Unique edge directions in the shape's own space (unit, up to sign). The edges between all
+    // pairs of vertices repeat a few directions many times (a box has 28 pairs but 13
+    // directions); a repeated or reversed edge gives the same axis, and with it exactly the same
+    // overlap, as its first occurrence, so only first occurrences are kept, in order.
+    uint32_t edgeCount = 0;
+    glm::vec3 edges[28];
+    // The vertices are the 8 distinct corners of the box [low, high]: placed by a transform they
+    // stay a parallelepiped, whose extent along an axis has a closed form.
+    bool isBox = false;
+    glm::vec3 low{0.0f}, high{0.0f};
 };
 
-void FindLocalEdges(const ConvexMeshCollider& c, LocalEdges& out) {
-    out.count = 0;
+void FindShapeFacts(const ConvexMeshCollider& c, ShapeFacts& out) {
+    out.edgeCount = 0;
     const uint32_t n = VertexCount(c);
     for (uint32_t i = 0; i < n; ++i) {
         for (uint32_t j = i + 1; j < n; ++j) {
             const glm::vec3 e = glm::normalize(c.vertices[i] - c.vertices[j]);
             if (!IsFinite(e)) continue;  // coincident vertices: every axis made with it is not a number
             bool seen = false;
-            for (uint32_t k = 0; k < out.count && !seen; ++k) seen = out.direction[k] == e || out.direction[k] == -e;
-            if (!seen) out.direction[out.count++] = e;
+            for (uint32_t k = 0; k < out.edgeCount && !seen; ++k) seen = out.edges[k] == e || out.edges[k] == -e;
+            if (!seen) out.edges[out.edgeCount++] = e;
         }
     }
+
+    out.isBox = false;
+    if (n != 8) return;
+    out.low = out.high = c.vertices[0];
+    for (uint32_t i = 1; i < 8; ++i) {
+        out.low = glm::min(out.low, c.vertices[i]);
+        out.high = glm::max(out.high, c.vertices[i]);
+    }
+    if (!IsFinite(out.low) || !IsFinite(out.high)) return;
+    uint32_t corners = 0;
+    for (uint32_t i = 0; i < 8; ++i) {
+        uint32_t corner = 0;
+        for (int k = 0; k < 3; ++k) {
+            if (c.vertices[i][k] == out.high[k] && out.high[k] != out.low[k]) corner |= 1u << k;
+            else if (c.vertices[i][k] != out.low[k]) return;
+        }
+        corners |= 1u << corner;
+    }
+    out.isBox = corners == 0xffu;
 }
 
-// The edge directions depend on the vertices alone, and a world holds few distinct shapes, so
-// they are kept per thread in a small table keyed by the vertices' bits.
-class EdgeCache {
+// Shape facts are kept per thread in a small table keyed by the vertices' bits: a world holds
+// few distinct shapes.
+class ShapeCache {
 public:
-    const LocalEdges& Get(const ConvexMeshCollider& c) {
+    const ShapeFacts& Get(const ConvexMeshCollider& c) {
         const uint32_t n = VertexCount(c);
         const size_t bytes = n * sizeof(glm::vec3);
         uint64_t hash = 1469598103934665603ull ^ n;
@@ -136,9 +161,9 @@ public:
             e.used = true;
             e.vertexCount = n;
             std::memcpy(e.vertices, c.vertices, bytes);
-            FindLocalEdges(c, e.edges);
+            FindShapeFacts(c, e.facts);
         }
-        return e.edges;
+        return e.facts;
     }
 
 private:
@@ -147,28 +172,28 @@ private:
         bool used = false;
         uint32_t vertexCount = 0;
         glm::vec3 vertices[8];
-        LocalEdges edges;
+        ShapeFacts facts;
     };
     Entry _entries[kEntries];
 };
 
-EdgeCache& ThreadEdgeCache() {
-    thread_local EdgeCache cache;
+ShapeCache& ThreadShapeCache() {
+    thread_local ShapeCache cache;
     return cache;
 }
 
 // Candidate axes laid out per coordinate, with their overlaps, in blocks of kLanes so that the
-// projections run over several axes at once. 24 face normals and 28 x 28 edge pairs at most.
+// projections run over several axes at once.
 constexpr uint32_t kLanes = 8;
-constexpr uint32_t kMaxAxes = 24 + 28 * 28;
-static_assert(kMaxAxes % kLanes == 0);
 
+template <uint32_t Capacity>
 struct AxisList {
+    static_assert(Capacity % kLanes == 0);
     uint32_t count = 0;
-    alignas(64) double x[kMaxAxes];
-    alignas(64) double y[kMaxAxes];
-    alignas(64) double z[kMaxAxes];
-    alignas(64) double overlap[kMaxAxes];
+    alignas(64) double x[Capacity];
+    alignas(64) double y[Capacity];
+    alignas(64) double z[Capacity];
+    alignas(64) double overlap[Capacity];
 
     void Add(const glm::dvec3& axis) {
         x[count] = axis.x;
@@ -182,11 +207,62 @@ struct AxisList {
     }
 };
 
-using Lanes = double __attribute__((vector_size(kLanes * sizeof(double))));
+using FaceAxes = AxisList<24>;           // 12 face normals of each shape at most
+using EdgeAxes = AxisList<28 * 28 + 8>;  // every pair of edge directions
 
-// Lanes are loaded and stored by copying bytes: no function takes or returns them by value,
-// which would tie the calling convention to the instruction set.
-#define ZENDOLA_LOAD_LANES(v, p) std::memcpy(&(v), (p), sizeof(Lanes))
+// The wide loops are written once over W doubles per vector and built for three widths; the
+// widest the processor runs is picked once. Vectors are loaded and stored by copying bytes and
+// never passed by value, which would tie the calling convention to the instruction set.
+template <int W>
+struct VectorOf;
+template <>
+struct VectorOf<2> {
+    typedef double type __attribute__((vector_size(16)));
+};
+template <>
+struct VectorOf<4> {
+    typedef double type __attribute__((vector_size(32)));
+};
+template <>
+struct VectorOf<8> {
+    typedef double type __attribute__((vector_size(64)));
+};
+
+#define ZENDOLA_LOAD_LANES(v, p) std::memcpy(&(v), (p), sizeof(v))
+
+enum class Width { k128, k256, k512 };
+
+Width DetectWidth() {
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+        __builtin_cpu_supports("avx512vl")) {
+        return Width::k512;
+    }
+    if (__builtin_cpu_supports("avx2")) return Width::k256;
+#endif
+    return Width::k128;
+}
+
+const Width kWidth = DetectWidth();
+
+// Defines Name(params) calling Name##Body<W>(args) built for the widest vectors available.
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+#define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args)                                              \
+    __attribute__((target("avx512f,avx512dq,avx512vl"))) Ret Name##512 Params { return Name##Body<8> Args; } \
+    __attribute__((target("avx2"))) Ret Name##256 Params { return Name##Body<4> Args; }              \
+    Ret Name##128 Params { return Name##Body<2> Args; }                                             \
+    Ret Name Params {                                                                               \
+        switch (kWidth) {                                                                           \
+            case Width::k512: return Name##512 Args;                                                \
+            case Width::k256: return Name##256 Args;                                                \
+            default: return Name##128 Args;                                                         \
+        }                                                                                           \
+    }
+#else
+#define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args) \
+    Ret Name Params { return Name##Body<2> Args; }
+#endif
 
 // What a run of axes says: whether one of them separates the shapes, and the least overlap.
 struct RunSummary {
@@ -200,19 +276,21 @@ struct RunSummary {
 // value (a not-a-number never enters); std::min and std::max for the overlap. An axis with a
 // component that is not finite has no direction: its overlap is set to infinity, which neither
 // separates nor is ever the least, just as if it were skipped.
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
-__attribute__((target_clones("avx512f", "avx2", "default")))
-#endif
-RunSummary Overlaps(const PlacedVertices& a, const PlacedVertices& b, AxisList& axes, uint32_t begin, uint32_t end) {
+template <int W>
+__attribute__((always_inline)) inline RunSummary OverlapsBody(const PlacedVertices& a, const PlacedVertices& b,
+                                                              const double* x, const double* y, const double* z,
+                                                              double* overlaps, uint32_t begin, uint32_t end) {
+    using Lanes = typename VectorOf<W>::type;
+    static_assert(sizeof(Lanes) == W * sizeof(double));
     const Lanes greatest = Lanes{} + kMaxDouble;
     const Lanes infinity = Lanes{} + std::numeric_limits<double>::infinity();
     const Lanes zero = Lanes{}, one = Lanes{} + 1.0;
     Lanes least = infinity, apart = zero;
-    for (uint32_t k = begin; k < end; k += kLanes) {
+    for (uint32_t k = begin; k < end; k += W) {
         Lanes ax, ay, az;
-        ZENDOLA_LOAD_LANES(ax, axes.x + k);
-        ZENDOLA_LOAD_LANES(ay, axes.y + k);
-        ZENDOLA_LOAD_LANES(az, axes.z + k);
+        ZENDOLA_LOAD_LANES(ax, x + k);
+        ZENDOLA_LOAD_LANES(ay, y + k);
+        ZENDOLA_LOAD_LANES(az, z + k);
         // Unused vertex slots repeat the first vertex, so all 8 are taken.
         Lanes minA = greatest, maxA = -greatest, minB = greatest, maxB = -greatest;
         if (a.count > 0) {
@@ -233,22 +311,49 @@ RunSummary Overlaps(const PlacedVertices& a, const PlacedVertices& b, AxisList& 
         const Lanes lower = minA < minB ? minB : minA;
         const Lanes probe = ax * 0.0 + ay * 0.0 + az * 0.0;  // zero exactly when the axis is finite
         const Lanes overlap = probe == zero ? upper - lower : infinity;
-        std::memcpy(axes.overlap + k, &overlap, sizeof overlap);
+        std::memcpy(overlaps + k, &overlap, sizeof overlap);
         apart = overlap > zero ? apart : one;
         least = overlap < least ? overlap : least;
     }
     RunSummary summary{std::numeric_limits<double>::infinity(), false};
-    for (uint32_t l = 0; l < kLanes; ++l) {
-        summary.separated |= apart[l] != 0.0;
-        summary.least = least[l] < summary.least ? least[l] : summary.least;
+    double apartLanes[W], leastLanes[W];
+    std::memcpy(apartLanes, &apart, sizeof apart);
+    std::memcpy(leastLanes, &least, sizeof least);
+    for (int l = 0; l < W; ++l) {
+        summary.separated |= apartLanes[l] != 0.0;
+        summary.least = leastLanes[l] < summary.least ? leastLanes[l] : summary.least;
     }
     return summary;
+}
+
+ZENDOLA_WIDE_FUNCTION(RunSummary, Overlaps,
+                      (const PlacedVertices& a, const PlacedVertices& b, const double* x, const double* y,
+                       const double* z, double* overlaps, uint32_t begin, uint32_t end),
+                      (a, b, x, y, z, overlaps, begin, end))
+
+// The axes [begin, end) of a list in order: one that doesn't overlap separates the shapes
+// (false); only a strictly smaller overlap replaces the kept axis, so the first of equal axes
+// wins. Whole blocks are computed; the axes before `begin` in the first block were kept or
+// passed over already and change nothing.
+template <class List>
+bool TestAxes(const PlacedVertices& a, const PlacedVertices& b, List& axes, uint32_t begin, uint32_t end,
+              double& best, glm::dvec3& bestAxis) {
+    const RunSummary run = Overlaps(a, b, axes.x, axes.y, axes.z, axes.overlap, begin / kLanes * kLanes,
+                                    (end + kLanes - 1) / kLanes * kLanes);
+    if (run.separated) return false;
+    if (run.least < best) {
+        uint32_t k = begin;
+        while (axes.overlap[k] != run.least) ++k;
+        best = run.least;
+        bestAxis = glm::dvec3(axes.x[k], axes.y[k], axes.z[k]);
+    }
+    return true;
 }
 
 // normalize(cross(e, f)) for e and every f of (fx, fy, fz)[0, count), appended to the list, two
 // at a time: per lane the same operations in the same order as glm's cross and normalize.
 void AddCrossAxes(const glm::dvec3& e, const double* fx, const double* fy, const double* fz, uint32_t count,
-                  AxisList& axes) {
+                  EdgeAxes& axes) {
     uint32_t j = 0;
     double* x = axes.x + axes.count;
     double* y = axes.y + axes.count;
@@ -275,6 +380,146 @@ void AddCrossAxes(const glm::dvec3& e, const double* fx, const double* fy, const
         z[j] = axis.z;
     }
     axes.count += count;
+}
+
+// A box shape placed in the space of the test: its centre and three half edges.
+struct PlacedBox {
+    glm::dvec3 center, half[3];
+    double size;  // sum of the magnitudes of all components: bounds every |p . axis| / |axis|
+};
+
+PlacedBox PlaceBox(const ShapeFacts& facts, const glm::dmat4& t) {
+    PlacedBox box;
+    const glm::dvec3 low(facts.low), high(facts.high);
+    box.center = TransformPoint(t, (low + high) * 0.5);
+    box.size = std::abs(box.center.x) + std::abs(box.center.y) + std::abs(box.center.z);
+    for (int k = 0; k < 3; ++k) {
+        box.half[k] = glm::dvec3(t[k]) * ((high[k] - low[k]) * 0.5);
+        box.size += std::abs(box.half[k].x) + std::abs(box.half[k].y) + std::abs(box.half[k].z);
+    }
+    return box;
+}
+
+// Verdicts on the edge axes of one row, cross(e, f_j), before they are normalised.
+struct Judged {
+    alignas(64) double passed[32];
+    alignas(64) double overlap[32];
+    alignas(64) double length2[32];
+};
+
+// For two box shapes the overlap along an unnormalised axis c has a closed form: with the
+// centres' distance d = (cA - cB) . c and the extents rA = sum |hA_k . c|, rB likewise, it is
+// min(rA + rB - |d|, 2 min(rA, rB)), which is |c| times the overlap along c / |c|. Computed in
+// doubles it is within a few units of rounding times the shapes' size of what the vertex
+// projections give, so with a margin far above that: an axis whose overlap is surely above
+// `limit` (the kept least overlap plus the margin) can neither separate the shapes nor become
+// the least, and is passed over; one whose overlap is surely below -margin separates them for
+// certain; any other is tested exactly. Squares stand in for |c|: limit2 and margin2 are
+// squared and the products with |c|^2 carry the rounding of the squares. An axis whose squared
+// length is exactly zero has no direction once normalised, and is passed over as the exact test
+// would skip it.
+template <int W>
+__attribute__((always_inline)) inline void JudgeCrossAxesBody(const glm::dvec3& e, const double* fx, const double* fy,
+                                                              const double* fz, uint32_t count, const PlacedBox& A,
+                                                              const PlacedBox& B, double limit2, Judged& judged) {
+    using Lanes = typename VectorOf<W>::type;
+    static_assert(sizeof(Lanes) == W * sizeof(double));
+    const Lanes zero = Lanes{};
+    const glm::dvec3 d = A.center - B.center;
+    for (uint32_t j = 0; j < count; j += W) {
+        Lanes x, y, z;
+        ZENDOLA_LOAD_LANES(x, fx + j);
+        ZENDOLA_LOAD_LANES(y, fy + j);
+        ZENDOLA_LOAD_LANES(z, fz + j);
+        const Lanes cx = e.y * z - y * e.z;
+        const Lanes cy = e.z * x - z * e.x;
+        const Lanes cz = e.x * y - x * e.y;
+        const Lanes length2 = cx * cx + cy * cy + cz * cz;
+        // |p . c| for the centres' offset and each half edge.
+        Lanes extent[7];
+        const glm::dvec3* points[7] = {&d, &A.half[0], &A.half[1], &A.half[2], &B.half[0], &B.half[1], &B.half[2]};
+        for (int k = 0; k < 7; ++k) {
+            const Lanes v = points[k]->x * cx + points[k]->y * cy + points[k]->z * cz;
+            extent[k] = v < zero ? -v : v;
+        }
+        const Lanes distance = extent[0];
+        const Lanes rA = extent[1] + extent[2] + extent[3];
+        const Lanes rB = extent[4] + extent[5] + extent[6];
+        const Lanes smaller = rA < rB ? rA : rB;
+        const Lanes crossing = rA + rB - distance;
+        const Lanes overlap = crossing < smaller + smaller ? crossing : smaller + smaller;
+        // Above zero exactly when the axis is passed over on its closed form (no blends: the
+        // rare others are judged one by one from the overlap and the squared length).
+        const Lanes slack = overlap * overlap - limit2 * length2;
+        const Lanes passed = slack < overlap ? slack : overlap;
+        std::memcpy(judged.passed + j, &passed, sizeof passed);
+        std::memcpy(judged.overlap + j, &overlap, sizeof overlap);
+        std::memcpy(judged.length2 + j, &length2, sizeof length2);
+    }
+}
+
+ZENDOLA_WIDE_FUNCTION(void, JudgeCrossAxes,
+                      (const glm::dvec3& e, const double* fx, const double* fy, const double* fz, uint32_t count,
+                       const PlacedBox& A, const PlacedBox& B, double limit2, Judged& judged),
+                      (e, fx, fy, fz, count, A, B, limit2, judged))
+
+// The edge axes of two shapes: false when one separates them. Every pair of edge directions,
+// the first shape's in the outer loop, in order.
+__attribute__((noinline)) bool TestEdgeAxes(const ConvexMeshCollider& a, const glm::dmat4& ta,
+                                            const ConvexMeshCollider& b, const glm::dmat4& tb,
+                                            const PlacedVertices& wa, const PlacedVertices& wb, double& best,
+                                            glm::dvec3& bestAxis) {
+    ShapeCache& cache = ThreadShapeCache();
+    const ShapeFacts& factsA = cache.Get(a);
+    const uint32_t countA = factsA.edgeCount;
+    glm::dvec3 edgesA[28];
+    for (uint32_t i = 0; i < countA; ++i) edgesA[i] = TransformDirection(ta, glm::dvec3(factsA.edges[i]));
+    const bool boxA = factsA.isBox;
+    const PlacedBox placedA = boxA ? PlaceBox(factsA, ta) : PlacedBox{};
+    const ShapeFacts& factsB = cache.Get(b);  // may take factsA's slot
+    const uint32_t countB = factsB.edgeCount;
+    alignas(64) double fx[32], fy[32], fz[32];
+    for (uint32_t j = 0; j < 32; ++j) {
+        const glm::dvec3 f = j < countB ? TransformDirection(tb, glm::dvec3(factsB.edges[j])) : glm::dvec3(0.0);
+        fx[j] = f.x;
+        fy[j] = f.y;
+        fz[j] = f.z;
+    }
+
+    EdgeAxes axes;
+    constexpr uint32_t kRun = 8 * kLanes;
+    auto testAll = [&] {
+        axes.Pad();
+        for (uint32_t begin = 0; begin < axes.count; begin = (begin / kRun + 1) * kRun) {
+            if (!TestAxes(wa, wb, axes, begin, std::min(axes.count, (begin / kRun + 1) * kRun), best, bestAxis))
+                return false;
+        }
+        return true;
+    };
+
+    const PlacedBox placedB = factsB.isBox ? PlaceBox(factsB, tb) : PlacedBox{};
+    const double size = placedA.size + placedB.size;
+    const double margin = 1e-12 * size;
+    const double limit = (best + margin) * (1.0 + 1e-12);
+    if (!boxA || !factsB.isBox || !std::isfinite(size) || !std::isfinite(limit * limit)) {
+        for (uint32_t i = 0; i < countA; ++i) AddCrossAxes(edgesA[i], fx, fy, fz, countB, axes);
+        return testAll();
+    }
+
+    // Two boxes: most edge axes are passed over on their closed form, and only the rest are
+    // normalised and tested exactly, still in order.
+    const double margin2 = margin * margin * (1.0 + 1e-12);
+    Judged judged;
+    for (uint32_t i = 0; i < countA; ++i) {
+        JudgeCrossAxes(edgesA[i], fx, fy, fz, countB, placedA, placedB, limit * limit, judged);
+        for (uint32_t j = 0; j < countB; ++j) {
+            if (judged.passed[j] > 0 || judged.length2[j] == 0) continue;
+            const double overlap = judged.overlap[j];
+            if (overlap < 0 && overlap * overlap > margin2 * judged.length2[j]) return false;
+            axes.Add(glm::normalize(glm::cross(edgesA[i], glm::dvec3(fx[j], fy[j], fz[j]))));
+        }
+    }
+    return testAll();
 }
 
 inline glm::dvec3 RotatedNormal(const glm::vec3& n, const glm::dmat4& t) {
@@ -395,60 +640,20 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     PlacedVertices wa, wb;
     PlaceVertices(a, ta, wa);
     PlaceVertices(b, tb, wb);
-    AxisList axes;
     double best = kMaxDouble;
     glm::dvec3 bestAxis(0.0);
-    // Overlaps of the axes [begin, axes.count), then, in order: an axis without a direction (a
-    // zero normal, parallel edges) is skipped; one that doesn't overlap separates the shapes
-    // (false); only a strictly smaller overlap replaces the kept axis, so the first of equal
-    // axes wins.
-    // The axes [begin, end) in order: one that doesn't overlap separates the shapes (false);
-    // only a strictly smaller overlap replaces the kept axis, so the first of equal axes wins.
-    // (Whole blocks are computed; the axes before `begin` in the first block were kept or
-    // passed over already and change nothing.)
-    auto overlapAll = [&](uint32_t begin, uint32_t end) {
-        const RunSummary run = Overlaps(wa, wb, axes, begin / kLanes * kLanes, (end + kLanes - 1) / kLanes * kLanes);
-        if (run.separated) return false;
-        if (run.least < best) {
-            uint32_t k = begin;
-            while (axes.overlap[k] != run.least) ++k;
-            best = run.least;
-            bestAxis = glm::dvec3(axes.x[k], axes.y[k], axes.z[k]);
+    {
+        FaceAxes faces;
+        for (uint32_t i = 0, n = std::min<uint32_t>(a.faceNormalCount, 12); i < n; ++i) {
+            faces.Add(RotatedNormal(a.faceNormals[i], ta));
         }
-        return true;
-    };
-
-    for (uint32_t i = 0, n = std::min<uint32_t>(a.faceNormalCount, 12); i < n; ++i) {
-        axes.Add(RotatedNormal(a.faceNormals[i], ta));
+        for (uint32_t i = 0, n = std::min<uint32_t>(b.faceNormalCount, 12); i < n; ++i) {
+            faces.Add(RotatedNormal(b.faceNormals[i], tb));
+        }
+        faces.Pad();
+        if (!TestAxes(wa, wb, faces, 0, faces.count, best, bestAxis)) return {};
     }
-    for (uint32_t i = 0, n = std::min<uint32_t>(b.faceNormalCount, 12); i < n; ++i) {
-        axes.Add(RotatedNormal(b.faceNormals[i], tb));
-    }
-    const uint32_t faceAxes = axes.count;
-    axes.Pad();
-    if (!overlapAll(0, faceAxes)) return {};
-
-    // Edge axes: the edges of both shapes turned to world space once, then every cross product,
-    // tested in runs so that a separating axis ends the test early.
-    EdgeCache& edgeCache = ThreadEdgeCache();
-    glm::dvec3 edgesA[28];
-    const LocalEdges& localA = edgeCache.Get(a);
-    const uint32_t countA = localA.count;
-    for (uint32_t i = 0; i < countA; ++i) edgesA[i] = TransformDirection(ta, glm::dvec3(localA.direction[i]));
-    const LocalEdges& localB = edgeCache.Get(b);
-    alignas(16) double fx[28], fy[28], fz[28];
-    for (uint32_t j = 0; j < localB.count; ++j) {
-        const glm::dvec3 f = TransformDirection(tb, glm::dvec3(localB.direction[j]));
-        fx[j] = f.x;
-        fy[j] = f.y;
-        fz[j] = f.z;
-    }
-    for (uint32_t i = 0; i < countA; ++i) AddCrossAxes(edgesA[i], fx, fy, fz, localB.count, axes);
-    axes.Pad();
-    constexpr uint32_t kRun = 8 * kLanes;
-    for (uint32_t begin = faceAxes; begin < axes.count; begin = (begin / kRun + 1) * kRun) {
-        if (!overlapAll(begin, std::min(axes.count, (begin / kRun + 1) * kRun))) return {};
-    }
+    if (!TestEdgeAxes(a, ta, b, tb, wa, wb, best, bestAxis)) return {};
 
     Collision hit;
     hit.normal = Sign(glm::dot(glm::normalize(cA - cB), bestAxis)) * bestAxis;
