@@ -1,6 +1,6 @@
 // Uncontended shared lock/unlock of quorl::SharedMutex against std::shared_mutex, and UniqueId
-// creation and text conversion. Compare the SharedMutex rows with the std::shared_mutex row of
-// the same run.
+// creation and text conversion, and the cost of a profiler scope. Compare the SharedMutex rows
+// with the std::shared_mutex row and the ProfilerScope row with TwoSteadyClockReads of the same run.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
