@@ -8,9 +8,11 @@ namespace quorl::cpu {
 
 // Scope profiler. A Profiler object made with a name and `true` measures the time until its
 // destruction and adds it to a node of its thread's call tree; scopes nest per thread. The
-// name must outlive the program (a string literal): nodes keep the pointer. Near free: two
-// clock reads and a short search among the parent's children; no allocation once a scope has
-// been seen. Snapshot() gives the trees to the debug panel from any thread.
+// name must outlive the program (a string literal): nodes keep the pointer. Near free: one
+// thread-local read, two reads of a cheap tick counter, a short search among the parent's
+// children and plain stores (only the owning thread writes its nodes); no allocation once a
+// scope has been seen. Snapshot() gives the trees to the debug panel from any thread and
+// converts ticks to milliseconds.
 class Profiler {
 public:
     Profiler(const char* name, bool enabled = true);
@@ -36,11 +38,12 @@ public:
     static void SetThreadName(const std::string& name);
 
     struct Node;
+    struct ThreadTree;
 
 private:
-    Node* _node = nullptr;
-    Node* _parent = nullptr;
-    int64_t _start = 0;
+    ThreadTree* _tree = nullptr;  // the calling thread's tree, looked up once per scope
+    Node* _node = nullptr;        // null when disabled
+    int64_t _start = 0;           // in ticks
 };
 
 }  // namespace quorl::cpu
