@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -94,8 +95,16 @@ void RegisterModels() {
     };
 }
 
+// Ids are numbered rather than drawn, so that the bodies come in the same order, and the pile
+// falls the same way, in every run.
 std::shared_ptr<ServerSideEntity> Spawn(const char* type, glm::dvec3 position, bool detachable) {
-    auto e = ServerSideEntity::Create<ServerSideEntity>(quorl::modular::ModuleID(kModule), type, Id());
+    static uint64_t next = 0;
+    Id id;
+    std::memcpy(id.prefix, "ENTT", 4);
+    id.owner = 1;
+    id.timestamp = ++next;
+    id.random = 1;
+    auto e = ServerSideEntity::Create<ServerSideEntity>(quorl::modular::ModuleID(kModule), type, id);
     e->deleteFilesOnDestroy = false;
     e->isRigidbody = true;
     e->isDetachable = detachable;

@@ -7,6 +7,9 @@ add_compile_options(-fmacro-prefix-map=${ZENDOLA_ROOT}/=)
 # The physics step gives the same results bit for bit on every machine and in every variant
 # of its wide loops: no fused multiply-add where the source writes a product and a sum.
 add_compile_options(-ffp-contract=off)
+# Calls inside a shared library to its own functions may be inlined: nothing replaces them at
+# load time.
+add_compile_options(-fno-semantic-interposition)
 
 if(ZENDOLA_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)

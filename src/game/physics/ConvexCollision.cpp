@@ -1,6 +1,7 @@
 #include "game/physics/ConvexCollision.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -33,23 +34,6 @@ struct PlacedVertices {
 };
 
 inline uint32_t VertexCount(const ConvexMeshCollider& c) { return std::min<uint32_t>(c.vertexCount, 8); }
-
-void PlaceVertices(const ConvexMeshCollider& c, const glm::dmat4& t, PlacedVertices& out) {
-    out.count = VertexCount(c);
-    for (uint32_t i = 0; i < out.count; ++i) {
-        const glm::dvec3 p = TransformPoint(t, glm::dvec3(c.vertices[i]));
-        out.x[i] = p.x;
-        out.y[i] = p.y;
-        out.z[i] = p.z;
-    }
-    // Unused slots repeat the first vertex, which leaves every minimum and maximum as it is and
-    // lets each projection run a fixed, unrolled loop over 8.
-    for (uint32_t i = out.count; i < 8 && out.count > 0; ++i) {
-        out.x[i] = out.x[0];
-        out.y[i] = out.y[0];
-        out.z[i] = out.z[0];
-    }
-}
 
 inline void Project(const PlacedVertices& v, const glm::dvec3& axis, double& lo, double& hi) {
     if (v.count == 0) {
@@ -244,7 +228,8 @@ Width DetectWidth() {
     return Width::k128;
 }
 
-const Width kWidth = DetectWidth();
+const Width kWidestAvailable = DetectWidth();
+std::atomic<Width> gWidth{kWidestAvailable};
 
 // Defines Name(params) calling Name##Body<W>(args) built for the widest vectors available.
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
@@ -253,7 +238,7 @@ const Width kWidth = DetectWidth();
     __attribute__((target("avx2"))) Ret Name##256 Params { return Name##Body<4> Args; }              \
     Ret Name##128 Params { return Name##Body<2> Args; }                                             \
     Ret Name Params {                                                                               \
-        switch (kWidth) {                                                                           \
+        switch (gWidth.load(std::memory_order_relaxed)) {                                                                           \
             case Width::k512: return Name##512 Args;                                                \
             case Width::k256: return Name##256 Args;                                                \
             default: return Name##128 Args;                                                         \
@@ -263,6 +248,38 @@ const Width kWidth = DetectWidth();
 #define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args) \
     Ret Name Params { return Name##Body<2> Args; }
 #endif
+
+// Every vertex placed by t, as TransformPoint places one: (t0 x + t1 y) + (t2 z + t3 1), a
+// coordinate of all vertices at a time. Unused slots repeat the first vertex, which leaves every
+// minimum and maximum as it is and lets each projection run a fixed loop over 8.
+template <int W>
+__attribute__((always_inline)) inline void PlaceVerticesBody(const ConvexMeshCollider& c, const glm::dmat4& t,
+                                                             PlacedVertices& out) {
+    using Lanes = typename VectorOf<W>::type;
+    out.count = VertexCount(c);
+    if (out.count == 0) return;
+    alignas(64) double local[3][8];
+    for (uint32_t i = 0; i < 8; ++i) {
+        const glm::vec3& v = c.vertices[i < out.count ? i : 0];
+        local[0][i] = v.x;
+        local[1][i] = v.y;
+        local[2][i] = v.z;
+    }
+    double* placed[3] = {out.x, out.y, out.z};
+    for (int k = 0; k < 3; ++k) {
+        for (int i = 0; i < 8; i += W) {
+            Lanes x, y, z;
+            ZENDOLA_LOAD_LANES(x, local[0] + i);
+            ZENDOLA_LOAD_LANES(y, local[1] + i);
+            ZENDOLA_LOAD_LANES(z, local[2] + i);
+            const Lanes p = (t[0][k] * x + t[1][k] * y) + (t[2][k] * z + t[3][k] * 1.0);
+            std::memcpy(placed[k] + i, &p, sizeof p);
+        }
+    }
+}
+
+ZENDOLA_WIDE_FUNCTION(void, PlaceVertices, (const ConvexMeshCollider& c, const glm::dmat4& t, PlacedVertices& out),
+                      (c, t, out))
 
 // What a run of axes says: whether one of them separates the shapes, and the least overlap.
 struct RunSummary {
@@ -596,6 +613,13 @@ Collision SphereCollision(const ConvexMeshCollider& a, const glm::dvec3& cA, con
 glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transform) {
     const glm::dvec3 middle = (glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5;
     return TransformPoint(transform, middle);
+}
+
+int LimitVectorWidth(int bits) {
+    const Width limit = bits >= 512 ? Width::k512 : bits >= 256 ? Width::k256 : Width::k128;
+    const Width width = std::min(limit, kWidestAvailable);
+    gWidth.store(width, std::memory_order_relaxed);
+    return width == Width::k512 ? 512 : width == Width::k256 ? 256 : 128;
 }
 
 bool IsCollidableChild(const ConvexMeshCollider& child) {

@@ -40,6 +40,11 @@ bool PotentialBoxBoxIntersection(const ConvexMeshCollider& a, const ConvexMeshCo
 bool PotentialBoxBoxIntersection(const ConvexMeshCollider& a, const glm::dmat4& transformA,
                                  const ConvexMeshCollider& b, const glm::dmat4& transformB);
 
+// The separating-axis test runs its inner loops on the widest vectors the processor has, up to
+// `bits` (128, 256 or 512); gives the width now in use. The results are the same at every width:
+// this is for tests and benchmarks that compare them.
+int LimitVectorWidth(int bits);
+
 // World-space centre of a collider's box under `transform`.
 glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transform);
 
