@@ -24,6 +24,7 @@
 #include "game/Game.h"
 #include "game/entity/EntityConfig.h"
 #include "game/entity/ServerSideEntity.h"
+#include "game/physics/ConvexCollision.h"
 #include "quorl/cpu/Profiler.h"
 
 #include "AllocationCounter.h"
@@ -226,6 +227,10 @@ public:
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
+    // ZENDOLA_BENCH_VECTOR_BITS=128 or 256 narrows the collision test's wide loops.
+    if (const char* bits = std::getenv("ZENDOLA_BENCH_VECTOR_BITS")) {
+        std::printf("collision loops on %d-bit vectors\n", game::physics::LimitVectorWidth(std::atoi(bits)));
+    }
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
