@@ -417,7 +417,9 @@ PlacedBox PlaceBox(const ShapeFacts& facts, const glm::dmat4& t) {
     return box;
 }
 
-// Verdicts on the edge axes of one row, cross(e, f_j), before they are normalised.
+// What the closed form says of the edge axes of one row, cross(e, f_j), before they are
+// normalised: above zero in `passed` when the axis is passed over; else the overlap along the
+// unnormalised axis and its squared length, from which the axis is judged one by one.
 struct Judged {
     alignas(64) double passed[32];
     alignas(64) double overlap[32];
@@ -434,14 +436,15 @@ struct Judged {
 // certain; any other is tested exactly. Squares stand in for |c|: limit2 and margin2 are
 // squared and the products with |c|^2 carry the rounding of the squares. An axis whose squared
 // length is exactly zero has no direction once normalised, and is passed over as the exact test
-// would skip it.
+// would skip it. True when every axis of the row is passed over.
 template <int W>
-__attribute__((always_inline)) inline void JudgeCrossAxesBody(const glm::dvec3& e, const double* fx, const double* fy,
+__attribute__((always_inline)) inline bool JudgeCrossAxesBody(const glm::dvec3& e, const double* fx, const double* fy,
                                                               const double* fz, uint32_t count, const PlacedBox& A,
                                                               const PlacedBox& B, double limit2, Judged& judged) {
     using Lanes = typename VectorOf<W>::type;
     static_assert(sizeof(Lanes) == W * sizeof(double));
-    const Lanes zero = Lanes{};
+    const Lanes zero = Lanes{}, one = zero + 1.0;
+    Lanes allPassed = one;  // stays one in a lane while every axis of it is passed over or has no direction
     const glm::dvec3 d = A.center - B.center;
     for (uint32_t j = 0; j < count; j += W) {
         Lanes x, y, z;
@@ -472,10 +475,18 @@ __attribute__((always_inline)) inline void JudgeCrossAxesBody(const glm::dvec3& 
         std::memcpy(judged.passed + j, &passed, sizeof passed);
         std::memcpy(judged.overlap + j, &overlap, sizeof overlap);
         std::memcpy(judged.length2 + j, &length2, sizeof length2);
+        const Lanes settled = length2 == zero ? one : passed;
+        allPassed = settled > zero ? allPassed : zero;
     }
+    double lanes[W];
+    std::memcpy(lanes, &allPassed, sizeof allPassed);
+    for (int l = 0; l < W; ++l) {
+        if (lanes[l] == 0.0) return false;
+    }
+    return true;
 }
 
-ZENDOLA_WIDE_FUNCTION(void, JudgeCrossAxes,
+ZENDOLA_WIDE_FUNCTION(bool, JudgeCrossAxes,
                       (const glm::dvec3& e, const double* fx, const double* fy, const double* fz, uint32_t count,
                        const PlacedBox& A, const PlacedBox& B, double limit2, Judged& judged),
                       (e, fx, fy, fz, count, A, B, limit2, judged))
@@ -528,7 +539,7 @@ __attribute__((noinline)) bool TestEdgeAxes(const ConvexMeshCollider& a, const g
     const double margin2 = margin * margin * (1.0 + 1e-12);
     Judged judged;
     for (uint32_t i = 0; i < countA; ++i) {
-        JudgeCrossAxes(edgesA[i], fx, fy, fz, countB, placedA, placedB, limit * limit, judged);
+        if (JudgeCrossAxes(edgesA[i], fx, fy, fz, countB, placedA, placedB, limit * limit, judged)) continue;
         for (uint32_t j = 0; j < countB; ++j) {
             if (judged.passed[j] > 0 || judged.length2[j] == 0) continue;
             const double overlap = judged.overlap[j];

@@ -12,21 +12,18 @@ namespace game::physics {
 
 namespace detail {
 using Column = double __attribute__((vector_size(4 * sizeof(double))));
-static_assert(sizeof(glm::dvec4) == sizeof(Column));
+static_assert(sizeof(glm::dmat4) == 4 * sizeof(Column));
 }  // namespace detail
 
 // m1 * m2.
 inline glm::dmat4 Multiply(const glm::dmat4& m1, const glm::dmat4& m2) {
     using detail::Column;
-    Column a0, a1, a2, a3;
-    std::memcpy(&a0, &m1[0], sizeof(Column));
-    std::memcpy(&a1, &m1[1], sizeof(Column));
-    std::memcpy(&a2, &m1[2], sizeof(Column));
-    std::memcpy(&a3, &m1[3], sizeof(Column));
+    Column a[4];
+    std::memcpy(a, &m1, sizeof a);
     glm::dmat4 result;
     for (int c = 0; c < 4; ++c) {
         const glm::dvec4& b = m2[c];
-        const Column column = a0 * b[0] + a1 * b[1] + a2 * b[2] + a3 * b[3];
+        const Column column = a[0] * b[0] + a[1] * b[1] + a[2] * b[2] + a[3] * b[3];
         std::memcpy(&result[c], &column, sizeof(Column));
     }
     return result;
@@ -35,12 +32,9 @@ inline glm::dmat4 Multiply(const glm::dmat4& m1, const glm::dmat4& m2) {
 // m * v, summed as glm does: (m0 x + m1 y) + (m2 z + m3 w).
 inline glm::dvec4 Multiply(const glm::dmat4& m, const glm::dvec4& v) {
     using detail::Column;
-    Column a0, a1, a2, a3;
-    std::memcpy(&a0, &m[0], sizeof(Column));
-    std::memcpy(&a1, &m[1], sizeof(Column));
-    std::memcpy(&a2, &m[2], sizeof(Column));
-    std::memcpy(&a3, &m[3], sizeof(Column));
-    const Column column = (a0 * v.x + a1 * v.y) + (a2 * v.z + a3 * v.w);
+    Column a[4];
+    std::memcpy(a, &m, sizeof a);
+    const Column column = (a[0] * v.x + a[1] * v.y) + (a[2] * v.z + a[3] * v.w);
     glm::dvec4 result;
     std::memcpy(&result, &column, sizeof(Column));
     return result;
