@@ -121,43 +121,59 @@ void FindShapeFacts(const ConvexMeshCollider& c, ShapeFacts& out) {
     out.isBox = corners == 0xffu;
 }
 
-// Shape facts are kept per thread in a small table keyed by the vertices' bits: a world holds
-// few distinct shapes.
+// Shape facts are kept per thread in a small table keyed by the vertex count and the bits of the
+// vertex array: a world holds few distinct shapes.
 class ShapeCache {
 public:
-    const ShapeFacts& Get(const ConvexMeshCollider& c) {
-        const uint32_t n = VertexCount(c);
-        const size_t bytes = n * sizeof(glm::vec3);
-        uint64_t hash = 1469598103934665603ull ^ n;
-        const unsigned char* p = reinterpret_cast<const unsigned char*>(c.vertices);
-        for (size_t i = 0; i + 8 <= bytes; i += 8) {
-            uint64_t word;
-            std::memcpy(&word, p + i, 8);
-            hash = (hash ^ word) * 1099511628211ull;
-        }
-        if (bytes % 8) {
-            uint32_t word;
-            std::memcpy(&word, p + bytes - 4, 4);
-            hash = (hash ^ word) * 1099511628211ull;
-        }
-        Entry& e = _entries[(hash ^ (hash >> 29)) % kEntries];
-        if (!e.used || e.vertexCount != n || std::memcmp(e.vertices, c.vertices, bytes) != 0) {
+    // The facts of both shapes; both stay valid until the next call.
+    void Get(const ConvexMeshCollider& a, const ConvexMeshCollider& b, const ShapeFacts*& factsA,
+             const ShapeFacts*& factsB) {
+        Key keyA, keyB;
+        MakeKey(a, keyA);
+        MakeKey(b, keyB);
+        const size_t slotA = Slot(keyA);
+        size_t slotB = Slot(keyB);
+        if (slotB == slotA && !Same(keyA, keyB)) slotB ^= 1;  // two shapes in one slot: the next takes b
+        factsA = &Fill(slotA, keyA, a);
+        factsB = &Fill(slotB, keyB, b);
+    }
+
+private:
+    static constexpr size_t kEntries = 32;
+    struct Key {
+        uint64_t words[13];  // the 8 vertices' bits, then the vertex count
+    };
+    struct Entry {
+        bool used = false;
+        Key key;
+        ShapeFacts facts;
+    };
+
+    static void MakeKey(const ConvexMeshCollider& c, Key& key) {
+        static_assert(sizeof(c.vertices) == 12 * sizeof(uint64_t));
+        std::memcpy(key.words, c.vertices, sizeof(c.vertices));
+        key.words[12] = VertexCount(c);
+    }
+    static bool Same(const Key& x, const Key& y) {
+        uint64_t differ = 0;
+        for (int i = 0; i < 13; ++i) differ |= x.words[i] ^ y.words[i];
+        return differ == 0;
+    }
+    static size_t Slot(const Key& key) {
+        uint64_t hash = key.words[12];
+        for (int i = 0; i < 12; ++i) hash += key.words[i] * (0x9E3779B97F4A7C15ull + 2 * uint64_t(i));
+        return (hash ^ (hash >> 32) ^ (hash >> 17)) % kEntries;
+    }
+    const ShapeFacts& Fill(size_t slot, const Key& key, const ConvexMeshCollider& c) {
+        Entry& e = _entries[slot];
+        if (!e.used || !Same(e.key, key)) {
             e.used = true;
-            e.vertexCount = n;
-            std::memcpy(e.vertices, c.vertices, bytes);
+            e.key = key;
             FindShapeFacts(c, e.facts);
         }
         return e.facts;
     }
 
-private:
-    static constexpr size_t kEntries = 32;
-    struct Entry {
-        bool used = false;
-        uint32_t vertexCount = 0;
-        glm::vec3 vertices[8];
-        ShapeFacts facts;
-    };
     Entry _entries[kEntries];
 };
 
@@ -333,12 +349,9 @@ __attribute__((always_inline)) inline RunSummary OverlapsBody(const PlacedVertic
         least = overlap < least ? overlap : least;
     }
     RunSummary summary{std::numeric_limits<double>::infinity(), false};
-    double apartLanes[W], leastLanes[W];
-    std::memcpy(apartLanes, &apart, sizeof apart);
-    std::memcpy(leastLanes, &least, sizeof least);
     for (int l = 0; l < W; ++l) {
-        summary.separated |= apartLanes[l] != 0.0;
-        summary.least = leastLanes[l] < summary.least ? leastLanes[l] : summary.least;
+        summary.separated |= apart[l] != 0.0;
+        summary.least = least[l] < summary.least ? least[l] : summary.least;
     }
     return summary;
 }
@@ -367,36 +380,38 @@ bool TestAxes(const PlacedVertices& a, const PlacedVertices& b, List& axes, uint
     return true;
 }
 
-// normalize(cross(e, f)) for e and every f of (fx, fy, fz)[0, count), appended to the list, two
-// at a time: per lane the same operations in the same order as glm's cross and normalize.
-void AddCrossAxes(const glm::dvec3& e, const double* fx, const double* fy, const double* fz, uint32_t count,
-                  EdgeAxes& axes) {
-    uint32_t j = 0;
-    double* x = axes.x + axes.count;
-    double* y = axes.y + axes.count;
-    double* z = axes.z + axes.count;
-#if defined(__SSE2__)
-    const __m128d ex = _mm_set1_pd(e.x), ey = _mm_set1_pd(e.y), ez = _mm_set1_pd(e.z);
-    const __m128d one = _mm_set1_pd(1.0);
-    for (; j + 1 < count; j += 2) {
-        const __m128d gx = _mm_loadu_pd(fx + j), gy = _mm_loadu_pd(fy + j), gz = _mm_loadu_pd(fz + j);
-        const __m128d cx = _mm_sub_pd(_mm_mul_pd(ey, gz), _mm_mul_pd(gy, ez));
-        const __m128d cy = _mm_sub_pd(_mm_mul_pd(ez, gx), _mm_mul_pd(gz, ex));
-        const __m128d cz = _mm_sub_pd(_mm_mul_pd(ex, gy), _mm_mul_pd(gx, ey));
-        const __m128d d = _mm_add_pd(_mm_add_pd(_mm_mul_pd(cx, cx), _mm_mul_pd(cy, cy)), _mm_mul_pd(cz, cz));
-        const __m128d scale = _mm_div_pd(one, _mm_sqrt_pd(d));
-        _mm_storeu_pd(x + j, _mm_mul_pd(cx, scale));
-        _mm_storeu_pd(y + j, _mm_mul_pd(cy, scale));
-        _mm_storeu_pd(z + j, _mm_mul_pd(cz, scale));
+// x, y, z[k] *= 1 / sqrt(x^2 + y^2 + z^2) for k in [begin, end) (whole blocks): per lane what
+// glm's normalize does to one vector.
+template <int W>
+__attribute__((always_inline)) inline void NormalizeBody(double* x, double* y, double* z, uint32_t begin,
+                                                         uint32_t end) {
+    using Lanes = typename VectorOf<W>::type;
+    for (uint32_t k = begin; k < end; k += W) {
+        Lanes vx, vy, vz;
+        ZENDOLA_LOAD_LANES(vx, x + k);
+        ZENDOLA_LOAD_LANES(vy, y + k);
+        ZENDOLA_LOAD_LANES(vz, z + k);
+        const Lanes length2 = vx * vx + vy * vy + vz * vz;
+        Lanes scale;
+        for (int l = 0; l < W; ++l) scale[l] = 1.0 / std::sqrt(length2[l]);
+        vx *= scale;
+        vy *= scale;
+        vz *= scale;
+        std::memcpy(x + k, &vx, sizeof vx);
+        std::memcpy(y + k, &vy, sizeof vy);
+        std::memcpy(z + k, &vz, sizeof vz);
     }
-#endif
-    for (; j < count; ++j) {
-        const glm::dvec3 axis = glm::normalize(glm::cross(e, glm::dvec3(fx[j], fy[j], fz[j])));
-        x[j] = axis.x;
-        y[j] = axis.y;
-        z[j] = axis.z;
-    }
-    axes.count += count;
+}
+
+ZENDOLA_WIDE_FUNCTION(void, Normalize, (double* x, double* y, double* z, uint32_t begin, uint32_t end),
+                      (x, y, z, begin, end))
+
+// cross(e, f) for e and every f of (fx, fy, fz)[0, count), appended to the list unnormalised,
+// as glm's cross makes it.
+template <class List>
+void AddCrossProducts(const glm::dvec3& e, const double* fx, const double* fy, const double* fz, uint32_t count,
+                      List& axes) {
+    for (uint32_t j = 0; j < count; ++j) axes.Add(glm::cross(e, glm::dvec3(fx[j], fy[j], fz[j])));
 }
 
 // A box shape placed in the space of the test: its centre and three half edges.
@@ -436,7 +451,68 @@ struct Judged {
 // certain; any other is tested exactly. Squares stand in for |c|: limit2 and margin2 are
 // squared and the products with |c|^2 carry the rounding of the squares. An axis whose squared
 // length is exactly zero has no direction once normalised, and is passed over as the exact test
-// would skip it. True when every axis of the row is passed over.
+// would skip it.
+// |v| per lane, by clearing the sign bits.
+template <class Lanes>
+__attribute__((always_inline)) inline void Magnitude(const Lanes& v, Lanes& out) {
+    typedef int64_t Bits __attribute__((vector_size(sizeof(Lanes))));
+    Bits bits;
+    std::memcpy(&bits, &v, sizeof v);
+    bits &= Bits{} + INT64_MAX;
+    std::memcpy(&out, &bits, sizeof bits);
+}
+
+template <class Lanes>
+__attribute__((always_inline)) inline void BoxOverlap(const Lanes& cx, const Lanes& cy, const Lanes& cz,
+                                                      const PlacedBox& A, const PlacedBox& B, Lanes& overlap,
+                                                      Lanes& length2) {
+    const glm::dvec3 d = A.center - B.center;
+    length2 = cx * cx + cy * cy + cz * cz;
+    // |p . c| for the centres' offset and each half edge.
+    Lanes extent[7];
+    const glm::dvec3* points[7] = {&d, &A.half[0], &A.half[1], &A.half[2], &B.half[0], &B.half[1], &B.half[2]};
+    for (int k = 0; k < 7; ++k) {
+        const Lanes v = points[k]->x * cx + points[k]->y * cy + points[k]->z * cz;
+        Magnitude(v, extent[k]);
+    }
+    const Lanes rA = extent[1] + extent[2] + extent[3];
+    const Lanes rB = extent[4] + extent[5] + extent[6];
+    const Lanes smaller = rA < rB ? rA : rB;
+    const Lanes crossing = rA + rB - extent[0];
+    overlap = crossing < smaller + smaller ? crossing : smaller + smaller;
+}
+
+// Whether one of the axes [0, end) (whole blocks, unnormalised) surely separates the boxes.
+template <int W>
+__attribute__((always_inline)) inline bool SurelySeparatedBody(const double* x, const double* y, const double* z,
+                                                               uint32_t end, const PlacedBox& A, const PlacedBox& B,
+                                                               double margin2) {
+    using Lanes = typename VectorOf<W>::type;
+    const Lanes zero = Lanes{}, one = zero + 1.0;
+    Lanes apart = zero;
+    for (uint32_t k = 0; k < end; k += W) {
+        Lanes cx, cy, cz, overlap, length2;
+        ZENDOLA_LOAD_LANES(cx, x + k);
+        ZENDOLA_LOAD_LANES(cy, y + k);
+        ZENDOLA_LOAD_LANES(cz, z + k);
+        BoxOverlap(cx, cy, cz, A, B, overlap, length2);
+        // Above zero when the overlap is below zero and its square above margin2 |c|^2.
+        const Lanes below = zero - overlap, beyond = overlap * overlap - margin2 * length2;
+        const Lanes sure = below < beyond ? below : beyond;
+        apart = sure > zero ? one : apart;
+    }
+    double any = 0.0;  // lanes read in place: a store and narrow reloads would stall
+    for (int l = 0; l < W; ++l) any += apart[l];
+    return any != 0.0;
+}
+
+ZENDOLA_WIDE_FUNCTION(bool, SurelySeparated,
+                      (const double* x, const double* y, const double* z, uint32_t end, const PlacedBox& A,
+                       const PlacedBox& B, double margin2),
+                      (x, y, z, end, A, B, margin2))
+
+// The closed form on the row of edge axes cross(e, f_j), j < count. True when every axis of the
+// row is passed over.
 template <int W>
 __attribute__((always_inline)) inline bool JudgeCrossAxesBody(const glm::dvec3& e, const double* fx, const double* fy,
                                                               const double* fz, uint32_t count, const PlacedBox& A,
@@ -445,7 +521,6 @@ __attribute__((always_inline)) inline bool JudgeCrossAxesBody(const glm::dvec3& 
     static_assert(sizeof(Lanes) == W * sizeof(double));
     const Lanes zero = Lanes{}, one = zero + 1.0;
     Lanes allPassed = one;  // stays one in a lane while every axis of it is passed over or has no direction
-    const glm::dvec3 d = A.center - B.center;
     for (uint32_t j = 0; j < count; j += W) {
         Lanes x, y, z;
         ZENDOLA_LOAD_LANES(x, fx + j);
@@ -454,20 +529,8 @@ __attribute__((always_inline)) inline bool JudgeCrossAxesBody(const glm::dvec3& 
         const Lanes cx = e.y * z - y * e.z;
         const Lanes cy = e.z * x - z * e.x;
         const Lanes cz = e.x * y - x * e.y;
-        const Lanes length2 = cx * cx + cy * cy + cz * cz;
-        // |p . c| for the centres' offset and each half edge.
-        Lanes extent[7];
-        const glm::dvec3* points[7] = {&d, &A.half[0], &A.half[1], &A.half[2], &B.half[0], &B.half[1], &B.half[2]};
-        for (int k = 0; k < 7; ++k) {
-            const Lanes v = points[k]->x * cx + points[k]->y * cy + points[k]->z * cz;
-            extent[k] = v < zero ? -v : v;
-        }
-        const Lanes distance = extent[0];
-        const Lanes rA = extent[1] + extent[2] + extent[3];
-        const Lanes rB = extent[4] + extent[5] + extent[6];
-        const Lanes smaller = rA < rB ? rA : rB;
-        const Lanes crossing = rA + rB - distance;
-        const Lanes overlap = crossing < smaller + smaller ? crossing : smaller + smaller;
+        Lanes overlap, length2;
+        BoxOverlap(cx, cy, cz, A, B, overlap, length2);
         // Above zero exactly when the axis is passed over on its closed form (no blends: the
         // rare others are judged one by one from the overlap and the squared length).
         const Lanes slack = overlap * overlap - limit2 * length2;
@@ -478,12 +541,9 @@ __attribute__((always_inline)) inline bool JudgeCrossAxesBody(const glm::dvec3& 
         const Lanes settled = length2 == zero ? one : passed;
         allPassed = settled > zero ? allPassed : zero;
     }
-    double lanes[W];
-    std::memcpy(lanes, &allPassed, sizeof allPassed);
-    for (int l = 0; l < W; ++l) {
-        if (lanes[l] == 0.0) return false;
-    }
-    return true;
+    double all = 1.0;  // lanes read in place: a store and narrow reloads would stall
+    for (int l = 0; l < W; ++l) all *= allPassed[l];
+    return all != 0.0;
 }
 
 ZENDOLA_WIDE_FUNCTION(bool, JudgeCrossAxes,
@@ -491,24 +551,26 @@ ZENDOLA_WIDE_FUNCTION(bool, JudgeCrossAxes,
                        const PlacedBox& A, const PlacedBox& B, double limit2, Judged& judged),
                       (e, fx, fy, fz, count, A, B, limit2, judged))
 
+// Both shapes of a test and what is known of them.
+struct ShapePair {
+    const ShapeFacts* factsA = nullptr;
+    const ShapeFacts* factsB = nullptr;
+    bool boxes = false;  // both are boxes, and the closed form may be used with `margin`
+    PlacedBox placedA{}, placedB{};
+    double margin = 0;
+};
+
 // The edge axes of two shapes: false when one separates them. Every pair of edge directions,
 // the first shape's in the outer loop, in order.
-__attribute__((noinline)) bool TestEdgeAxes(const ConvexMeshCollider& a, const glm::dmat4& ta,
-                                            const ConvexMeshCollider& b, const glm::dmat4& tb,
+__attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dmat4& tb, const ShapePair& shapes,
                                             const PlacedVertices& wa, const PlacedVertices& wb, double& best,
                                             glm::dvec3& bestAxis) {
-    ShapeCache& cache = ThreadShapeCache();
-    const ShapeFacts& factsA = cache.Get(a);
-    const uint32_t countA = factsA.edgeCount;
+    const uint32_t countA = shapes.factsA->edgeCount, countB = shapes.factsB->edgeCount;
     glm::dvec3 edgesA[28];
-    for (uint32_t i = 0; i < countA; ++i) edgesA[i] = TransformDirection(ta, glm::dvec3(factsA.edges[i]));
-    const bool boxA = factsA.isBox;
-    const PlacedBox placedA = boxA ? PlaceBox(factsA, ta) : PlacedBox{};
-    const ShapeFacts& factsB = cache.Get(b);  // may take factsA's slot
-    const uint32_t countB = factsB.edgeCount;
+    for (uint32_t i = 0; i < countA; ++i) edgesA[i] = TransformDirection(ta, glm::dvec3(shapes.factsA->edges[i]));
     alignas(64) double fx[32], fy[32], fz[32];
     for (uint32_t j = 0; j < 32; ++j) {
-        const glm::dvec3 f = j < countB ? TransformDirection(tb, glm::dvec3(factsB.edges[j])) : glm::dvec3(0.0);
+        const glm::dvec3 f = j < countB ? TransformDirection(tb, glm::dvec3(shapes.factsB->edges[j])) : glm::dvec3(0.0);
         fx[j] = f.x;
         fy[j] = f.y;
         fz[j] = f.z;
@@ -516,8 +578,10 @@ __attribute__((noinline)) bool TestEdgeAxes(const ConvexMeshCollider& a, const g
 
     EdgeAxes axes;
     constexpr uint32_t kRun = 8 * kLanes;
+    // Normalises the axes gathered, then tests them in runs.
     auto testAll = [&] {
         axes.Pad();
+        Normalize(axes.x, axes.y, axes.z, 0, (axes.count + kLanes - 1) / kLanes * kLanes);
         for (uint32_t begin = 0; begin < axes.count; begin = (begin / kRun + 1) * kRun) {
             if (!TestAxes(wa, wb, axes, begin, std::min(axes.count, (begin / kRun + 1) * kRun), best, bestAxis))
                 return false;
@@ -525,26 +589,25 @@ __attribute__((noinline)) bool TestEdgeAxes(const ConvexMeshCollider& a, const g
         return true;
     };
 
-    const PlacedBox placedB = factsB.isBox ? PlaceBox(factsB, tb) : PlacedBox{};
-    const double size = placedA.size + placedB.size;
-    const double margin = 1e-12 * size;
-    const double limit = (best + margin) * (1.0 + 1e-12);
-    if (!boxA || !factsB.isBox || !std::isfinite(size) || !std::isfinite(limit * limit)) {
-        for (uint32_t i = 0; i < countA; ++i) AddCrossAxes(edgesA[i], fx, fy, fz, countB, axes);
+    const double limit = (best + shapes.margin) * (1.0 + 1e-12);
+    if (!shapes.boxes || !std::isfinite(limit * limit)) {
+        for (uint32_t i = 0; i < countA; ++i) AddCrossProducts(edgesA[i], fx, fy, fz, countB, axes);
         return testAll();
     }
 
     // Two boxes: most edge axes are passed over on their closed form, and only the rest are
     // normalised and tested exactly, still in order.
-    const double margin2 = margin * margin * (1.0 + 1e-12);
+    const double margin2 = shapes.margin * shapes.margin * (1.0 + 1e-12);
+    const PlacedBox& A = shapes.placedA;
+    const PlacedBox& B = shapes.placedB;
     Judged judged;
     for (uint32_t i = 0; i < countA; ++i) {
-        if (JudgeCrossAxes(edgesA[i], fx, fy, fz, countB, placedA, placedB, limit * limit, judged)) continue;
+        if (JudgeCrossAxes(edgesA[i], fx, fy, fz, countB, A, B, limit * limit, judged)) continue;
         for (uint32_t j = 0; j < countB; ++j) {
             if (judged.passed[j] > 0 || judged.length2[j] == 0) continue;
             const double overlap = judged.overlap[j];
             if (overlap < 0 && overlap * overlap > margin2 * judged.length2[j]) return false;
-            axes.Add(glm::normalize(glm::cross(edgesA[i], glm::dvec3(fx[j], fy[j], fz[j]))));
+            axes.Add(glm::cross(edgesA[i], glm::dvec3(fx[j], fy[j], fz[j])));
         }
     }
     return testAll();
@@ -672,23 +735,40 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     if (glm::length(cB - cA) > a.radius + b.radius) return {};
     if (a.isSphere) return SphereCollision(a, cA, b, tb, cB);
 
+    ShapePair shapes;
+    ThreadShapeCache().Get(a, b, shapes.factsA, shapes.factsB);
+    shapes.boxes = shapes.factsA->isBox && shapes.factsB->isBox;
+    if (shapes.boxes) {
+        shapes.placedA = PlaceBox(*shapes.factsA, ta);
+        shapes.placedB = PlaceBox(*shapes.factsB, tb);
+        const double size = shapes.placedA.size + shapes.placedB.size;
+        shapes.margin = 1e-12 * size;
+        shapes.boxes = std::isfinite(size);
+    }
+
+    FaceAxes faces;
+    for (uint32_t i = 0, n = std::min<uint32_t>(a.faceNormalCount, 12); i < n; ++i) {
+        faces.Add(TransformDirection(ta, glm::dvec3(a.faceNormals[i])));
+    }
+    for (uint32_t i = 0, n = std::min<uint32_t>(b.faceNormalCount, 12); i < n; ++i) {
+        faces.Add(TransformDirection(tb, glm::dvec3(b.faceNormals[i])));
+    }
+    faces.Pad();
+    const uint32_t faceBlocks = (faces.count + kLanes - 1) / kLanes * kLanes;
+    // Most pairs that meet the test are parted by a face axis, which two boxes show at once.
+    if (shapes.boxes && SurelySeparated(faces.x, faces.y, faces.z, faceBlocks, shapes.placedA, shapes.placedB,
+                                        shapes.margin * shapes.margin * (1.0 + 1e-12))) {
+        return {};
+    }
+
     PlacedVertices wa, wb;
     PlaceVertices(a, ta, wa);
     PlaceVertices(b, tb, wb);
     double best = kMaxDouble;
     glm::dvec3 bestAxis(0.0);
-    {
-        FaceAxes faces;
-        for (uint32_t i = 0, n = std::min<uint32_t>(a.faceNormalCount, 12); i < n; ++i) {
-            faces.Add(RotatedNormal(a.faceNormals[i], ta));
-        }
-        for (uint32_t i = 0, n = std::min<uint32_t>(b.faceNormalCount, 12); i < n; ++i) {
-            faces.Add(RotatedNormal(b.faceNormals[i], tb));
-        }
-        faces.Pad();
-        if (!TestAxes(wa, wb, faces, 0, faces.count, best, bestAxis)) return {};
-    }
-    if (!TestEdgeAxes(a, ta, b, tb, wa, wb, best, bestAxis)) return {};
+    Normalize(faces.x, faces.y, faces.z, 0, faceBlocks);
+    if (!TestAxes(wa, wb, faces, 0, faces.count, best, bestAxis)) return {};
+    if (!TestEdgeAxes(ta, tb, shapes, wa, wb, best, bestAxis)) return {};
 
     Collision hit;
     hit.normal = Sign(glm::dot(glm::normalize(cA - cB), bestAxis)) * bestAxis;

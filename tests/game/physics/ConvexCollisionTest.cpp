@@ -459,6 +459,49 @@ TEST(PhysicsConvexCollision, KeepsTheOrderOfALiteralReading) {
     game::physics::LimitVectorWidth(512);
 }
 
+TEST(PhysicsConvexCollision, GrazingContactsAgreeWithTheLiteralReading) {
+    // Shortcuts that decide an axis before its exact projections must keep out of the last few
+    // units of rounding: faces, edges and corners brought to within a hair of touching, from
+    // either side, with and without a slight turn.
+    const ConvexMeshCollider shapes[2] = {Cube(), Slab()};
+    // Gaps and overlaps from a few units of rounding of the positions up to a micrometre.
+    const double ulp = std::ldexp(1000.0, -52);
+    const double hairs[] = {-1e-6, -1e-10, -16 * ulp, -4 * ulp, -ulp, 0.0, ulp, 4 * ulp, 16 * ulp, 1e-10, 1e-6};
+    std::mt19937_64 rng(17);
+    std::uniform_real_distribution<double> tilt(-1e-7, 1e-7);
+    int hits = 0, misses = 0;
+    for (int trial = 0; trial < 2000; ++trial) {
+        ConvexMeshCollider a = shapes[trial % 2], b = shapes[(trial / 2) % 2];
+        const glm::dvec3 direction = trial % 3 == 0   ? glm::dvec3(1, 0, 0)
+                                     : trial % 3 == 1 ? glm::normalize(glm::dvec3(1, 1, 0))
+                                                      : glm::normalize(glm::dvec3(1, 1, 1));
+        // Distance at which the boxes' supports along `direction` meet.
+        double reach = 0;
+        for (int k = 0; k < 3; ++k) {
+            reach += std::abs(direction[k]) * (0.5 * (a.box_max[k] - a.box_min[k]) + 0.5 * (b.box_max[k] - b.box_min[k]));
+        }
+        const double hair = hairs[trial % std::size(hairs)];
+        glm::dmat4 turn(1.0);
+        if (trial % 4 >= 2) turn = glm::mat4_cast(glm::angleAxis(tilt(rng), glm::normalize(glm::dvec3(1, 2, 3))));
+        // Both far from the origin, where rounding is coarse.
+        const glm::dvec3 away(1000.25, -700.5, 300.125);
+        a.transform = glm::translate(glm::dmat4(1.0), away + direction * (reach + hair)) * turn;
+        b.transform = glm::translate(glm::dmat4(1.0), away);
+        for (int bits : {128, 512}) {
+            game::physics::LimitVectorWidth(bits);
+            const Collision fast = ConvexCollision(a, b), plain = LiteralConvexCollision(a, b);
+            SCOPED_TRACE(::testing::Message() << "trial " << trial << ", " << bits << " bits");
+            ASSERT_EQ(fast.depth, plain.depth);
+            ASSERT_EQ(fast.normal, plain.normal);
+            ASSERT_EQ(fast.position, plain.position);
+            (fast.depth > 0 ? hits : misses) += 1;
+        }
+    }
+    game::physics::LimitVectorWidth(512);
+    EXPECT_GT(hits, 100);
+    EXPECT_GT(misses, 100);
+}
+
 TEST(PhysicsConvexCollision, DegenerateCases) {
     // Coincident centres: the orientation is undefined and the normal is zero, without a crash.
     ConvexMeshCollider a = Cube(), b = Cube();
