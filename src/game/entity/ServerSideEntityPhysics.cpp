@@ -143,7 +143,6 @@ struct Storage {
     // Broad-phase scratch.
     std::vector<SweepItem> items;
     std::vector<uint32_t> activeDynamic, activeFixed;
-    std::vector<std::pair<uint32_t, uint32_t>> dynamicPairs, fixedPairs;
     double deltaTime = 0;
 };
 
@@ -276,41 +275,51 @@ void FindCandidates(Storage& s, Dynamic* d, size_t n, Fixed* f, size_t m) {
 
     s.activeDynamic.clear();
     s.activeFixed.clear();
-    s.dynamicPairs.clear();
-    s.fixedPairs.clear();
     auto prune = [&s](std::vector<uint32_t>& active, double from) {
         size_t kept = 0;
         for (uint32_t a : active)
             if (s.items[a].hi >= from) active[kept++] = a;
         active.resize(kept);
     };
+    // Each pair goes straight to the list of its first body, in sweep order.
+    auto addDynamic = [&](uint32_t a, uint32_t b) {
+        const uint32_t i = std::min(a, b), j = std::max(a, b);
+        if (DynamicPair(d[i], d[j])) d[i].dynamicCandidates.push_back(&d[j]);
+    };
+    auto addFixed = [&](uint32_t i, uint32_t k) {
+        if (FixedPair(d[i], f[k])) d[i].fixedCandidates.push_back(&f[k]);
+    };
     for (uint32_t k = 0; k < s.items.size(); ++k) {
         const SweepItem& item = s.items[k];
         prune(s.activeDynamic, item.lo);
         if (item.fixed) {
             for (uint32_t a : s.activeDynamic)
-                if (near(s.items[a], item)) s.fixedPairs.emplace_back(s.items[a].index, item.index);
+                if (near(s.items[a], item)) addFixed(s.items[a].index, item.index);
             prune(s.activeFixed, item.lo);
             s.activeFixed.push_back(k);
         } else {
             prune(s.activeFixed, item.lo);
-            for (uint32_t a : s.activeDynamic) {
-                if (!near(s.items[a], item)) continue;
-                const uint32_t other = s.items[a].index;
-                s.dynamicPairs.emplace_back(std::min(other, item.index), std::max(other, item.index));
-            }
+            for (uint32_t a : s.activeDynamic)
+                if (near(s.items[a], item)) addDynamic(s.items[a].index, item.index);
             for (uint32_t a : s.activeFixed)
-                if (near(s.items[a], item)) s.fixedPairs.emplace_back(item.index, s.items[a].index);
+                if (near(s.items[a], item)) addFixed(item.index, s.items[a].index);
             s.activeDynamic.push_back(k);
         }
     }
-    // Restore the order of the direct test: by the first body, then the second.
-    std::sort(s.dynamicPairs.begin(), s.dynamicPairs.end());
-    std::sort(s.fixedPairs.begin(), s.fixedPairs.end());
-    for (const auto& [i, j] : s.dynamicPairs)
-        if (DynamicPair(d[i], d[j])) d[i].dynamicCandidates.push_back(&d[j]);
-    for (const auto& [i, k] : s.fixedPairs)
-        if (FixedPair(d[i], f[k])) d[i].fixedCandidates.push_back(&f[k]);
+    // Restore the order of the direct test: the bodies of a group lie in one array, so a list
+    // in address order is a list in index order. The lists are short; insertion sort.
+    auto byAddress = [](auto& list) {
+        for (size_t a = 1; a < list.size(); ++a) {
+            auto* value = list[a];
+            size_t b = a;
+            for (; b > 0 && list[b - 1] > value; --b) list[b] = list[b - 1];
+            list[b] = value;
+        }
+    };
+    for (size_t i = 0; i < n; ++i) {
+        byAddress(d[i].dynamicCandidates);
+        byAddress(d[i].fixedCandidates);
+    }
 }
 
 // The physics parent's body of the bodies of a group, kept per body only while it is in reach.
