@@ -218,14 +218,17 @@ struct VectorOf;
 template <>
 struct VectorOf<2> {
     typedef double type __attribute__((vector_size(16)));
+    typedef int64_t index __attribute__((vector_size(16)));
 };
 template <>
 struct VectorOf<4> {
     typedef double type __attribute__((vector_size(32)));
+    typedef int64_t index __attribute__((vector_size(32)));
 };
 template <>
 struct VectorOf<8> {
     typedef double type __attribute__((vector_size(64)));
+    typedef int64_t index __attribute__((vector_size(64)));
 };
 
 #define ZENDOLA_LOAD_LANES(v, p) std::memcpy(&(v), (p), sizeof(v))
@@ -297,6 +300,33 @@ __attribute__((always_inline)) inline void PlaceVerticesBody(const ConvexMeshCol
 ZENDOLA_WIDE_FUNCTION(void, PlaceVertices, (const ConvexMeshCollider& c, const glm::dmat4& t, PlacedVertices& out),
                       (c, t, out))
 
+// The least and the greatest lane, halving the vector with shuffles (a store and narrow reloads,
+// or a chain over the lanes, would stall). For lanes without not-a-numbers.
+template <int W>
+__attribute__((always_inline)) inline void LaneBounds(const typename VectorOf<W>::type& v, double& least,
+                                                      double& greatest) {
+    using Lanes = typename VectorOf<W>::type;
+#if defined(__GNUC__) && !defined(__clang__)
+    using Order = typename VectorOf<W>::index;
+    Lanes low = v, high = v;
+    for (int half = W / 2; half >= 1; half /= 2) {
+        Order order;
+        for (int l = 0; l < W; ++l) order[l] = (l + half) % W;
+        const Lanes lowTurned = __builtin_shuffle(low, order), highTurned = __builtin_shuffle(high, order);
+        low = lowTurned < low ? lowTurned : low;
+        high = highTurned > high ? highTurned : high;
+    }
+    least = low[0];
+    greatest = high[0];
+#else
+    least = greatest = v[0];
+    for (int l = 1; l < W; ++l) {
+        least = v[l] < least ? v[l] : least;
+        greatest = v[l] > greatest ? v[l] : greatest;
+    }
+#endif
+}
+
 // What a run of axes says: whether one of them separates the shapes, and the least overlap.
 struct RunSummary {
     double least;
@@ -348,12 +378,10 @@ __attribute__((always_inline)) inline RunSummary OverlapsBody(const PlacedVertic
         apart = overlap > zero ? apart : one;
         least = overlap < least ? overlap : least;
     }
-    RunSummary summary{std::numeric_limits<double>::infinity(), false};
-    for (int l = 0; l < W; ++l) {
-        summary.separated |= apart[l] != 0.0;
-        summary.least = least[l] < summary.least ? least[l] : summary.least;
-    }
-    return summary;
+    double leastLane, greatestLane, fewest, most;
+    LaneBounds<W>(least, leastLane, greatestLane);
+    LaneBounds<W>(apart, fewest, most);
+    return RunSummary{leastLane, most != 0.0};
 }
 
 ZENDOLA_WIDE_FUNCTION(RunSummary, Overlaps,
@@ -501,9 +529,9 @@ __attribute__((always_inline)) inline bool SurelySeparatedBody(const double* x, 
         const Lanes sure = below < beyond ? below : beyond;
         apart = sure > zero ? one : apart;
     }
-    double any = 0.0;  // lanes read in place: a store and narrow reloads would stall
-    for (int l = 0; l < W; ++l) any += apart[l];
-    return any != 0.0;
+    double fewest, most;
+    LaneBounds<W>(apart, fewest, most);
+    return most != 0.0;
 }
 
 ZENDOLA_WIDE_FUNCTION(bool, SurelySeparated,
@@ -541,9 +569,9 @@ __attribute__((always_inline)) inline bool JudgeCrossAxesBody(const glm::dvec3& 
         const Lanes settled = length2 == zero ? one : passed;
         allPassed = settled > zero ? allPassed : zero;
     }
-    double all = 1.0;  // lanes read in place: a store and narrow reloads would stall
-    for (int l = 0; l < W; ++l) all *= allPassed[l];
-    return all != 0.0;
+    double fewest, most;
+    LaneBounds<W>(allPassed, fewest, most);
+    return fewest != 0.0;
 }
 
 ZENDOLA_WIDE_FUNCTION(bool, JudgeCrossAxes,
