@@ -1,13 +1,11 @@
-// Reads arbitrary bytes as a configuration file, through rows of every value type and through the
-// section handler; then saves the rows into that file and checks that the saved values read back
-// unchanged and that the save added at most one section of its own.
+// Arbitrary bytes as a configuration file, read through rows of every type and the section handler;
+// saved values must read back unchanged, and the save adds at most one section.
 #include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <string>
 
 #include "quorl/filesystem/ConfigFile.h"
 
@@ -29,15 +27,10 @@ struct Values : ConfigFile {
     }
 };
 
-const std::string& FilePathForRun() {
-    static const std::string path = "/tmp/fuzz_config_ini_" + std::to_string(::getpid()) + ".ini";
-    return path;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string& path = FilePathForRun();
+    static const std::string path = "/tmp/fuzz_config_ini_" + std::to_string(::getpid()) + ".ini";
     {
         std::ofstream out(path, std::ios::binary | std::ios::trunc);
         out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));

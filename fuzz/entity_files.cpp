@@ -1,6 +1,8 @@
-// Feeds arbitrary bytes to the two save-file readers. The first byte picks the reader (even: state
-// file through Interface::Create, odd: checkpoint), the rest is the file. A reader must either load
-// or fail with its error; it must never crash, hang, allocate from a bad length or touch the file.
+// The two save-file readers on arbitrary bytes: byte 0 picks the reader (even: state file through
+// Interface::Create, odd: checkpoint), the rest is the file. A reader loads or fails with its error;
+// it never crashes, hangs, allocates from a bad length or touches the file.
+#include <unistd.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -8,8 +10,6 @@
 #include <iostream>
 #include <mutex>
 #include <stdexcept>
-#include <string>
-#include <unistd.h>
 
 #include "game/Game.h"
 #include "game/entity/ServerSideEntity.h"
@@ -64,8 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         WriteFile(world.holder->GetCheckpointSaveFile(), data, size);
         try {
             world.holder->DeserializeCheckpoint();
-        } catch (const std::runtime_error&) {
-            // thrown by the module's own reader of its block, not by the file reader
+        } catch (const std::runtime_error&) {  // from the module's own block reader
         }
         return 0;
     }
@@ -73,8 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The holder keeps the registry slot of its id: load under a second registration instead.
     ServerSideEntity::Destroy(world.id);
     try {
-        auto iface = ServerSideEntity::Interface::Create(world.id);
-        (void)iface;
+        (void)ServerSideEntity::Interface::Create(world.id);
     } catch (const std::runtime_error&) {
     }
     if (auto loaded = ServerSideEntity::Get(world.id)) {

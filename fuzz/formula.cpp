@@ -1,13 +1,12 @@
-// Feeds arbitrary text to the Molecule constructor. Checks: the molecule table gains at most one
-// entry, only for a text it did not hold, and none on a second construction; the parse agrees with
-// the grammar written as a regular expression; the canonical text parses back to the same
-// molecule; the derived quantities stay finite and the density cache grows by at most one.
+// Arbitrary text to the Molecule constructor: the table gains at most one entry, only for a new text;
+// the parse agrees with the grammar as a regular expression; the canonical text parses back the same;
+// derived quantities stay finite and the density cache grows by at most one.
 #include "../tests/game/ChemistryFormulaReference.h"  // first: see there
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <string>
 
 #include "game/Chemistry.h"
 
@@ -47,9 +46,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const double n = molecule.GaseousIndexOfRefraction();
     if (!(n >= 1.0 && n <= 1.002)) std::abort();
 
-    bool hasVolume = false;
-    for (const auto& entry : molecule.elements) hasVolume = hasVolume || std::get<1>(entry) > 0;
-    if (hasVolume) {
+    if (std::any_of(molecule.elements.begin(), molecule.elements.end(),
+                    [](const auto& entry) { return std::get<1>(entry) > 0; })) {
         const size_t densities = Molecule::liquidMoleculesMaxDensity.size();
         const double density = molecule.GetMaximumLiquidDensity();
         if (!std::isfinite(density) || density < 0) std::abort();

@@ -1,9 +1,7 @@
-// Parses arbitrary text as a UniqueId and as a ModuleID; a parsed value must write back to text
-// that parses to the same value.
+// Arbitrary text as a UniqueId and a ModuleID: a parsed value writes back to text that parses the same.
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
-#include <string>
 
 #include "game/UniqueId.h"
 #include "quorl/modular/ModuleID.h"

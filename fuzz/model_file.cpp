@@ -1,13 +1,11 @@
-// Reads arbitrary bytes as a model file, then checks what the reader promises: counts within the
-// collider arrays, triangle indices below the vertex count, finite transforms, tree queries that
-// end, and a joint-solver pass and collider shapes that stay finite.
+// Arbitrary bytes as a model file: counts within the collider arrays, triangle indices below the
+// vertex count, finite transforms, tree queries that end, finite shapes and joint-solver pass.
 #include <unistd.h>
 
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
-#include <string>
 #include <unordered_map>
 
 #include "game/entity/EntityConfig.h"
@@ -17,11 +15,9 @@ using game::entity::EntityConfig;
 namespace {
 
 bool Finite(const glm::dmat4& m) {
-    for (int c = 0; c < 4; ++c) {
-        for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 4; ++c)
+        for (int r = 0; r < 4; ++r)
             if (!std::isfinite(m[c][r])) return false;
-        }
-    }
     return true;
 }
 
@@ -44,13 +40,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     for (const auto& [name, c] : config.colliders) {
         if (c.vertexCount > 8 || c.faceNormalCount > 12 || c.triangleCount > 12) std::abort();
-        for (int t = 0; t < c.triangleCount; ++t) {
-            for (int k = 0; k < 3; ++k) {
+        for (int t = 0; t < c.triangleCount; ++t)
+            for (int k = 0; k < 3; ++k)
                 if (c.triangles[t][k] >= c.vertexCount) std::abort();
-            }
-        }
-        auto shape = config.MakeCollider(name);
-        if (!std::isfinite(shape.radius) && c.vertexCount > 0) std::abort();
+        if (!std::isfinite(config.MakeCollider(name).radius) && c.vertexCount > 0) std::abort();
     }
     Instance entity;
     for (const auto& [name, node] : config.nodes) {

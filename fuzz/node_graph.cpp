@@ -1,10 +1,8 @@
-// Reads arbitrary bytes as a node graph: a {"nodes": [...]} document is loaded whole, any other
-// JSON value goes to DeserializeNode. What loads must generate a program without failing, and
-// write JSON that loads back to the same JSON.
+// Arbitrary bytes as a node graph ({"nodes": [...]} whole, any other JSON value as one node): what
+// loads generates a program and writes JSON that loads back to the same JSON.
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
-#include <string>
 
 #include "game/QuorlCodeEditor.h"
 #include "game/QuorlCodeNodes.h"

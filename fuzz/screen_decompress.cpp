@@ -1,9 +1,6 @@
-// Frames from the network: arbitrary bytes given as a compressed frame for a small screen. The
-// checked inflate must stay inside the destination, and whatever it accepts the screen's own
-// Decompress must restore identically (the assertions of Decompress fire exactly when the
-// checked result is rejected, so only accepted inputs reach it). The second mode compresses
-// arbitrary pixels and requires an exact round trip.
-//
+// Arbitrary bytes as a compressed frame for a small screen: the checked inflate stays inside the
+// destination and what it accepts Decompress restores identically (only accepted inputs reach
+// Decompress, whose assertions fire on the rest). Odd modes round-trip arbitrary pixels exactly.
 // Input: byte 0 width - 1 (mod 32), byte 1 height - 1 (mod 32), byte 2 mode, then the payload.
 #include <zlib.h>
 
@@ -26,9 +23,8 @@ void CheckStream(uint32_t w, uint32_t h, const uint8_t* data, size_t size) {
     const size_t frameBytes = size_t(w) * h * 4;
     std::vector<unsigned char> out(frameBytes + 2 * kGuard, kGuardByte);
     const auto result = QuorlScreen::Inflate(data, size, out.data() + kGuard, frameBytes);
-    for (size_t i = 0; i < kGuard; ++i) {
+    for (size_t i = 0; i < kGuard; ++i)
         if (out[i] != kGuardByte || out[kGuard + frameBytes + i] != kGuardByte) std::abort();
-    }
     if (result.avail_in > size || result.avail_out > frameBytes) std::abort();
 
     const bool accepted = result.ret != Z_STREAM_ERROR && result.avail_in == 0 && result.avail_out == 0;

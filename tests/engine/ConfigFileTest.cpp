@@ -1,21 +1,20 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "TestFiles.h"
-
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+
+#include "TestFiles.h"
 
 #include "quorl/filesystem/ConfigFile.h"
 #include "quorl/filesystem/IniDocument.h"
@@ -30,11 +29,7 @@ using testfiles::ReadAll;
 using testfiles::ReplaceFile;
 using testfiles::WriteAll;
 
-size_t CountLines(const std::string& text) {
-    size_t n = 0;
-    for (char c : text) n += c == '\n';
-    return n;
-}
+size_t CountLines(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
 
 // A file with one value of each type, read and written through rows.
 struct Sample : ConfigFile {
@@ -109,19 +104,8 @@ TEST_F(ConfigFileTest, LineSyntaxCommentsSeparatorsAndSections) {
 TEST_F(ConfigFileTest, EveryTypeRoundTripsThroughTheFile) {
     const std::string names[] = {"", "plain", "  padded  ", "\"quoted\" start", "tab\tnew\nline\\back", "a=b ; # c"};
     const float ratios[] = {0.1f, -0.0f, 1e-38f, 3.4028235e38f, 0.675f, 2.4f};
-    Binding full;
-    full.key = 348;
-    full.mouseButton = 7;
-    full.gamepadId = "pad with spaces \"and\" quotes";
-    full.gamepadIndex = 2;
-    full.gamepadButton = 14;
-    full.gamepadAxis = 5;
-    full.gamepadAxisDirection = -1;
-    full.joystickGuid = "03000000de280000ff11000001000000";
-    full.joystickIndex = 1;
-    full.joystickButton = 15;
-    full.joystickAxis = 8;
-    full.joystickAxisDirection = -1;
+    const Binding full{348, 7, "pad with spaces \"and\" quotes", 2, 14, 5, -1, "03000000de280000ff11000001000000",
+                       1,   15, 8, -1};
     Binding minimal;
     minimal.key = 87;
     for (size_t i = 0; i < std::size(names); ++i) {
@@ -336,12 +320,8 @@ TEST_F(ConfigFileTest, HandlerSeesEachSectionWithItsLines) {
 
 TEST_F(ConfigFileTest, BaseWriteConfigThrows) {
     ConfigFile file(path, 0);
-    try {
-        file.WriteConfig();
-        FAIL() << "no exception";
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "WriteConfig() not implemented");
-    }
+    EXPECT_THAT([&] { file.WriteConfig(); },
+                testing::ThrowsMessage<std::runtime_error>(testing::StrEq("WriteConfig() not implemented")));
 }
 
 TEST_F(ConfigFileTest, IniDocumentSetRewritesDuplicatesAndAppends) {

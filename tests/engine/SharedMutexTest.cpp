@@ -38,7 +38,6 @@ TEST(SharedMutex, ReadersRunConcurrently) {
             int prev = maxInside.load();
             while (n > prev && !maxInside.compare_exchange_weak(prev, n)) {
             }
-            // Hold until every reader is in (bounded).
             for (int k = 0; k < 2000 && maxInside.load() < 4; ++k) std::this_thread::sleep_for(1ms);
             --inside;
         });
@@ -47,8 +46,8 @@ TEST(SharedMutex, ReadersRunConcurrently) {
     EXPECT_EQ(maxInside.load(), 4);
 }
 
-// A thread holding a shared lock takes another while a writer waits: the writer only blocks
-// new readers once it holds the lock, so this must not deadlock.
+// A nested shared lock while a writer waits must not deadlock: a writer blocks new readers only
+// once it holds the lock.
 TEST(SharedMutex, NestedSharedLockWhileWriterWaits) {
     quorl::SharedMutex m;
     std::atomic<bool> writerStarted{false}, writerDone{false};
@@ -69,8 +68,7 @@ TEST(SharedMutex, NestedSharedLockWhileWriterWaits) {
     EXPECT_TRUE(writerDone.load());
 }
 
-// Mixed readers and writers hammer a pair of counters that writers keep equal; any reader
-// that sees them differ, or a lost wake-up (a hang), fails the test.
+// Writers keep two counters equal; a reader seeing them differ, or a lost wake-up (a hang), fails.
 TEST(SharedMutex, StressNoTornStateNoLostWakeup) {
     quorl::SharedMutex m;
     long a = 0, b = 0;

@@ -1,6 +1,4 @@
-// The demo module's pieces inside one process: its entity data, the kinds it registers, the
-// scene of a new world and the planet it adds to the environments. Runs in the build folder,
-// where the model files are copied.
+// The demo module's pieces inside one process: entity data, kinds, the new world's scene, the planet.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -24,11 +22,6 @@ using game::entity::ServerSideEntity;
 
 namespace {
 
-quorl::filesystem::ReadOnlyStream ToReader(const quorl::filesystem::WriteOnlyStream& w) {
-    auto bytes = w.Contents();
-    return quorl::filesystem::ReadOnlyStream(bytes.data(), bytes.size());
-}
-
 std::map<std::string, std::vector<std::shared_ptr<ServerSideEntity>>> EntitiesByType() {
     std::map<std::string, std::vector<std::shared_ptr<ServerSideEntity>>> byType;
     ServerSideEntity::ForEach([&](std::shared_ptr<ServerSideEntity> e) { byType[e->type].push_back(e); });
@@ -44,7 +37,7 @@ TEST(DemoWorldEntity, DataRoundTripsAndOtherFormatsAreRefused) {
     quorl::filesystem::WriteOnlyStream out(0);
     a.Serialize(out);
     demo::DemoEntity b;
-    quorl::filesystem::ReadOnlyStream in = ToReader(out);
+    quorl::filesystem::ReadOnlyStream in(out.Bytes());
     b.Deserialize(in);
     EXPECT_EQ(b.age, a.age);
     EXPECT_EQ(b.turretAngle, a.turretAngle);
@@ -54,12 +47,12 @@ TEST(DemoWorldEntity, DataRoundTripsAndOtherFormatsAreRefused) {
     other.Write(uint32_t(2));
     other.Write(1.0);
     other.Write(0.0f);
-    quorl::filesystem::ReadOnlyStream otherIn = ToReader(other);
+    quorl::filesystem::ReadOnlyStream otherIn(other.Bytes());
     EXPECT_THROW(b.Deserialize(otherIn), std::runtime_error);
 
     quorl::filesystem::WriteOnlyStream shortBlock(0);
     shortBlock.Write(demo::DemoEntity::kFormat);
-    quorl::filesystem::ReadOnlyStream shortIn = ToReader(shortBlock);
+    quorl::filesystem::ReadOnlyStream shortIn(shortBlock.Bytes());
     EXPECT_THROW(b.Deserialize(shortIn), quorl::filesystem::StreamError);
 }
 

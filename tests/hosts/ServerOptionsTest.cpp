@@ -10,18 +10,17 @@ TEST(ServerHostOptions, DefaultsRunTheDemoWorldUntilStopped) {
     EXPECT_EQ(r.options.world, "demo");
     EXPECT_EQ(r.options.ticks, 0u);
     EXPECT_EQ(r.options.rate, 60.0);
-    EXPECT_GE(r.options.substeps, 1);
     EXPECT_EQ(r.options.modules, std::vector<std::string>{"demo"});
     EXPECT_EQ(r.options.content, std::vector<std::string>{"demo"});
     EXPECT_FALSE(r.options.unpaced);
-    EXPECT_EQ(r.options.autosaveInterval, 0.0);
-    EXPECT_FALSE(r.options.help);
 }
 
+// Values come as the next argument or after '='; a later option wins.
 TEST(ServerHostOptions, ValuesAsNextArgumentOrAfterEquals) {
-    host::ParseResult r = ParseServerOptions({"--world", "moon-2", "--ticks=300", "--rate", "120.5", "--substeps=8",
-                                              "--modules", "a,b_c", "--content=", "--dir", "/tmp/x", "--progress",
-                                              "0", "--unpaced", "--poses=p.txt", "--autosave", "30"});
+    host::ParseResult r =
+        ParseServerOptions({"--ticks", "5", "--world", "moon-2", "--ticks=300", "--rate", "120.5", "--substeps=8",
+                            "--modules", "a,b_c", "--content=", "--dir", "/tmp/x", "--progress", "0", "--unpaced",
+                            "--poses=p.txt", "--autosave", "30"});
     ASSERT_EQ(r.error, "");
     EXPECT_EQ(r.options.world, "moon-2");
     EXPECT_EQ(r.options.ticks, 300u);
@@ -36,19 +35,8 @@ TEST(ServerHostOptions, ValuesAsNextArgumentOrAfterEquals) {
     EXPECT_EQ(r.options.autosaveInterval, 30.0);
 }
 
-TEST(ServerHostOptions, LaterOptionWins) {
-    host::ParseResult r = ParseServerOptions({"--ticks", "5", "--ticks", "7"});
-    ASSERT_EQ(r.error, "");
-    EXPECT_EQ(r.options.ticks, 7u);
-}
-
 TEST(ServerHostOptions, BadCommandLinesNameTheProblem) {
-    struct Case {
-        std::vector<std::string> args;
-        std::string expected;  // part of the error
-    };
-    const Case cases[] = {
-        {{"--bogus"}, "unknown option '--bogus'"},
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"--bogus=1"}, "unknown option '--bogus'"},
         {{"world"}, "unexpected argument 'world'"},
         {{"--ticks"}, "option --ticks needs a value"},
@@ -58,22 +46,18 @@ TEST(ServerHostOptions, BadCommandLinesNameTheProblem) {
         {{"--rate", "0"}, "option --rate: '0'"},
         {{"--rate", "nan"}, "option --rate"},
         {{"--rate", "1e9"}, "option --rate"},
-        {{"--rate", ""}, "option --rate"},
         {{"--substeps", "0"}, "option --substeps"},
         {{"--world", "../etc"}, "option --world: '../etc'"},
-        {{"--world", "a/b"}, "option --world"},
         {{"--world", ""}, "option --world"},
-        {{"--world", ".hidden"}, "option --world"},
-        {{"--modules", "demo,,x"}, "bad module name ''"},
         {{"--modules", "demo,"}, "bad module name ''"},
         {{"--modules", "../../lib"}, "bad module name '../../lib'"},
         {{"--progress", "-1"}, "option --progress"},
         {{"--dir", ""}, "option --dir"},
         {{"--autosave", "-5"}, "option --autosave: '-5'"},
     };
-    for (const Case& c : cases) {
-        host::ParseResult r = ParseServerOptions(c.args);
-        EXPECT_NE(r.error.find(c.expected), std::string::npos) << "args[0]=" << c.args[0] << " error=" << r.error;
+    for (const auto& [args, expected] : cases) {
+        host::ParseResult r = ParseServerOptions(args);
+        EXPECT_NE(r.error.find(expected), std::string::npos) << "args[0]=" << args[0] << " error=" << r.error;
     }
 }
 
@@ -87,10 +71,10 @@ TEST(ServerHostOptions, HelpDocumentsEveryOption) {
 }
 
 TEST(ServerHostOptions, SafeNamesStayInsideTheirFolder) {
-    EXPECT_TRUE(host::IsSafeName("demo"));
     EXPECT_TRUE(host::IsSafeName("AB_cd-1.2"));
     EXPECT_FALSE(host::IsSafeName(".."));
-    EXPECT_FALSE(host::IsSafeName("a b"));
+    EXPECT_FALSE(host::IsSafeName(".hidden"));
+    EXPECT_FALSE(host::IsSafeName("a/b"));
     EXPECT_FALSE(host::IsSafeName("a\\b"));
     EXPECT_FALSE(host::IsSafeName(std::string(65, 'a')));
     EXPECT_TRUE(host::IsSafeName(std::string(64, 'a')));

@@ -22,10 +22,7 @@ TEST(ServerHostPacing, WaitsForTheNextSlotOfTheSchedule) {
 TEST(ServerHostPacing, ASmallDelayIsMadeUpWithoutWaiting) {
     host::TickPacer pacer(100.0, 0.25);
     pacer.Start(0.0);
-    EXPECT_EQ(pacer.Next(0.05), 0.0);  // 40 ms late: the next ticks follow at once
-    EXPECT_EQ(pacer.Next(0.05), 0.0);
-    EXPECT_EQ(pacer.Next(0.05), 0.0);
-    EXPECT_EQ(pacer.Next(0.05), 0.0);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(pacer.Next(0.05), 0.0) << i;  // 40 ms late: the next ticks follow at once
     EXPECT_NEAR(pacer.Next(0.05), 0.0, 1e-9);
     EXPECT_NEAR(pacer.Next(0.05), 0.01, 1e-9);  // back on the schedule
     EXPECT_EQ(pacer.DroppedTicks(), 0u);
@@ -44,24 +41,17 @@ TEST(ServerHostProgress, LineEveryIntervalWithTheRateOfThatInterval) {
     meter.Start(10.0, 0);
     EXPECT_FALSE(meter.Due(10.5));
     EXPECT_TRUE(meter.Due(11.0));
-    host::WorldSample s;
-    s.ticks = 120;
-    s.entities = 9;
-    s.bodies = 7;
-    s.resting = 3;
-    s.physicsMs = 0.25;
+    host::WorldSample s{120, 9, 7, 3, 0.25};  // ticks, entities, bodies, resting, physics ms
     EXPECT_EQ(meter.Line(12.0, s),
               "tick 120 | 60.0 ticks/s | bodies 7 | resting 3 | entities 9 | physics 0.250 ms/tick");
     EXPECT_FALSE(meter.Due(12.5));  // the line started a new interval
     s.ticks = 150;
     EXPECT_DOUBLE_EQ(meter.TicksPerSecond(13.0, 150), 30.0);
     EXPECT_NE(meter.Line(13.0, s).find("30.0 ticks/s"), std::string::npos);
-}
 
-TEST(ServerHostProgress, IntervalZeroPrintsNothing) {
-    host::ProgressMeter meter(0.0);
-    meter.Start(0.0, 0);
-    EXPECT_FALSE(meter.Due(1e9));
+    host::ProgressMeter off(0.0);  // interval zero prints nothing
+    off.Start(0.0, 0);
+    EXPECT_FALSE(off.Due(1e9));
 }
 
 TEST(ServerHostStopSignal, SigintAndSigtermRaiseTheFlagWithoutEndingTheProcess) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <string>
@@ -54,7 +55,8 @@ TEST(CpuProfiler, ReportsMillisecondsAndResets) {
     EXPECT_EQ(e->lastMs, 0.0);
 }
 
-// The same text at another address is the same scope; counts after a reset start from zero.
+// The same text at another address is the same scope; counts after a reset start from zero; a
+// disabled scope records nothing.
 TEST(CpuProfiler, SameTextAtAnotherAddressSharesTheNode) {
     static const std::string copy = "CpuProfilerNamed";  // lives to the end of the program
     std::thread([] {
@@ -64,18 +66,19 @@ TEST(CpuProfiler, SameTextAtAnotherAddressSharesTheNode) {
         Profiler::ResetAll();
         { Profiler c(copy.c_str(), true); }
         { Profiler d("CpuProfilerOther", true); }
+        { Profiler off("CpuProfilerDisabled", false); }
     }).join();
     auto entries = Profiler::Snapshot();
-    int named = 0;
-    for (const auto& e : entries)
-        if (e.thread == "CpuProfilerNames" && e.path == "CpuProfilerNamed") ++named;
-    EXPECT_EQ(named, 1);
+    EXPECT_EQ(std::count_if(entries.begin(), entries.end(),
+                            [](auto& e) { return e.thread == "CpuProfilerNames" && e.path == "CpuProfilerNamed"; }),
+              1);
     const Profiler::Entry* e = Find(entries, "CpuProfilerNames", "CpuProfilerNamed");
     ASSERT_NE(e, nullptr);
     EXPECT_EQ(e->count, 1u);
     e = Find(entries, "CpuProfilerNames", "CpuProfilerOther");
     ASSERT_NE(e, nullptr);
     EXPECT_EQ(e->count, 1u);
+    EXPECT_EQ(Find(entries, "CpuProfilerNames", "CpuProfilerDisabled"), nullptr);
 }
 
 // Workers update their own trees while another thread reads and resets them: no update is
@@ -83,19 +86,16 @@ TEST(CpuProfiler, SameTextAtAnotherAddressSharesTheNode) {
 TEST(CpuProfiler, ConcurrentScopesSnapshotsAndResets) {
     constexpr int kThreads = 3;
     constexpr int kScopes = 20000;
-    auto work = [](int index, int scopes) {
-        Profiler::SetThreadName("CpuProfilerWorker" + std::to_string(index));
-        for (int i = 0; i < scopes; ++i) {
-            Profiler outer("Work", true);
-            Profiler inner("Inner", true);
-        }
-    };
     auto run = [&](bool reset) {
         std::atomic<int> running{kThreads};
         std::vector<std::thread> threads;
         for (int t = 0; t < kThreads; ++t)
             threads.emplace_back([&, t] {
-                work(t, kScopes);
+                Profiler::SetThreadName("CpuProfilerWorker" + std::to_string(t));
+                for (int i = 0; i < kScopes; ++i) {
+                    Profiler outer("Work", true);
+                    Profiler inner("Inner", true);
+                }
                 running.fetch_sub(1);
             });
         while (running.load() > 0) {

@@ -1,7 +1,6 @@
 #pragma once
-// Records of the life-cycle test modules, kept in channels: "SP_life.order" is the sequence of
-// start and stop hooks, "SP_life.<hook>" counts calls, "SP_life.faults" counts calls seen out of
-// order. Each counter has one writing thread.
+// Channels of the life-cycle test modules: "SP_life.order" lists start and stop hooks in order,
+// "SP_life.<hook>" counts calls, "SP_life.faults" counts out-of-order calls. One writer per counter.
 #include <string>
 
 #include "game/Game.h"

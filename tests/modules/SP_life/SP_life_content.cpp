@@ -1,5 +1,4 @@
-// Content of the life-cycle test module: the server kind "ticker", whose hooks check that the tick
-// passes come in order, and the client kind "ticker", which counts its updates.
+// Kind "ticker": on the server its hooks check the order of tick passes; on the client it counts updates.
 #include <memory>
 #include <vector>
 

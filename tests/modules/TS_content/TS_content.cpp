@@ -1,5 +1,4 @@
-// Test content pack exporting all ZENDOLA_Mod names; each hook writes its name to
-// "TS_content.last".
+// Every ZENDOLA_Mod name; each hook writes its name to "TS_content.last".
 #include "game/Game.h"
 
 #define TS_HOOK(name) \

@@ -1,5 +1,4 @@
-// Test module exporting all GAME_Mod hooks. Each hook writes its name to the channel
-// "TS_full.last"; load and unload count in "TS_full.loads" and "TS_full.unloads".
+// Every GAME_Mod hook writes its name to "TS_full.last"; loads and unloads count in "TS_full.loads"/".unloads".
 #include <vulkan/vulkan_core.h>
 
 #include "game/GAME_Mod.h"
@@ -7,11 +6,7 @@
 
 using game::Game;
 
-namespace {
-
-void Count(const char* channel) { Game::SetIMC(channel, Game::GetNumericIMC(channel, 0) + 1); }
-
-}  // namespace
+static void Count(const char* channel) { Game::SetIMC(channel, Game::GetNumericIMC(channel, 0) + 1); }
 
 #define TS_HOOK(name) \
     extern "C" void name() { Game::SetIMC("TS_full.last", #name); }

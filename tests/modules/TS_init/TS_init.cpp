@@ -1,4 +1,4 @@
-// Test module exporting all GAME_Init names; each writes its name to "TS_init.last".
+// Every GAME_Init name writes its name to "TS_init.last".
 #include "game/Game.h"
 
 #define TS_HOOK(name) \

@@ -1,4 +1,4 @@
-// Test module exporting all SERVER_Mod hooks; each writes its name to "TS_server.last".
+// Every SERVER_Mod hook writes its name to "TS_server.last".
 #include "game/Game.h"
 
 #define TS_HOOK(name) \
