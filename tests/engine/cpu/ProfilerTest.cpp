@@ -24,7 +24,7 @@ const Profiler::Entry* Find(const std::vector<Profiler::Entry>& entries, const s
 }  // namespace
 
 // Times come out in real milliseconds whatever the tick source: at least the sleep, at most
-// what steady_clock measured around the scopes. A reset zeroes them.
+// what steady_clock measured around the scopes.
 TEST(CpuProfiler, ReportsMillisecondsAndResets) {
     double outsideMs = 0;
     std::thread([&] {
@@ -45,14 +45,6 @@ TEST(CpuProfiler, ReportsMillisecondsAndResets) {
     EXPECT_GE(e->totalMs, 40.0);
     EXPECT_LE(e->totalMs, outsideMs * 1.001 + 0.01);
     EXPECT_GE(e->averageMs(), 20.0);
-
-    Profiler::ResetAll();  // the tree of an ended thread is reset too
-    entries = Profiler::Snapshot();
-    e = Find(entries, "CpuProfilerSleeper", "Sleep");
-    ASSERT_NE(e, nullptr);
-    EXPECT_EQ(e->count, 0u);
-    EXPECT_EQ(e->totalMs, 0.0);
-    EXPECT_EQ(e->lastMs, 0.0);
 }
 
 // The same text at another address is the same scope; counts after a reset start from zero; a
@@ -120,7 +112,7 @@ TEST(CpuProfiler, ConcurrentScopesSnapshotsAndResets) {
     }
 
     run(true);
-    Profiler::ResetAll();
+    Profiler::ResetAll();  // the trees of ended threads are reset too
     entries = Profiler::Snapshot();
     int seen = 0;
     for (const auto& e : entries) {
@@ -128,6 +120,7 @@ TEST(CpuProfiler, ConcurrentScopesSnapshotsAndResets) {
         ++seen;
         EXPECT_EQ(e.count, 0u) << e.thread << " " << e.path;
         EXPECT_EQ(e.totalMs, 0.0) << e.thread << " " << e.path;
+        EXPECT_EQ(e.lastMs, 0.0) << e.thread << " " << e.path;
     }
     EXPECT_EQ(seen, 2 * 2 * kThreads);  // two runs of workers, two nodes each
 }

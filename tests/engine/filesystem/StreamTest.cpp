@@ -85,8 +85,6 @@ TEST(FilesystemStream, ShortAndOversizedReadsThrowAndKeepTheTarget) {
     EXPECT_THROW(empty.Read(x), StreamError);
     EXPECT_THROW(empty.Write(x), StreamError);  // each stream goes one way only
     EXPECT_THROW(out.Read(x), StreamError);
-    EXPECT_EQ(empty.Remaining(), 0u);
-    EXPECT_TRUE(empty.Contents().empty());
     // A block of a block round-trips with an empty inner stream.
     WriteOnlyStream blocks(0);
     blocks.Write(empty);
