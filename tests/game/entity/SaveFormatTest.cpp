@@ -46,12 +46,7 @@ std::shared_ptr<ServerSideEntity> GoldenEntity() {
 
 // Returns the error text of loading `id` through its module, or "" when it loaded.
 std::string LoadError(const Id& id) {
-    try {
-        ServerSideEntity::Interface::Create(id);
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return "";
+    return ErrorText<std::runtime_error>([&] { ServerSideEntity::Interface::Create(id); });
 }
 
 bool EndsWith(const std::string& text, const std::string& end) {
@@ -335,12 +330,7 @@ TEST_F(EntitySaveFormat, FolderRules) {
     EXPECT_FALSE(ServerSideEntity::Get(id));
     // A stray state file with a bad name stops the load with the identifier's error.
     WriteFile((Folder() / "notes.entitystate").string(), {1, 2, 3});
-    try {
-        ServerSideEntity::LoadAllEntities();
-        FAIL();
-    } catch (const std::runtime_error& err) {
-        EXPECT_STREQ(err.what(), "UniqueId string length should be 28");
-    }
+    EXPECT_EQ(ErrorText<std::runtime_error>(ServerSideEntity::LoadAllEntities), "UniqueId string length should be 28");
 }
 
 TEST_F(EntitySaveFormat, UnloadSavesOnlyWhatIsMarked) {

@@ -78,12 +78,7 @@ TEST(EntityBase, UpdateFollowsNodesOnlyWhenMoved) {
     EXPECT_EQ(e.boundsMin.x, 10.0);
     EXPECT_TRUE(e.nodesMoved);  // the physics step clears it
     e.colliders["orphan"] = c;
-    try {
-        e.Update(0.1);
-        FAIL();
-    } catch (const std::out_of_range& err) {
-        EXPECT_STREQ(err.what(), "unordered_map::at");
-    }
+    EXPECT_EQ(ErrorText<std::out_of_range>([&] { e.Update(0.1); }), "unordered_map::at");
 }
 
 using EntityServerSide = EntityWorld;
@@ -100,12 +95,8 @@ TEST_F(EntityServerSide, CreateGetAndDuplicates) {
     EXPECT_FALSE(g->id == half);  // a half-null id is replaced
 
     e->Serialize();
-    try {
-        ServerSideEntity::Create<ServerSideEntity>(ModuleID(), "", e->id);
-        FAIL();
-    } catch (const std::runtime_error& err) {
-        EXPECT_EQ(std::string(err.what()), "UNIQUE_OBJECT ServerSideEntity with id " + e->id.ToString() + " already exists");
-    }
+    EXPECT_EQ(ErrorText<std::runtime_error>([&] { ServerSideEntity::Create<ServerSideEntity>(ModuleID(), "", e->id); }),
+              "UNIQUE_OBJECT ServerSideEntity with id " + e->id.ToString() + " already exists");
     EXPECT_TRUE(std::filesystem::exists(e->GetStateSaveFile()));
     EXPECT_EQ(ServerSideEntity::Get(e->id), e);
 
@@ -117,12 +108,7 @@ TEST_F(EntityServerSide, CreateGetAndDuplicates) {
 
     ServerSideEntity::_registered_items_module["thing"] = kModule;
     EXPECT_EQ(ServerSideEntity::FindModuleIDFromItemType("thing"), ModuleID(kModule));
-    try {
-        ServerSideEntity::FindModuleIDFromItemType("unknown");
-        FAIL();
-    } catch (const std::out_of_range& err) {
-        EXPECT_STREQ(err.what(), "map::at");
-    }
+    EXPECT_EQ(ErrorText<std::out_of_range>([] { ServerSideEntity::FindModuleIDFromItemType("unknown"); }), "map::at");
     ServerSideEntity::_registered_items_module.clear();
 }
 

@@ -58,7 +58,9 @@ TEST(EnvironmentAerodynamics, WingLiftFollowsTheLiftingLine) {
     for (double degrees : {1.0, 4.0, 8.0, 12.0}) {
         const glm::dvec3 f = WingForce(40, degrees);
         EXPECT_GT(f.z, previous) << degrees;
-        if (degrees >= 4) EXPECT_GT(f.z, 4 * -f.x) << degrees;  // gliding better than 4 to 1
+        if (degrees >= 4) {
+            EXPECT_GT(f.z, 4 * -f.x) << degrees;  // gliding better than 4 to 1
+        }
         EXPECT_LT(f.x, 0);
         previous = f.z;
     }

@@ -155,8 +155,11 @@ TEST(EnvironmentGround, SphereAndContainerRestAtTheirLowestPoints) {
         scene.entity->position = {0, 0, 0.55};
         for (int frame = 0; frame < 60; ++frame) scene.Frame();
         EXPECT_NEAR(scene.entity->position.z, 0.5, 0.002) << sphere;
-        if (sphere) EXPECT_NEAR(scene.entity->velocity.z, 0, 0.01);  // the air's buoyancy after the contact
-        else EXPECT_GT(Up(*scene.entity), 0.9999);
+        if (sphere) {
+            EXPECT_NEAR(scene.entity->velocity.z, 0, 0.01);  // the air's buoyancy after the contact
+        } else {
+            EXPECT_GT(Up(*scene.entity), 0.9999);
+        }
     }
 }
 
