@@ -200,8 +200,12 @@ TEST_F(EntityConfigTest, ColliderRecordsAndShapes) {
     ASSERT_EQ(shape.vertexCount, 8u);
     EXPECT_EQ(shape.faceNormalCount, 3u) << "a box needs three axes, not six normals";
     EXPECT_EQ(shape.triangleCount, 12u);
+    EXPECT_EQ(shape.vertices[0], glm::vec3(-1, -2, -1));
     EXPECT_EQ(shape.vertices[1], glm::vec3(-1, -2, 3));
+    EXPECT_EQ(shape.vertices[6], glm::vec3(1, 1, -1));
     EXPECT_EQ(shape.faceNormals[1], glm::vec3(0, 1, 0));
+    EXPECT_EQ(shape.box_min, glm::vec3(-1, -2, -1));
+    EXPECT_EQ(shape.box_max, glm::vec3(1, 1, 3));
     EXPECT_NEAR(shape.radius, 0.5 * std::sqrt(4.0 + 9.0 + 16.0), 1e-12);
 
     const auto& hull = c.colliders.at("hull");
@@ -211,8 +215,11 @@ TEST_F(EntityConfigTest, ColliderRecordsAndShapes) {
     ASSERT_EQ(hull.faceNormalCount, 2u);
     ExpectVec(hull.faceNormals[0], glm::vec3(0, 0, -1));
     ExpectVec(hull.faceNormals[1], glm::vec3(0, 1, 0));
-    EXPECT_EQ(hull.triangleCount, 4u);
+    ASSERT_EQ(hull.triangleCount, 4u);
+    EXPECT_EQ(hull.triangles[3][2], 3);
     shape = c.MakeCollider("hull");
+    EXPECT_EQ(shape.vertexCount, 4u);
+    EXPECT_EQ(shape.faceNormalCount, 2u);
     EXPECT_EQ(shape.box_min, glm::vec3(0, 0, -1)) << "bounds come from the vertices";
     EXPECT_EQ(shape.box_max, glm::vec3(1, 1, 0));
     EXPECT_THROW(c.MakeCollider("missing"), std::out_of_range);

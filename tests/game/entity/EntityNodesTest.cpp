@@ -50,12 +50,15 @@ TEST_F(EntityNodes, ServerEntityFromAModelFile) {
     EXPECT_EQ(a->joints["boom_slider"].position.y, 0.4f);  // the initial value of the file
     for (auto& [name, collider] : a->colliders) {
         EXPECT_EQ(collider.name, name);
+        EXPECT_EQ(collider.displacement, 0.0);
         EXPECT_EQ(collider.transform, a->nodeTransforms[name]);
     }
     // The chassis box in game axes: x -1..1, y 0.2..0.8 (Blender z), z -2..2 (Blender -y).
     EXPECT_NEAR(a->boundsMin.x, -1.0, 1e-6);
     EXPECT_NEAR(a->boundsMin.y, 0.2, 1e-6);
     EXPECT_LE(a->boundsMin.z, -2.0 + 1e-6);
+    EXPECT_GE(a->boundsMax.z, 2.0 - 1e-6);
+    EXPECT_EQ(a->centerOfMass, a->boundsCenter);
 
     // Turning the hinge moves the turret and the boom, and clamps to the file's range.
     glm::dmat4 turret = a->colliders["turret"].transform, boom = a->colliders["boom"].transform,

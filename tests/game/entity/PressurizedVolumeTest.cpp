@@ -63,14 +63,14 @@ TEST(PressurizedVolumeState, EmptyOrUninitialisedVolumes) {
     empty->pressure = empty->density = 5;  // stale values are cleared
     empty->composition["O2"] = 0;
     empty->Update(0);
-    EXPECT_EQ(empty->pressure + empty->density + empty->totalMass, 0.0);
+    EXPECT_EQ(glm::dvec3(empty->pressure, empty->density, empty->totalMass), glm::dvec3(0.0));
     EXPECT_TRUE(empty->composition.empty());
 
     auto unset = MakeVolume(0.0);  // nothing at all happens
     unset->composition["O2"] = 1;
     unset->airtightness = 0;
     unset->Update(1);
-    EXPECT_EQ(unset->totalMass + unset->pressure + unset->airtightness, 0.0);
+    EXPECT_EQ(glm::dvec3(unset->totalMass, unset->pressure, unset->airtightness), glm::dvec3(0.0));
 }
 
 TEST(PressurizedVolumeState, LiquidFractionAndOverfullTankCutToItsVolume) {

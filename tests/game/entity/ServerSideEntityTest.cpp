@@ -54,6 +54,7 @@ TEST(EntityBase, BoundingBoxFromTwoCornersOfEveryCollider) {
     // Corners (-1,-1,-1) and (1,1,1) rotated by 90 degrees about z: (1,-1,-1) and (-1,1,1).
     EXPECT_NEAR(e.boundsMin.x, -1, 1e-12);
     EXPECT_NEAR(e.boundsMax.x, 1, 1e-12);
+    EXPECT_NEAR(e.boundsMin.y, -1, 1e-12);
     EXPECT_NEAR(e.box_size.z, 2, 1e-12);
     EXPECT_NEAR(e.boundsRadius, std::sqrt(12.0) / 2, 1e-12);
     EXPECT_EQ(e.centerOfMass, e.boundsCenter);

@@ -61,10 +61,13 @@ TEST(PhysicsRigidbody, ImpulsesBecomeAccelerationsThroughTheSolidBoxInertia) {
     e->linearImpulse = {8, 0, 0};
     e->angularImpulse = {0, 0, 2};
     Body body(e, 0.5);
+    EXPECT_DOUBLE_EQ(body.invMass, 0.25);
     ExpectNear(body.linearAcceleration, {4, 0, 0});  // 8 / 0.5 / 4
     // Cube of side 2, mass 4: I = m (a^2 + a^2) / 12 = 8/3 about every axis.
     ExpectNear(body.angularAcceleration, {0, 0, 4 / (8.0 / 3)});
     EXPECT_DOUBLE_EQ(body.broadphaseRadius, std::sqrt(3.0) + 0.5 * 0.5 * 5);
+    EXPECT_DOUBLE_EQ(body.largestTouchedRadius, body.radius);
+    EXPECT_EQ(body.restCount, 0);
 
     // Sides 2, 4, 6 of 12 kg: Ixx = 52, Iyy = 40, Izz = 20; turned 90 degrees about z, world x is body y.
     auto turned = MakeBoxEntity({1, 2, 3}, 12);
