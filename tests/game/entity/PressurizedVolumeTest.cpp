@@ -4,6 +4,8 @@
 #include <cmath>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <unordered_map>
 
 #include <glm/geometric.hpp>
 
@@ -20,10 +22,14 @@ constexpr double kN2 = 2 * 14.007e-3;
 constexpr double kO2 = 2 * 15.999e-3;
 constexpr double kAr = 39.948e-3;
 
-std::shared_ptr<PressurizedVolume> MakeVolume(double volume, double temperature = 300) {
+// A volume with its state computed from the given content.
+std::shared_ptr<PressurizedVolume> MakeVolume(double volume, double temperature = 300,
+                                              std::unordered_map<std::string, double> composition = {}) {
     auto v = std::make_shared<PressurizedVolume>();
     v->volume = volume;
     v->temperature = temperature;
+    v->composition = std::move(composition);
+    v->Update(0);
     return v;
 }
 
@@ -45,9 +51,7 @@ double Get(const PressurizedVolume& v, const char* formula) {
 }  // namespace
 
 TEST(PressurizedVolumeState, IdealGasPressureOfAKnownMixture) {
-    auto v = MakeVolume(2.0, 300);
-    v->composition = {{"N2", 1.5}, {"O2", 0.4}, {"Ar", 0.1}};
-    v->Update(0);
+    auto v = MakeVolume(2.0, 300, {{"N2", 1.5}, {"O2", 0.4}, {"Ar", 0.1}});
     const double moles = 1.5 / kN2 + 0.4 / kO2 + 0.1 / kAr;
     EXPECT_DOUBLE_EQ(v->totalMass, 2.0);
     EXPECT_DOUBLE_EQ(v->density, 1.0);
@@ -74,9 +78,7 @@ TEST(PressurizedVolumeState, EmptyOrUninitialisedVolumes) {
 }
 
 TEST(PressurizedVolumeState, LiquidFractionAndOverfullTankCutToItsVolume) {
-    auto tank = MakeVolume(1.0);
-    tank->composition = {{"H2O", 250}, {"O2", 1}};
-    tank->Update(0);
+    auto tank = MakeVolume(1.0, 300, {{"H2O", 250}, {"O2", 1}});
     EXPECT_NEAR(tank->liquidFraction, 250.0 / 1000 + 1.0 / 1600, 1e-12);
 
     // 1.5 and 3 times over full (water 1000 kg/m^3, carbon dioxide 1600 kg/m^3): the content keeps
@@ -126,11 +128,8 @@ TEST(PressurizedVolumeState, AirtightnessHealsOverASecond) {
 // Two rooms of 10 m^3 at 300 K; `a` holds air at about 1.1 bar, `b` about half that. A 1 cm^2 hole
 // for 10 ms moves sqrt(2 dp / mean density) x area x dt, taken from a's mixture as it stands.
 TEST(PressurizedVolumeTransfer, MovesTheMassOfBernoullisSpeed) {
-    auto a = MakeVolume(10);
-    auto b = MakeVolume(10);
-    a->composition = {{"N2", 10}, {"O2", 3}};
-    b->composition = {{"N2", 5}, {"Ar", 1.5}};
-    UpdateAll({a.get(), b.get()});
+    auto a = MakeVolume(10, 300, {{"N2", 10}, {"O2", 3}});
+    auto b = MakeVolume(10, 300, {{"N2", 5}, {"Ar", 1.5}});
     const double pa = (10 / kN2 + 3 / kO2) * R * 300 / 10;
     const double pb = (5 / kN2 + 1.5 / kAr) * R * 300 / 10;
     const double speed = std::sqrt(2 * (pa - pb) / ((1.3 + 0.65) / 2));
@@ -154,11 +153,8 @@ TEST(PressurizedVolumeTransfer, MovesTheMassOfBernoullisSpeed) {
 }
 
 TEST(PressurizedVolumeTransfer, SmallDifferencesOnlyMergeAirtightness) {
-    auto a = MakeVolume(1);
-    auto b = MakeVolume(1);
-    a->composition = {{"N2", 1.0}};
-    b->composition = {{"N2", 0.999}};  // about 90 Pa lower
-    UpdateAll({a.get(), b.get()});
+    auto a = MakeVolume(1, 300, {{"N2", 1.0}});
+    auto b = MakeVolume(1, 300, {{"N2", 0.999}});  // about 90 Pa lower
     a->airtightness = 0.3;
     EXPECT_EQ(PressurizedVolume::Transfer(a, b, {}, {}, 1, 1), 0.0);
     EXPECT_EQ(a->airtightness, 0.3);
@@ -178,10 +174,8 @@ TEST(PressurizedVolumeTransfer, SmallDifferencesOnlyMergeAirtightness) {
 // A 1 m^2 hole open for a second would pass hundreds of kilograms by the formula alone; the flow
 // stops where the pressures are level, and no gram is made or lost.
 TEST(PressurizedVolumeTransfer, LargeHoleLevelsPressuresAndConservesMass) {
-    auto full = MakeVolume(1, 300);
+    auto full = MakeVolume(1, 300, {{"N2", 0.8}, {"O2", 0.2}});
     auto empty = MakeVolume(3, 400);
-    full->composition = {{"N2", 0.8}, {"O2", 0.2}};
-    UpdateAll({full.get(), empty.get()});
 
     const double flow = PressurizedVolume::Transfer(full, empty, {}, {}, 1, 1);
     UpdateAll({full.get(), empty.get()});
@@ -195,10 +189,8 @@ TEST(PressurizedVolumeTransfer, LargeHoleLevelsPressuresAndConservesMass) {
 }
 
 TEST(PressurizedVolumeTransfer, TraceEntriesBelowAGramVanishFromTheSource) {
-    auto a = MakeVolume(1);
+    auto a = MakeVolume(1, 300, {{"N2", 1.0}, {"Ar", 0.0015}});
     auto b = MakeVolume(1);
-    a->composition = {{"N2", 1.0}, {"Ar", 0.0015}};
-    UpdateAll({a.get(), b.get()});
     PressurizedVolume::Transfer(a, b, {}, {}, 1, 1);  // levels at half
     EXPECT_FALSE(a->composition.count("Ar"));
     EXPECT_NEAR(Get(*b, "Ar"), 0.00075, 1e-9);
@@ -231,7 +223,6 @@ game::physics::EnvironmentInfo Air(double density = 1.2) {
 
 TEST(PressurizedVolumeEnvironment, InflowIsSplitByMassAndStopsAtTheOutsidePressure) {
     auto cabin = MakeVolume(20, 300);
-    cabin->Update(0);
     const auto air = Air();
     const double molar = 0.79 * kN2 + 0.21 * kO2;
 
@@ -253,9 +244,7 @@ TEST(PressurizedVolumeEnvironment, InflowIsSplitByMassAndStopsAtTheOutsidePressu
 }
 
 TEST(PressurizedVolumeEnvironment, OutflowDrainsProportionallyAndStopsAtTheOutsidePressure) {
-    auto tank = MakeVolume(1, 300);
-    tank->composition = {{"N2", 3}, {"O2", 1}};
-    tank->Update(0);
+    auto tank = MakeVolume(1, 300, {{"N2", 3}, {"O2", 1}});
     const auto air = Air();
     const double expected = std::sqrt(2 * (tank->pressure - air.pressure) / ((4 + 1.2) / 2)) * 1e-4 * 0.01;
     EXPECT_NEAR(PressurizedVolume::Transfer(tank, air, {}, {}, 1e-4, 0.01), expected, 1e-12);
@@ -278,10 +267,8 @@ TEST(PressurizedVolumeEnvironment, OutflowDrainsProportionallyAndStopsAtTheOutsi
 TEST(PressurizedVolumeEnvironment, EdgeCases) {
     const auto air = Air();
     // The outside's own air at its pressure: the hole moves nothing but breaks the airtightness.
-    auto level = MakeVolume(1, 300);
-    level->composition = {{"N2", 1.2 * 0.79 * kN2 / (0.79 * kN2 + 0.21 * kO2)},
-                          {"O2", 1.2 * 0.21 * kO2 / (0.79 * kN2 + 0.21 * kO2)}};
-    level->Update(0);
+    const double molar = 0.79 * kN2 + 0.21 * kO2;
+    auto level = MakeVolume(1, 300, {{"N2", 1.2 * 0.79 * kN2 / molar}, {"O2", 1.2 * 0.21 * kO2 / molar}});
     EXPECT_NEAR(level->pressure, air.pressure, 1e-6);
     for (double hole : {1.0, 0.0}) {
         level->airtightness = 1;
@@ -292,7 +279,6 @@ TEST(PressurizedVolumeEnvironment, EdgeCases) {
 
     // An outside made only of unknown formulas gives nothing to breathe in.
     auto empty = MakeVolume(1, 300);
-    empty->Update(0);
     auto strange = air;
     strange.composition = {{"Qq", 1.0}};
     EXPECT_EQ(PressurizedVolume::Transfer(empty, strange, {}, {}, 1, 1), 0.0);
