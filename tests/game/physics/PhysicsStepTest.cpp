@@ -1,5 +1,5 @@
-// The whole physics step with real entities: models from data/models, a flat test environment
-// (ground at a height, water below a level, gravity -9.81 along y), ticks through Game::ServerUpdate.
+// The whole physics step with real entities: models from data/models, a flat y-up test world,
+// ticks through Game::ServerUpdate.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "../AllocationCounter.h"
+#include "EnvironmentWorld.h"
 #include "PhysicsStepReference.h"
 #include "game/Game.h"
 #include "game/entity/EntityConfig.h"
@@ -28,34 +29,18 @@ constexpr EnvironmentId kEnv = 41;
 constexpr double kDt = 1.0 / 60.0;
 constexpr int kSubsteps = 4;
 
-struct FlatWorld {
-    double groundHeight = -100;
-    double waterLevel = -1e9;  // water below this height
-    int queries = 0;
-    game::physics::EnvironmentInfo Query(const glm::dvec3& p, game::physics::EnvironmentInfoFlags flags) {
-        ++queries;
-        game::physics::EnvironmentInfo info;
-        info.gravity = {0, -9.81, 0};
-        info.altitude = p.y - groundHeight;
-        if (flags & 1) {
-            info.collision.position = {p.x, groundHeight, p.z};
-            info.collision.normal = {0, 1, 0};
-            info.collision.depth = groundHeight - p.y;
-        }
-        const bool water = p.y < waterLevel;
-        info.density = water ? 1000 : 1.2;
-        info.viscosity = water ? 9.5e-4 : 1.5e-5;
-        info.pressure = 101325;
-        return info;
-    }
-};
-
 class PhysicsStep : public ::testing::Test {
 protected:
-    FlatWorld world;
+    physics_test::EnvironmentWorld world;
     std::vector<std::shared_ptr<ServerSideEntity>> made;
 
     void SetUp() override {
+        world.gravity = {0, -9.81, 0};
+        world.up = 1;
+        world.groundHeight = -100;
+        world.liquidSurface = -1e9;
+        world.liquidViscosity = 9.5e-4;
+        world.pressure = 101325;
         for (const char* type : {"cube", "slab", "vehicle"}) {
             auto config = std::make_shared<EntityConfig>(std::string(ZENDOLA_SOURCE_DIR) + "/data/models/" + type + ".ini");
             ServerSideEntity::_registered_interfaces[kModule][type] = {
@@ -218,7 +203,7 @@ TEST_F(PhysicsStep, VehicleOfComponentsFallsLandsAndKeepsItsShape) {
 }
 
 TEST_F(PhysicsStep, BoxInTheOceanFloats) {
-    world.waterLevel = 0;
+    world.liquidSurface = 0;
     world.groundHeight = -50;
     auto box = Spawn("cube", {0, 1, 0});
     for (auto& [name, c] : box->colliders) c.displacement = 1;  // a module's choice: the box is sealed
@@ -242,9 +227,9 @@ TEST_F(PhysicsStep, FastBodyOutsideAnEnvironmentTakesOneWholeStepWithoutEnvironm
     body->parentEnvironmentId = kEnv;
     body->velocity = {3000, 0, 0};
     body->externalAcceleration = {0, 6, 0};
-    world.queries = 0;
+    world.queries.clear();
     ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    EXPECT_EQ(world.queries, 0);
+    EXPECT_TRUE(world.queries.empty());
     EXPECT_DOUBLE_EQ(body->position.x, 3000 * kDt);
     EXPECT_DOUBLE_EQ(body->position.y, 0.5 * 6 * kDt * kDt);
     EXPECT_DOUBLE_EQ(body->velocity.y, 6 * kDt);
