@@ -76,6 +76,17 @@ inline void ForgetAllEntities() {
         if (e) e->deleteFilesOnDestroy = false;
 }
 
+// The text of the exception of type E that f throws, or "" when it throws none.
+template <class E, class F>
+std::string ErrorText(F&& f) {
+    try {
+        f();
+    } catch (const E& e) {
+        return e.what();
+    }
+    return "";
+}
+
 inline std::vector<unsigned char> ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), {});

@@ -1,3 +1,4 @@
+// The joint solver on the sample vehicle and a small arm: moves, clamps, locked joints.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -14,8 +15,7 @@ using game::entity::EntityConfig;
 
 namespace {
 
-// What the solver needs of an entity: its joint states and node transforms, as InitNodes fills
-// them.
+// The joint states and node transforms of an entity, as InitNodes fills them.
 struct Instance {
     std::unordered_map<std::string, game::entity::Joint> joints;
     std::unordered_map<std::string, glm::dmat4> nodeTransforms;
@@ -41,22 +41,6 @@ EntityConfig& Vehicle() {
 }
 
 }  // namespace
-
-TEST(JointSolver, TablesFollowTheNodeTree) {
-    const auto& solver = Vehicle().jointSolver;
-    ASSERT_EQ(solver.joints.size(), 2u);
-    const auto& hinge = solver.joints.at("turret_hinge");
-    const auto& slider = solver.joints.at("boom_slider");
-    EXPECT_EQ(hinge.parentJoint, "");
-    EXPECT_EQ(slider.parentJoint, "turret_hinge");
-    EXPECT_EQ(hinge.children, std::vector<std::string>{"boom_slider"});
-    // The hinge carries itself, the turret; the slider itself, the boom and its tip.
-    EXPECT_EQ(hinge.nodes.size(), 2u);
-    EXPECT_EQ(slider.nodes.size(), 3u);
-    EXPECT_EQ(slider.nodes.count("boom_tip"), 1u);
-    // From the hinge to the slider's parent node (the turret): 0.25 m up.
-    ExpectNear(glm::dvec3(slider.transformFromParent[3]), glm::dvec3(0, 0.25, 0));
-}
 
 TEST(JointSolver, InitialValuesReproduceTheModel) {
     EntityConfig& config = Vehicle();
@@ -110,7 +94,6 @@ TEST(JointSolver, ValuesAreClampedAndWrittenBack) {
     EXPECT_EQ(entity.joints.at("boom_slider").position, glm::vec3(0, 1.9f, 0));
     EXPECT_EQ(entity.joints.at("turret_hinge").rotation, glm::vec3(0, 0, -90));
     ExpectNear(entity.Position("boom_tip"), glm::dvec3(1.4 + 1.5, 1.05, -0.5));
-    // Idempotent.
     const auto before = entity.nodeTransforms;
     config.jointSolver(&entity);
     EXPECT_EQ(entity.nodeTransforms, before);

@@ -1,3 +1,4 @@
+// The entity save files: golden layouts, round trips, corrupt files, and a saver killed mid-write.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -45,12 +46,7 @@ std::shared_ptr<ServerSideEntity> GoldenEntity() {
 
 // Returns the error text of loading `id` through its module, or "" when it loaded.
 std::string LoadError(const Id& id) {
-    try {
-        ServerSideEntity::Interface::Create(id);
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return "";
+    return ErrorText<std::runtime_error>([&] { ServerSideEntity::Interface::Create(id); });
 }
 
 bool EndsWith(const std::string& text, const std::string& end) {
@@ -104,7 +100,7 @@ TEST_F(EntitySaveFormat, StateFileLayout) {
     EXPECT_EQ(ReadFile(e->GetStateSaveFile())[196], 1);
 }
 
-TEST_F(EntitySaveFormat, CheckpointFileLayout) {
+TEST_F(EntitySaveFormat, CheckpointFileLayoutAndRestore) {
     auto e = GoldenEntity();
     e->SerializeCheckpoint();
     std::vector<unsigned char> b = ReadFile(e->GetCheckpointSaveFile());
@@ -123,6 +119,15 @@ TEST_F(EntitySaveFormat, CheckpointFileLayout) {
     EXPECT_EQ(b[164], 1);
     EXPECT_EQ(At<uint64_t>(b, 165), 8u);
     EXPECT_EQ(At<uint64_t>(b, 173), 0xABCDEFull);
+
+    // Restoring brings the pose and the module's state back and wakes a detachable body.
+    e->position = {0, 0, 0};
+    e->restTime = 5;
+    static_cast<PayloadInterface*>(e->_interface.get())->stateValue = 0;
+    e->DeserializeCheckpoint();
+    EXPECT_EQ(e->position, glm::dvec3(1.5, -2.0, 3.0));
+    EXPECT_EQ(e->restTime, 0.0);
+    EXPECT_EQ(static_cast<PayloadInterface*>(e->_interface.get())->stateValue, 0xABCDEFull);
 }
 
 TEST_F(EntitySaveFormat, TreeRoundTripThroughLoadAll) {
@@ -146,9 +151,9 @@ TEST_F(EntitySaveFormat, TreeRoundTripThroughLoadAll) {
     struct Expect {
         glm::dvec3 position, velocity, angularVelocity;
         glm::dquat rotation;
-        Id parent;
+        Id parentEntity;
         std::string payload;
-        game::entity::EnvironmentId env;
+        game::entity::EnvironmentId relativeEnvironmentId;
     };
     std::unordered_map<Id, Expect> expected;
     for (auto& e : saved) {
@@ -175,8 +180,8 @@ TEST_F(EntitySaveFormat, TreeRoundTripThroughLoadAll) {
         EXPECT_EQ(std::memcmp(&e->velocity, &x.velocity, sizeof x.velocity), 0);
         EXPECT_EQ(std::memcmp(&e->angularVelocity, &x.angularVelocity, sizeof x.angularVelocity), 0);
         EXPECT_EQ(std::memcmp(&e->rotation, &x.rotation, sizeof x.rotation), 0);
-        EXPECT_EQ(e->parentEntity, x.parent);
-        EXPECT_EQ(e->relativeEnvironmentId, x.env);
+        EXPECT_EQ(e->parentEntity, x.parentEntity);
+        EXPECT_EQ(e->relativeEnvironmentId, x.relativeEnvironmentId);
         EXPECT_EQ(e->type, "payload");
         EXPECT_EQ(e->moduleId, ModuleID(kModule));
         auto* p = static_cast<PayloadInterface*>(e->_interface.get());
@@ -190,19 +195,6 @@ TEST_F(EntitySaveFormat, TreeRoundTripThroughLoadAll) {
     }
     std::lock_guard lock(ServerSideEntity::_module_entities_mutex);
     EXPECT_EQ(ServerSideEntity::_module_entities[kModule].size(), 4u);
-}
-
-TEST_F(EntitySaveFormat, CheckpointRestoresAndWakes) {
-    auto e = GoldenEntity();
-    e->SerializeCheckpoint();
-    glm::dvec3 pos = e->position;
-    e->position = {0, 0, 0};
-    e->restTime = 5;
-    static_cast<PayloadInterface*>(e->_interface.get())->stateValue = 0;
-    e->DeserializeCheckpoint();
-    EXPECT_EQ(e->position, pos);
-    EXPECT_EQ(e->restTime, 0.0);  // detachable bodies wake up
-    EXPECT_EQ(static_cast<PayloadInterface*>(e->_interface.get())->stateValue, 0xABCDEFull);
 }
 
 TEST_F(EntitySaveFormat, BadCheckpointsPrintAndChangeNothing) {
@@ -220,22 +212,17 @@ TEST_F(EntitySaveFormat, BadCheckpointsPrintAndChangeNothing) {
         EXPECT_EQ(e->position, glm::dvec3(9, 9, 9));
         EXPECT_EQ(ReadFile(path), bytes);  // the reader never rewrites a file
     };
-    auto bad = good;
-    bad[3] ^= 1;
-    probe(bad, "Invalid checkpoint file");
-    bad = good;
-    bad[8] = 1;
-    probe(bad, "Unsupported checkpoint version");
-    bad = good;
-    bad[20] ^= 0x40;  // another entity's id
-    probe(bad, "Invalid checkpoint parent entity ID");
-    for (size_t cut : {size_t(0), size_t(10), size_t(100), size_t(170), good.size() - 1}) {
-        bad.assign(good.begin(), good.begin() + long(cut));
-        probe(bad, "Invalid checkpoint file");
+    // Magic, version, another entity's id, a block length far beyond the file.
+    for (auto [at, value, message] : {std::tuple{3, good[3] ^ 1, "Invalid checkpoint file"},
+                                      {8, 1, "Unsupported checkpoint version"},
+                                      {20, good[20] ^ 0x40, "Invalid checkpoint parent entity ID"},
+                                      {172, 0x7F, "Invalid checkpoint file"}}) {
+        auto bad = good;
+        bad[size_t(at)] = (unsigned char)value;
+        probe(bad, message);
     }
-    bad = good;
-    bad[172] = 0x7F;  // block length far beyond the file
-    probe(bad, "Invalid checkpoint file");
+    for (size_t cut : {size_t(0), size_t(10), size_t(100), size_t(170), good.size() - 1})
+        probe(std::vector<unsigned char>(good.begin(), good.begin() + long(cut)), "Invalid checkpoint file");
 }
 
 TEST_F(EntitySaveFormat, CorruptStateFilesThrowWithTheIdAndStayOnDisk) {
@@ -254,28 +241,20 @@ TEST_F(EntitySaveFormat, CorruptStateFilesThrowWithTheIdAndStayOnDisk) {
         EXPECT_EQ(ReadFile(path), bytes);
         EXPECT_FALSE(ServerSideEntity::Get(id));
     };
-    auto bad = good;
-    bad[0] = 'X';
-    expectError(bad, "Invalid save state magic string for entity ");
-    bad = good;
-    bad[12] = 'X';
-    expectError(bad, "Invalid save state magic string for entity ");
-    bad = good;
-    bad[16] = 2;
-    expectError(bad, "Invalid save state version for entity ");
-    bad = good;
-    bad[198] = 'X';
-    expectError(bad, "Invalid save state interface magic string for entity ");
-    bad = good;
-    bad[43] = 0x40;  // type length of 2^62: refused before any allocation
-    expectError(bad, "Invalid save state file (");
-    bad = good;
-    bad[208] = 0x01;  // interface block longer than the file
-    expectError(bad, "Invalid save state file (");
+    // Byte 43: a type length of 2^62, refused before any allocation; 208: a block longer than the file.
+    for (auto [at, value, start] : {std::tuple{0, 'X', "Invalid save state magic string for entity "},
+                                    {12, 'X', "Invalid save state magic string for entity "},
+                                    {16, 2, "Invalid save state version for entity "},
+                                    {198, 'X', "Invalid save state interface magic string for entity "},
+                                    {43, 0x40, "Invalid save state file ("},
+                                    {208, 0x01, "Invalid save state file ("}}) {
+        auto bad = good;
+        bad[size_t(at)] = (unsigned char)value;
+        expectError(bad, start);
+    }
     // Every truncation short of the end marker fails; the marker itself is not checked.
     for (size_t cut = 0; cut < good.size() - 4; ++cut) {
-        bad.assign(good.begin(), good.begin() + long(cut));
-        WriteFile(path, bad);
+        WriteFile(path, std::vector<unsigned char>(good.begin(), good.begin() + long(cut)));
         std::string error = LoadError(id);
         ASSERT_TRUE(EndsWith(error, id.ToString())) << "cut at " << cut << ": " << error;
     }
@@ -351,12 +330,7 @@ TEST_F(EntitySaveFormat, FolderRules) {
     EXPECT_FALSE(ServerSideEntity::Get(id));
     // A stray state file with a bad name stops the load with the identifier's error.
     WriteFile((Folder() / "notes.entitystate").string(), {1, 2, 3});
-    try {
-        ServerSideEntity::LoadAllEntities();
-        FAIL();
-    } catch (const std::runtime_error& err) {
-        EXPECT_STREQ(err.what(), "UniqueId string length should be 28");
-    }
+    EXPECT_EQ(ErrorText<std::runtime_error>(ServerSideEntity::LoadAllEntities), "UniqueId string length should be 28");
 }
 
 TEST_F(EntitySaveFormat, UnloadSavesOnlyWhatIsMarked) {

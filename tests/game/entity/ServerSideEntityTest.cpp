@@ -59,10 +59,10 @@ TEST(EntityBase, BoundingBoxFromTwoCornersOfEveryCollider) {
     EXPECT_NEAR(e.boundsRadius, std::sqrt(12.0) / 2, 1e-12);
     EXPECT_EQ(e.centerOfMass, e.boundsCenter);
 
-    // Shifted so that a true hull would be wider than the two-corner box.
+    // At 45 degrees both corners land on x = 0, though the true hull is wider.
     e.colliders["box"].transform = glm::rotate(glm::dmat4(1.0), glm::radians(45.0), glm::dvec3(0, 0, 1));
     e.UpdateBoundingBox(true);
-    EXPECT_NEAR(e.box_size.x, 0.0, 1e-12);  // both corners land on x = 0
+    EXPECT_NEAR(e.box_size.x, 0.0, 1e-12);
 }
 
 TEST(EntityBase, UpdateFollowsNodesOnlyWhenMoved) {
@@ -79,25 +79,7 @@ TEST(EntityBase, UpdateFollowsNodesOnlyWhenMoved) {
     EXPECT_EQ(e.boundsMin.x, 10.0);
     EXPECT_TRUE(e.nodesMoved);  // the physics step clears it
     e.colliders["orphan"] = c;
-    try {
-        e.Update(0.1);
-        FAIL();
-    } catch (const std::out_of_range& err) {
-        EXPECT_STREQ(err.what(), "unordered_map::at");
-    }
-}
-
-TEST(EntityBase, TransformQueries) {
-    BaseEntity e;
-    e.position = {1, 2, 3};
-    e.rotation = glm::angleAxis(glm::radians(90.0), glm::dvec3(0, 1, 0));
-    e.centerOfMass = {1, 0, 0};
-    glm::dvec4 p = e.GetTransform() * glm::dvec4(1, 0, 0, 1);
-    EXPECT_NEAR(p.x, 1, 1e-12);
-    EXPECT_NEAR(p.z, 2, 1e-12);
-    glm::dvec3 com = e.GetPositionAtCenterOfMass();
-    EXPECT_NEAR(com.x, p.x, 1e-12);
-    EXPECT_NEAR(com.z, p.z, 1e-12);
+    EXPECT_EQ(ErrorText<std::out_of_range>([&] { e.Update(0.1); }), "unordered_map::at");
 }
 
 using EntityServerSide = EntityWorld;
@@ -114,12 +96,8 @@ TEST_F(EntityServerSide, CreateGetAndDuplicates) {
     EXPECT_FALSE(g->id == half);  // a half-null id is replaced
 
     e->Serialize();
-    try {
-        ServerSideEntity::Create<ServerSideEntity>(ModuleID(), "", e->id);
-        FAIL();
-    } catch (const std::runtime_error& err) {
-        EXPECT_EQ(std::string(err.what()), "UNIQUE_OBJECT ServerSideEntity with id " + e->id.ToString() + " already exists");
-    }
+    EXPECT_EQ(ErrorText<std::runtime_error>([&] { ServerSideEntity::Create<ServerSideEntity>(ModuleID(), "", e->id); }),
+              "UNIQUE_OBJECT ServerSideEntity with id " + e->id.ToString() + " already exists");
     EXPECT_TRUE(std::filesystem::exists(e->GetStateSaveFile()));
     EXPECT_EQ(ServerSideEntity::Get(e->id), e);
 
@@ -131,12 +109,7 @@ TEST_F(EntityServerSide, CreateGetAndDuplicates) {
 
     ServerSideEntity::_registered_items_module["thing"] = kModule;
     EXPECT_EQ(ServerSideEntity::FindModuleIDFromItemType("thing"), ModuleID(kModule));
-    try {
-        ServerSideEntity::FindModuleIDFromItemType("unknown");
-        FAIL();
-    } catch (const std::out_of_range& err) {
-        EXPECT_STREQ(err.what(), "map::at");
-    }
+    EXPECT_EQ(ErrorText<std::out_of_range>([] { ServerSideEntity::FindModuleIDFromItemType("unknown"); }), "map::at");
     ServerSideEntity::_registered_items_module.clear();
 }
 
@@ -254,14 +227,12 @@ TEST_F(EntityServerSide, TickHooksRunOnlyWhenInitialized) {
     ServerSideEntity::_registered_interfaces[kModule]["counting"] = {nullptr, [] { return std::make_shared<Counting>(); }};
     auto e = ServerSideEntity::Create<ServerSideEntity>(ModuleID(kModule), "counting", Id());
     auto* c = static_cast<Counting*>(e->_interface.get());
-    e->BeforeUpdate(0.1);
-    e->Update(0.1);
-    e->AfterUpdate(0.1);
-    EXPECT_EQ(c->before + c->update + c->after, 0);
-    c->initialized = true;
-    e->BeforeUpdate(0.1);
-    e->Update(0.1);
-    e->AfterUpdate(0.1);
+    for (bool initialized : {false, true}) {
+        c->initialized = initialized;
+        e->BeforeUpdate(0.1);
+        e->Update(0.1);
+        e->AfterUpdate(0.1);
+    }
     EXPECT_EQ(c->before, 1);
     EXPECT_EQ(c->update, 1);
     EXPECT_EQ(c->after, 1);

@@ -42,8 +42,7 @@ TEST(PhysicsResponse, HeadOnBodiesStickTogether) {
     Body b = BoxBody(6, {0.9, 0, 0}, {-1, 0, 0});
     // Contact on the line of centres, normal from b towards a.
     Body::RespondToCollision(&a, &b, Contact({0.45, 0, 0}, {-1, 0, 0}, 0.1), 0.5);
-    // Perfectly inelastic: a common velocity p / M = (8 - 6) / 8, and a loss of mu dv^2 / 2 with
-    // mu = 2 * 6 / 8 and dv = 5.
+    // Perfectly inelastic: common velocity (8 - 6) / 8, loss mu dv^2 / 2 with mu = 2 * 6 / 8, dv = 5.
     ExpectNear(a.velocity, {0.25, 0, 0});
     ExpectNear(b.velocity, {0.25, 0, 0});
     const double before = 0.5 * 2 * 16 + 0.5 * 6 * 1;
@@ -64,8 +63,7 @@ TEST(PhysicsResponse, OffCentreBodiesConserveMomentumAndStopApproaching) {
     const glm::dvec3 momentum = a.velocity * 1.0 + b.velocity * 3.0;
     Body::RespondToCollision(&a, &b, contact, 0);
     ExpectNear(a.velocity * 1.0 + b.velocity * 3.0, momentum);
-    // The velocity of the contact points along the normal is the same on both bodies; the
-    // arms are taken from the positions before the separation.
+    // The contact points' normal velocities agree, arms taken from the positions before separation.
     const glm::dvec3 ra = point - glm::dvec3(0, 0, 0), rb = point - glm::dvec3(0.95, 0.4, 0.2);
     const glm::dvec3 va = a.velocity + glm::cross(a.angularVelocity, ra);
     const glm::dvec3 vb = b.velocity + glm::cross(b.angularVelocity, rb);

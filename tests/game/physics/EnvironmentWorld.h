@@ -1,6 +1,6 @@
 #pragma once
-// A flat test world for the environment code: ground at a height, a liquid below a surface, air
-// above it, uniform gravity. Counts its queries by flag value.
+// A flat test world: ground at a height, a liquid below a surface, air above it, uniform gravity,
+// heights along axis `up`. Counts its queries by flag value.
 #include <map>
 
 #include <glm/vec3.hpp>
@@ -11,6 +11,8 @@ namespace physics_test {
 
 struct EnvironmentWorld {
     glm::dvec3 gravity{0, 0, -9.81};
+    int up = 2;
+    double pressure = 0;
     double groundHeight = -1e6;
     double liquidSurface = -1e6;  // liquid below this height
     double airDensity = 1.2, airViscosity = 1.5e-5;
@@ -21,13 +23,16 @@ struct EnvironmentWorld {
         ++queries[flags];
         game::physics::EnvironmentInfo info;
         info.gravity = gravity;
-        info.altitude = p.z - groundHeight;
+        info.altitude = p[up] - groundHeight;
         if (flags & 1) {
-            info.collision.position = {p.x, p.y, groundHeight};
-            info.collision.normal = {0, 0, 1};
-            info.collision.depth = groundHeight - p.z;
+            info.collision.position = p;
+            info.collision.position[up] = groundHeight;
+            info.collision.normal = glm::dvec3(0.0);
+            info.collision.normal[up] = 1;
+            info.collision.depth = groundHeight - p[up];
         }
-        const bool liquid = p.z < liquidSurface;
+        info.pressure = pressure;
+        const bool liquid = p[up] < liquidSurface;
         info.density = liquid ? liquidDensity : airDensity;
         info.viscosity = liquid ? liquidViscosity : airViscosity;
         return info;

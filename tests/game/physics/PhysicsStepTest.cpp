@@ -1,5 +1,5 @@
-// The whole physics step with real entities: models from data/models, a flat test environment
-// (ground at a height, water below a level, gravity -9.81 along y), ticks through Game::ServerUpdate.
+// The whole physics step with real entities: models from data/models, a flat y-up test world,
+// ticks through Game::ServerUpdate.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -7,9 +7,11 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "../AllocationCounter.h"
+#include "EnvironmentWorld.h"
 #include "PhysicsStepReference.h"
 #include "game/Game.h"
 #include "game/entity/EntityConfig.h"
@@ -27,34 +29,18 @@ constexpr EnvironmentId kEnv = 41;
 constexpr double kDt = 1.0 / 60.0;
 constexpr int kSubsteps = 4;
 
-struct FlatWorld {
-    double groundHeight = -100;
-    double waterLevel = -1e9;  // water below this height
-    int queries = 0;
-    game::physics::EnvironmentInfo Query(const glm::dvec3& p, game::physics::EnvironmentInfoFlags flags) {
-        ++queries;
-        game::physics::EnvironmentInfo info;
-        info.gravity = {0, -9.81, 0};
-        info.altitude = p.y - groundHeight;
-        if (flags & 1) {
-            info.collision.position = {p.x, groundHeight, p.z};
-            info.collision.normal = {0, 1, 0};
-            info.collision.depth = groundHeight - p.y;
-        }
-        const bool water = p.y < waterLevel;
-        info.density = water ? 1000 : 1.2;
-        info.viscosity = water ? 9.5e-4 : 1.5e-5;
-        info.pressure = 101325;
-        return info;
-    }
-};
-
 class PhysicsStep : public ::testing::Test {
 protected:
-    FlatWorld world;
+    physics_test::EnvironmentWorld world;
     std::vector<std::shared_ptr<ServerSideEntity>> made;
 
     void SetUp() override {
+        world.gravity = {0, -9.81, 0};
+        world.up = 1;
+        world.groundHeight = -100;
+        world.liquidSurface = -1e9;
+        world.liquidViscosity = 9.5e-4;
+        world.pressure = 101325;
         for (const char* type : {"cube", "slab", "vehicle"}) {
             auto config = std::make_shared<EntityConfig>(std::string(ZENDOLA_SOURCE_DIR) + "/data/models/" + type + ".ini");
             ServerSideEntity::_registered_interfaces[kModule][type] = {
@@ -110,17 +96,10 @@ struct State {
                 e.nodesMoved};
     }
     void To(ServerSideEntity& e) const {
-        e.position = position;
-        e.velocity = velocity;
-        e.angularVelocity = angularVelocity;
-        e.localAcceleration = localAcceleration;
-        e.linearImpulse = linearImpulse;
-        e.angularImpulse = angularImpulse;
-        e.externalAcceleration = external;
-        e.rotation = rotation;
-        e.restTime = restTime;
-        e.parentEntity = parent;
-        e.nodesMoved = nodesMoved;
+        std::tie(e.position, e.velocity, e.angularVelocity, e.localAcceleration, e.linearImpulse, e.angularImpulse,
+                 e.externalAcceleration, e.rotation, e.restTime, e.parentEntity, e.nodesMoved) =
+            std::tie(position, velocity, angularVelocity, localAcceleration, linearImpulse, angularImpulse, external,
+                     rotation, restTime, parent, nodesMoved);
     }
     bool operator==(const State&) const = default;
 };
@@ -151,9 +130,7 @@ TEST_F(PhysicsStep, BoxDroppedOnSlabSettlesWithoutBouncingAndRests) {
     }
 }
 
-// The demo planet: a slab raised on land and a box dropped on it. The box joins the slab and lives
-// in its frame, whose acceleration comes from the slab's gravity query with no flags; it must stay
-// on the slab instead of drifting away in a frame without gravity.
+// On the demo planet a box joins a raised slab and stays on it: the slab's frame gets gravity too.
 TEST_F(PhysicsStep, BoxJoinsARaisedSlabAndStaysOnItOnThePlanet) {
     Game::_environmentFunctions[kEnv] = demo::Planet().Function();
     auto slab = Spawn("slab", {0, 0.5, 0}, false);
@@ -169,8 +146,7 @@ TEST_F(PhysicsStep, BoxJoinsARaisedSlabAndStaysOnItOnThePlanet) {
     }
 }
 
-// One pass over a flat contact: the reported corner alone could never outline the face the box
-// lies on; with the corners of the touching faces the rest test sees the centre of mass supported.
+// One pass over a flat contact gives the rest test the corners of the touching faces, not one corner.
 TEST_F(PhysicsStep, FlatContactGivesTheRestTestTheWholeFace) {
     std::shared_ptr<ServerSideEntity> slab = Slab();
     std::shared_ptr<ServerSideEntity> box = Spawn("cube", {0.2, 0.499, -0.1});
@@ -185,9 +161,7 @@ TEST_F(PhysicsStep, FlatContactGivesTheRestTestTheWholeFace) {
     EXPECT_EQ(body.restCount, 1.0);
 }
 
-// A stack built box by box on a slab, each box set down in the slab's frame (a body that lands on
-// the slab joins it; a top-level box and a child of the slab live in different frames and never
-// meet). Each box comes to rest on the one below, and the stack then stands.
+// Boxes set down one by one in the slab's frame each rest on the one below; the stack then stands.
 TEST_F(PhysicsStep, StackOfBoxesStands) {
     auto slab = Slab();
     std::vector<std::shared_ptr<ServerSideEntity>> boxes;
@@ -229,13 +203,12 @@ TEST_F(PhysicsStep, VehicleOfComponentsFallsLandsAndKeepsItsShape) {
 }
 
 TEST_F(PhysicsStep, BoxInTheOceanFloats) {
-    world.waterLevel = 0;
+    world.liquidSurface = 0;
     world.groundHeight = -50;
     auto box = Spawn("cube", {0, 1, 0});
     for (auto& [name, c] : box->colliders) c.displacement = 1;  // a module's choice: the box is sealed
     Tick(600);
-    // Buoyancy is sampled at one random point per substep, so the box bobs; but it stays at the
-    // surface: it neither sinks to the floor nor leaves the water, and on average it floats high.
+    // Buoyancy is sampled at random points, so the box bobs, but it stays at the surface.
     double sum = 0;
     for (int frame = 0; frame < 240; ++frame) {
         Tick();
@@ -254,9 +227,9 @@ TEST_F(PhysicsStep, FastBodyOutsideAnEnvironmentTakesOneWholeStepWithoutEnvironm
     body->parentEnvironmentId = kEnv;
     body->velocity = {3000, 0, 0};
     body->externalAcceleration = {0, 6, 0};
-    world.queries = 0;
+    world.queries.clear();
     ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    EXPECT_EQ(world.queries, 0);
+    EXPECT_TRUE(world.queries.empty());
     EXPECT_DOUBLE_EQ(body->position.x, 3000 * kDt);
     EXPECT_DOUBLE_EQ(body->position.y, 0.5 * 6 * kDt * kDt);
     EXPECT_DOUBLE_EQ(body->velocity.y, 6 * kDt);
@@ -332,7 +305,7 @@ TEST_F(PhysicsStep, DebugBuffersCarryCollidersAndCandidates) {
 
 // A random scene with every kind of body: a slab with children, a crowd of boxes large enough for
 // the swept broad phase, resting boxes, vehicles, orbiting bodies, ignored pairs.
-void RandomScene(PhysicsStep& test, std::mt19937& rng,
+void RandomScene(std::mt19937& rng,
                  const std::function<std::shared_ptr<ServerSideEntity>(const std::string&, glm::dvec3, bool)>& spawn) {
     std::uniform_real_distribution<double> u(-1, 1);
     auto slab = spawn("slab", {0, 0, 0}, false);
@@ -363,13 +336,12 @@ void RandomScene(PhysicsStep& test, std::mt19937& rng,
         body->parentEnvironmentId = kEnv;
         body->velocity = {100 * u(rng), 0, 0};
     }
-    (void)test;
 }
 
 TEST_F(PhysicsStep, OptimisedStepMatchesThePlainReadingPoseForPose) {
     for (unsigned seed : {1u, 2u, 3u}) {
         std::mt19937 rng(seed);
-        RandomScene(*this, rng, [this](const std::string& t, glm::dvec3 p, bool d) { return Spawn(t, p, d); });
+        RandomScene(rng, [this](const std::string& t, glm::dvec3 p, bool d) { return Spawn(t, p, d); });
         std::vector<State> start;
         for (auto& e : made) start.push_back(State::Of(*e));
         constexpr int kFrames = 40;

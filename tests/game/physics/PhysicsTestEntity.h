@@ -1,6 +1,5 @@
 #pragma once
-// A minimal entity with the members rigid bodies read and write, and parent operations that keep
-// the world pose, so that bodies can be tested without the server-side entity.
+// A minimal entity with what rigid bodies read and write, and parent changes that keep the world pose.
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -77,8 +76,7 @@ struct PhysicsTestEntity {
     }
 };
 
-// A registered entity made of one box collider centred on `center` with the given half sizes;
-// the centre of mass is the middle of the box.
+// A registered entity of one box collider around `center`, which is also the centre of mass.
 inline std::shared_ptr<PhysicsTestEntity> MakeBoxEntity(const glm::dvec3& half, double mass,
                                                         const glm::dvec3& center = glm::dvec3(0.0)) {
     auto e = std::make_shared<PhysicsTestEntity>();
