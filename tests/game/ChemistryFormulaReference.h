@@ -1,11 +1,7 @@
 #pragma once
-// The formula grammar as a regular expression, applied term by term to what is left of the text:
-// an independent statement of the grammar that the parser of game::Molecule is checked against.
-// Slow (the pattern is compiled at each call) and meant for short texts only: the backtracking
-// engine recurses once per character of the rest.
-//
-// Include it first: g++ 12 with -O1 and the sanitizers warns falsely about std::function inside
-// <regex>, and the warning is silenced where that header's lines are first read.
+// The formula grammar as a regular expression, applied term by term: an independent statement of
+// the grammar to check game::Molecule's parser against. Slow; for short texts only.
+// Include it first: g++ 12 with -O1 and the sanitizers warns falsely inside <regex>.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #include <cstdint>

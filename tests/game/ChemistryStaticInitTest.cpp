@@ -1,5 +1,4 @@
-// Reads the chemistry tables from a static initialiser of this translation unit, as hosts and
-// modules may: they must be complete by then.
+// The chemistry tables, read from a static initialiser as hosts and modules may, are complete by then.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -10,30 +9,19 @@
 namespace {
 
 struct EarlyView {
-    size_t elements = 0;
-    size_t bySymbol = 0;
-    std::string iron;
-    std::set<std::string> moleculeKeys;
-    double waterMolarMass = 0;
-    double waterDensity = 0;
-    double oxygenRefraction = 0;
+    size_t elements = game::Element::elements.size(), bySymbol = game::Element::elementsBySymbol.size();
+    std::string iron = game::Element::elementsBySymbol.count("Fe") ? game::Element::elementsBySymbol.at("Fe")->name : "";
+    std::set<std::string> moleculeKeys = [] {
+        std::set<std::string> keys;
+        for (const auto& entry : game::Molecule::molecules) keys.insert(entry.first);
+        return keys;
+    }();
+    double waterMolarMass = game::Molecule("H2O").GetMolarMass();
+    double waterDensity = game::Molecule("H2O").GetMaximumLiquidDensity();
+    double oxygenRefraction = game::Molecule("O3").GaseousIndexOfRefraction();
 };
 
-EarlyView Look() {
-    EarlyView view;
-    view.elements = game::Element::elements.size();
-    view.bySymbol = game::Element::elementsBySymbol.size();
-    auto iron = game::Element::elementsBySymbol.find("Fe");
-    if (iron != game::Element::elementsBySymbol.end()) view.iron = iron->second->name;
-    for (const auto& entry : game::Molecule::molecules) view.moleculeKeys.insert(entry.first);
-    game::Molecule water("H2O");
-    view.waterMolarMass = water.GetMolarMass();
-    view.waterDensity = water.GetMaximumLiquidDensity();
-    view.oxygenRefraction = game::Molecule("O3").GaseousIndexOfRefraction();
-    return view;
-}
-
-const EarlyView early = Look();
+const EarlyView early;
 
 }  // namespace
 
@@ -42,10 +30,9 @@ TEST(ChemistryStaticInit, TablesCompleteBeforeOtherInitialisers) {
     EXPECT_EQ(early.bySymbol, 119u);
     EXPECT_EQ(early.iron, "Iron");
     // Before anything else ran, the table held exactly the world's substances.
-    const std::set<std::string> initial = {"H2", "N",  "He",  "Ne",   "F",   "Ar",  "Xe",  "Cl",
-                                           "Se", "O2", "CO2", "H2O",  "Si",  "Al",  "Fe",  "Ca",
-                                           "Na", "NaCl", "K", "Mg",   "Ti",  "CO",  "CH4", "NH3",
-                                           "C6H6", "CS2", "HCl", "NO", "N2O", "C5H12", "SO2"};
+    const std::set<std::string> initial = {"H2", "N", "He", "Ne", "F", "Ar", "Xe", "Cl", "Se", "O2", "CO2",
+                                           "H2O", "Si", "Al", "Fe", "Ca", "Na", "NaCl", "K", "Mg", "Ti", "CO",
+                                           "CH4", "NH3", "C6H6", "CS2", "HCl", "NO", "N2O", "C5H12", "SO2"};
     EXPECT_EQ(early.moleculeKeys, initial);
     EXPECT_DOUBLE_EQ(early.waterMolarMass, (2 * 1.008 + 15.999) / 1000);
     EXPECT_EQ(early.waterDensity, 1000.0);

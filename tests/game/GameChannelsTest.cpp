@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <set>
 #include <string>
@@ -50,14 +51,8 @@ TEST(GameChannels, ConcurrentWritersAndReadersSeeWholeValues) {
 
     auto isWhole = [&](const std::string& v) {
         if (v == "unset") return true;
-        if (v.empty() || v.size() > 4095) return false;
-        for (char c : v) {
-            if (c != v[0]) return false;
-        }
-        for (size_t n : lengths) {
-            if (std::min<size_t>(n, 4095) == v.size()) return true;
-        }
-        return false;
+        if (v.empty() || v.find_first_not_of(v[0]) != std::string::npos) return false;
+        return std::any_of(lengths.begin(), lengths.end(), [&](size_t n) { return std::min<size_t>(n, 4095) == v.size(); });
     };
 
     // Writers keep writing until every reader has made its reads.

@@ -40,21 +40,14 @@ struct Slot {
     void* value;
 };
 
+// The pointers of the common table (common = true) or of the kind's own table.
 template <class M>
-std::vector<Slot> KindSlots(M& module) {
+std::vector<Slot> Slots(M& module, bool common) {
     std::vector<Slot> slots;
-    module.ForEachExport([&](const char* name, auto& slot) {
+    auto add = [&](const char* name, auto& slot) {
         slots.push_back({name, reinterpret_cast<const char*>(&slot), reinterpret_cast<void*>(slot)});
-    });
-    return slots;
-}
-
-template <class M>
-std::vector<Slot> CommonSlots(M& module) {
-    std::vector<Slot> slots;
-    module.ForEachCommonExport([&](const char* name, auto& slot) {
-        slots.push_back({name, reinterpret_cast<const char*>(&slot), reinterpret_cast<void*>(slot)});
-    });
+    };
+    common ? module.ForEachCommonExport(add) : module.ForEachExport(add);
     return slots;
 }
 
@@ -62,9 +55,7 @@ std::vector<Slot> CommonSlots(M& module) {
 // (the kind's right after the common ones), each bound to the library's own symbol of that name.
 template <class M>
 void ExpectTableBound(M& module, const std::vector<std::string>& kindNames) {
-    std::vector<Slot> common = CommonSlots(module);
-    std::vector<Slot> kind = KindSlots(module);
-    std::vector<Slot> all = common;
+    std::vector<Slot> all = Slots(module, true), kind = Slots(module, false);
     all.insert(all.end(), kind.begin(), kind.end());
     std::vector<std::string> expected = kCommonExports;
     expected.insert(expected.end(), kindNames.begin(), kindNames.end());
@@ -173,16 +164,10 @@ TEST_F(ModuleLoader, MissingExportsStayNull) {
     ASSERT_TRUE(partial && loadOnly);
     EXPECT_EQ(Counter("TS_loadonly.loads"), loads + 1);
 
-    for (const Slot& s : CommonSlots(*partial)) EXPECT_EQ(s.value, nullptr) << s.name;
-    for (const Slot& s : KindSlots(*partial)) {
-        if (s.name == "Game_Update") {
-            EXPECT_NE(s.value, nullptr);
-        } else {
-            EXPECT_EQ(s.value, nullptr) << s.name;
-        }
-    }
-    for (const Slot& s : CommonSlots(*loadOnly)) EXPECT_EQ(s.value != nullptr, s.name == "ModuleLoad") << s.name;
-    for (const Slot& s : KindSlots(*loadOnly)) EXPECT_EQ(s.value, nullptr) << s.name;
+    for (const Slot& s : Slots(*partial, true)) EXPECT_EQ(s.value, nullptr) << s.name;
+    for (const Slot& s : Slots(*partial, false)) EXPECT_EQ(s.value != nullptr, s.name == "Game_Update") << s.name;
+    for (const Slot& s : Slots(*loadOnly, true)) EXPECT_EQ(s.value != nullptr, s.name == "ModuleLoad") << s.name;
+    for (const Slot& s : Slots(*loadOnly, false)) EXPECT_EQ(s.value, nullptr) << s.name;
 
     // A module exporting only ModuleLoad is walked without effect.
     int visited = 0;

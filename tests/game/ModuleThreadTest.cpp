@@ -8,10 +8,8 @@ using game::GAME_Mod;
 
 class ModuleThreads : public ModuleTestBase {};
 
-// Two threads walk (full and sorted, calling a hook and reading the list from inside), a third
-// loads, sorts and unloads modules, a fourth keeps a module it found across its unload. Run in
-// the ThreadSanitizer build to check the locking; here it checks that every walk sees loaded,
-// bound modules and that a kept module stays callable.
+// Two threads walk (full and sorted, calling a hook and reading the list inside), one loads, sorts
+// and unloads, one keeps a module across its unload: every walk sees bound modules (and TSan the locks).
 TEST_F(ModuleThreads, WalksStaySafeWhileAnotherThreadLoadsAndUnloads) {
     for (int i = 1; i <= 4; ++i) ASSERT_TRUE(GAME_Mod::LoadModule("TS_bench" + std::to_string(i), true));
     std::atomic<bool> done{false};

@@ -23,21 +23,6 @@ Node* Wire(Node* consumer, size_t pin, const Node* producer) {
 
 }  // namespace
 
-TEST(NodeGraphModel, MinimumSizeFollowsPinsAndHandle) {
-    Node n("n", {UniqueId(), UniqueId()});
-    EXPECT_EQ(n.GetMinimumHeight(), 75.0f);
-    n.resizable = false;
-    EXPECT_EQ(n.GetMinimumHeight(), 65.0f);
-    Node none("n", {});
-    EXPECT_EQ(none.GetMinimumHeight(), 55.0f);
-
-    NodeEditor editor;
-    Node* added = editor.AddNode("x", ImVec2(3, 4), {UniqueId(), UniqueId(), UniqueId()});
-    EXPECT_EQ(added->size.x, 35.0f);
-    EXPECT_EQ(added->size.y, 95.0f);
-    EXPECT_EQ(added->pos.x, 3.0f);
-}
-
 TEST(NodeGraphModel, CycleRuleRefusesLoopsAtAnyDepth) {
     NodeEditor editor;
     Node* a = editor.AddNode("a", {}, {UniqueId()});
@@ -105,8 +90,12 @@ TEST(NodeGraphModel, CopyPasteKeepsInnerWiresAndDropsOuterOnes) {
     Node* c = editor.AddNode("NEGATIVE", ImVec2(200, 100), {});
     Wire(b, 0, a);
     Wire(c, 0, b);
+    ImGui::SetClipboardText("keep me");
+    editor.Copy();  // nothing selected: the system clipboard stays
+    EXPECT_TRUE(NodeEditor::clipboard.empty());
+    EXPECT_STREQ(ImGui::GetClipboardText(), "keep me");
+
     b->selected = c->selected = true;
-    ImGui::SetClipboardText("something");
     editor.Copy();
     EXPECT_STREQ(ImGui::GetClipboardText(), "");
     EXPECT_EQ(NodeEditor::clipboard.size(), 2u);
@@ -133,16 +122,6 @@ TEST(NodeGraphModel, CopyPasteKeepsInnerWiresAndDropsOuterOnes) {
     EXPECT_EQ(editor.nodes.size(), 5u);
 }
 
-TEST(NodeGraphModel, CopyOfEmptySelectionLeavesSystemClipboard) {
-    ImGuiHarness ui;
-    Editor editor("p");
-    editor.AddNode("time", ImVec2(0, 0), {});
-    ImGui::SetClipboardText("keep me");
-    editor.Copy();
-    EXPECT_TRUE(NodeEditor::clipboard.empty());
-    EXPECT_STREQ(ImGui::GetClipboardText(), "keep me");
-}
-
 TEST(NodeGraphModel, ConstantsPasteOnlyIntoAnotherEditor) {
     ImGuiHarness ui;
     Editor one("one"), two("two");
@@ -157,8 +136,6 @@ TEST(NodeGraphModel, ConstantsPasteOnlyIntoAnotherEditor) {
     ASSERT_EQ(two.nodes.size(), 2u);
     EXPECT_EQ(two.nodes[0]->title, "const $k = 5");
 }
-
-// ---- scripted input ----------------------------------------------------------------------
 
 TEST(NodeEditorInput, DragTitleMovesNodeAndSelectionAndShiftSnaps) {
     ImGuiHarness ui;
@@ -216,15 +193,7 @@ TEST(NodeEditorInput, ConnectPinsWithTheMouse) {
     ui.DragLeft(editor, editor.OutputPin(add), editor.InputPin(add, 0));
     EXPECT_EQ(add->inputs[0], time->id);
 
-    // A double click on the input pin frees it.
-    ui.io().MousePos = editor.InputPin(add, 0);
-    ui.Frame(editor);
-    for (int i = 0; i < 2; ++i) {
-        ui.io().MouseDown[0] = true;
-        ui.Frame(editor);
-        ui.io().MouseDown[0] = false;
-        ui.Frame(editor);
-    }
+    ui.Click(editor, editor.InputPin(add, 0), 2);  // a double click frees the pin
     EXPECT_TRUE(add->inputs[0].IsNull());
     EXPECT_EQ(add->inputs[1], time->id);
 }
@@ -245,23 +214,14 @@ TEST(NodeEditorInput, RubberBandSelectsAndDeleteRemoves) {
     EXPECT_FALSE(far->selected);
     EXPECT_FALSE(editor.boxActive);
 
-    ui.io().KeysDown[nodetest::kKeyDelete] = true;
-    ui.Frame(editor);
-    ui.io().KeysDown[nodetest::kKeyDelete] = false;
-    ui.Frame(editor);
+    ui.Key(editor, nodetest::kKeyDelete);
     ASSERT_EQ(editor.nodes.size(), 2u);
     EXPECT_EQ(editor.nodes[0], far);
     EXPECT_TRUE(c->inputs[0].IsNull());
     EXPECT_TRUE(c->dirty);
 
-    // A plain click on the empty canvas clears the selection.
     far->selected = true;
-    ui.io().MousePos = ImVec2(50, 500);
-    ui.Frame(editor);
-    ui.io().MouseDown[0] = true;
-    ui.Frame(editor);
-    ui.io().MouseDown[0] = false;
-    ui.Frame(editor);
+    ui.Click(editor, ImVec2(50, 500));  // on the empty canvas: clears the selection
     EXPECT_FALSE(far->selected);
 }
 
@@ -297,16 +257,11 @@ TEST(NodeEditorInput, WheelZoomsAroundTheCursorAndRightDragPans) {
     editor.AddNode("time", ImVec2(100, 100), {});
     ui.io().MousePos = ImVec2(400, 300);
     ui.Frame(editor);
-    auto graphAtMouse = [&] {
-        return ImVec2(400 / editor.zoom - editor.pan.x, 300 / editor.zoom - editor.pan.y);
-    };
-    ImVec2 before = graphAtMouse();
+    const float graphX = 400 / editor.zoom - editor.pan.x;
     ui.io().MouseWheel = 3.0f;  // only the sign counts
     ui.Frame(editor);
     EXPECT_FLOAT_EQ(editor.zoom, 1.125f);
-    ImVec2 after = graphAtMouse();
-    EXPECT_NEAR(after.x, before.x, 1e-3);
-    EXPECT_NEAR(after.y, before.y, 1e-3);
+    EXPECT_NEAR(400 / editor.zoom - editor.pan.x, graphX, 1e-3);
 
     const ImVec2 pan = editor.pan;
     ui.io().MouseDown[1] = true;
@@ -339,16 +294,10 @@ TEST(NodeEditorInput, CanvasMenuAddsNodeCentredOnTheClick) {
     Editor editor("p");
     ui.io().MousePos = ImVec2(600, 500);
     ui.Frame(editor);
-    ui.io().MouseDown[1] = true;
-    ui.Frame(editor);
-    ui.io().MouseDown[1] = false;
-    ui.Frame(editor);
+    ui.Press(editor, 1);
     ASSERT_TRUE(ImGui::IsPopupOpen("", ImGuiPopupFlags_AnyPopupId));
     ui.MoveTo(editor, ImVec2(620, 511), 2);
-    ui.io().MouseDown[0] = true;
-    ui.Frame(editor);
-    ui.io().MouseDown[0] = false;
-    ui.Frame(editor);
+    ui.Press(editor);
     ASSERT_EQ(editor.nodes.size(), 1u);
     auto* k = dynamic_cast<Editor::ConstNumberNode*>(editor.nodes[0]);
     ASSERT_NE(k, nullptr);
@@ -360,13 +309,8 @@ TEST(NodeEditorInput, CanvasMenuAddsNodeCentredOnTheClick) {
 TEST(NodeEditorInput, EveryNodeKindDraws) {
     ImGuiHarness ui;
     Editor editor("p");
-    std::vector<std::string> keys = {"input", "input.3", "output", "output.1", "const $n = 2.5", "const $t = \"hi\"",
-                                     "var $v : number", "var $w : text", "expression", "statement", "Conditional",
-                                     "execute", "switch", "delay", "blinker", "counter", "smooth", "pulse",
-                                     "pulse toggle", "time", "print", "text", "PID Controller", "include", "note"};
-    for (const std::string& op : Editor::MathNode::OperatorNames()) keys.push_back(op);
     float x = 0;
-    for (const std::string& key : keys) {
+    for (const std::string& key : nodetest::AllKeys()) {
         Node* n = editor.AddNode(key, ImVec2(x, x / 3), {});
         if (auto* v = dynamic_cast<Editor::QuorlNodeWithVariableInputCount*>(n)) v->OnAddInput();
         x += 20;
@@ -391,15 +335,7 @@ TEST(NodeEditorInput, EditNamePopupAcceptsOnlyValidNames) {
     auto* k = dynamic_cast<Editor::ConstNumberNode*>(editor.AddNode("const $k = 5", ImVec2(100, 100), {}));
     ASSERT_NE(k, nullptr);
     ui.Frame(editor);
-    // Double click on the title.
-    ui.io().MousePos = ImVec2(110, 103);
-    ui.Frame(editor);
-    for (int i = 0; i < 2; ++i) {
-        ui.io().MouseDown[0] = true;
-        ui.Frame(editor);
-        ui.io().MouseDown[0] = false;
-        ui.Frame(editor);
-    }
+    ui.Click(editor, ImVec2(110, 103), 2);  // on the title
     ui.Frames(editor, 2);  // a new popup takes a frame to size and place itself
     ImGuiWindow* popup = ImGui::GetTopMostPopupModal();
     ASSERT_NE(popup, nullptr);

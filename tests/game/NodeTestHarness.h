@@ -5,6 +5,8 @@
 
 #include <cfloat>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "game/QuorlCodeEditor.h"
 #include "game/QuorlCodeNodes.h"
@@ -15,6 +17,19 @@ namespace nodetest {
 constexpr int kKeyDelete = 261;
 constexpr int kKeyBackspace = 259;
 constexpr int kKeyEnd = 269;
+
+// Every create key of the node catalogue, each once.
+inline const std::vector<std::string>& AllKeys() {
+    static const std::vector<std::string> keys = [] {
+        std::vector<std::string> k = {"input", "input.3", "output", "output.1", "const $n = 2.5", "const $t = \"hi\"",
+                                      "var $v : number", "var $w : text", "expression", "statement", "Conditional",
+                                      "execute", "switch", "delay", "blinker", "counter", "smooth", "pulse",
+                                      "pulse toggle", "time", "print", "text", "PID Controller", "include", "a note"};
+        for (const std::string& op : game::QuorlCodeEditor::Editor::MathNode::OperatorNames()) k.push_back(op);
+        return k;
+    }();
+    return keys;
+}
 
 class ImGuiHarness {
 public:
@@ -63,6 +78,16 @@ public:
         for (int i = 0; i < count; ++i) Frame(editor);
     }
 
+    // Presses and releases mouse button `button` where the mouse is, `times` times.
+    void Press(game::graphics::ui::NodeEditor& editor, int button = 0, int times = 1) {
+        for (int i = 0; i < times; ++i) {
+            io().MouseDown[button] = true;
+            Frame(editor);
+            io().MouseDown[button] = false;
+            Frame(editor);
+        }
+    }
+
     // Moves the mouse from where it is to `to` in `steps` frames, the left button as it is.
     void MoveTo(game::graphics::ui::NodeEditor& editor, ImVec2 to, int steps = 4) {
         ImVec2 from = io().MousePos;
@@ -75,13 +100,10 @@ public:
     }
 
     // A press and release of the left button where the mouse is.
-    void Click(game::graphics::ui::NodeEditor& editor, ImVec2 at) {
+    void Click(game::graphics::ui::NodeEditor& editor, ImVec2 at, int times = 1) {
         io().MousePos = at;
         Frame(editor);
-        io().MouseDown[0] = true;
-        Frame(editor);
-        io().MouseDown[0] = false;
-        Frame(editor);
+        Press(editor, 0, times);
     }
 
     void Key(game::graphics::ui::NodeEditor& editor, int key) {

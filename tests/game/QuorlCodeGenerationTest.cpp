@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <typeinfo>
 
 #include "NodeTestHarness.h"
 
@@ -32,6 +33,16 @@ Editor::OutputNode* OutputWithPins(Editor& e, const std::string& key, int pins) 
     auto* o = Add<Editor::OutputNode>(e, key);
     for (int i = 0; i < pins; ++i) o->OnAddInput();
     return o;
+}
+
+// A print node reading each of the given nodes, one pin each.
+Editor::PrintNode* PrintOf(Editor& e, const std::vector<Node*>& sources) {
+    auto* print = Add<Editor::PrintNode>(e, "print");
+    for (size_t i = 0; i < sources.size(); ++i) {
+        print->OnAddInput();
+        Wire(print, i, sources[i]);
+    }
+    return print;
 }
 
 }  // namespace
@@ -201,20 +212,20 @@ TEST(QuorlCodeGeneration, InputsShareOneReadPerBlockChannelAndType) {
     auto* b = Add<Editor::InputNode>(e, "input.1");
     auto* c = Add<Editor::InputNode>(e, "input.1");
     c->outputType = Editor::TEXT;
-    auto* byAlias = Add<Editor::InputNode>(e, "input");
-    byAlias->alias = "lever";
-    byAlias->channel = 2;
-    auto* byAlias2 = Add<Editor::InputNode>(e, "input");
-    byAlias2->alias = "lever";
-    byAlias2->channel = 2;
+    auto lever = [&] {
+        auto* n = Add<Editor::InputNode>(e, "input");
+        n->alias = "lever";
+        n->channel = 2;
+        return n;
+    };
+    auto *byAlias = lever(), *byAlias2 = lever();
     auto* noAlias = Add<Editor::InputNode>(e, "input");
     noAlias->outputType = Editor::TEXT;
-    auto* print = Add<Editor::PrintNode>(e, "print");
-    for (int i = 0; i < 6; ++i) print->OnAddInput();
+    auto* print = PrintOf(e, {a, b, c, byAlias, byAlias2, noAlias});
     print->OnChangeInputType(2, Editor::TEXT);
     print->OnChangeInputType(5, Editor::TEXT);
-    for (auto [pin, node] : std::vector<std::pair<size_t, Node*>>{{0, a}, {1, b}, {2, c}, {3, byAlias}, {4, byAlias2}, {5, noAlias}})
-        Wire(print, pin, node);
+    Wire(print, 2, c);
+    Wire(print, 5, noAlias);
     EXPECT_EQ(Body(e),
               "\nupdate\n"
               "\tvar $_input_number_1_0 = input_number(1, 0)\n"
@@ -228,8 +239,7 @@ TEST(QuorlCodeGeneration, ExpressionsStatementsAndConditionals) {
     Editor e("t");
     auto* time = Add(e, "time");
     auto* x = Add<Editor::ExpressionNode>(e, "expression");
-    x->OnAddInput();
-    x->OnAddInput();
+    for (int i = 0; i < 2; ++i) x->OnAddInput();
     Wire(x, 0, time);
     x->inputValues = {"", "2"};
     x->code = "  abs(a) + b1 + \"a b\" + ab\n";
@@ -244,9 +254,7 @@ TEST(QuorlCodeGeneration, ExpressionsStatementsAndConditionals) {
     Wire(cond, 1, s1);
     Wire(cond, 2, s2);
     auto* exec = Add<Editor::ExecuteNode>(e, "execute");
-    exec->OnAddInput();
-    exec->OnAddInput();
-    exec->OnAddInput();
+    for (int i = 0; i < 3; ++i) exec->OnAddInput();
     Wire(exec, 0, cond);
     exec->inputValues = {"", "print(\"done\")", ""};
     EXPECT_EQ(Body(e),
@@ -280,8 +288,7 @@ TEST(QuorlCodeGeneration, SwitchTextAndTime) {
     Wire(text, 0, s2);
     Wire(text, 1, s1);
     text->inputValues = {"", "", "q"};
-    auto* print = Add<Editor::PrintNode>(e, "print");
-    print->OnAddInput();
+    auto* print = PrintOf(e, {text});
     print->OnChangeInputType(0, Editor::TEXT);
     Wire(print, 0, text);
     EXPECT_EQ(Body(e),
@@ -311,12 +318,7 @@ TEST(QuorlCodeGeneration, TimingNodes) {
     auto* smooth = Add(e, "smooth");
     Wire(smooth, 0, time);
     smooth->inputValues = {"", "", "1"};
-    auto* print = Add<Editor::PrintNode>(e, "print");
-    for (int i = 0; i < 4; ++i) print->OnAddInput();
-    Wire(print, 0, delay);
-    Wire(print, 1, idle);
-    Wire(print, 2, blink);
-    Wire(print, 3, smooth);
+    PrintOf(e, {delay, idle, blink, smooth});
     EXPECT_EQ(Body(e),
               "\nvar $_t_delay1 = 0\n"
               "var $_t_delay2 = 0\n"
@@ -360,13 +362,7 @@ TEST(QuorlCodeGeneration, CounterAndPulses) {
     auto* down = Add(e, "pulse");
     Wire(down, 1, in);
     auto* none = Add(e, "pulse");
-    auto* print = Add<Editor::PrintNode>(e, "print");
-    for (int i = 0; i < 5; ++i) print->OnAddInput();
-    Wire(print, 0, counter);
-    Wire(print, 1, pulse);
-    Wire(print, 2, toggle);
-    Wire(print, 3, down);
-    Wire(print, 4, none);
+    PrintOf(e, {counter, pulse, toggle, down, none});
     EXPECT_EQ(Body(e),
               "\nvar $_t_counter1 : number\n"
               "var $_t_counter1_init = 0\n"
@@ -411,40 +407,20 @@ TEST(QuorlCodeGeneration, PidControllers) {
     plain->inputValues = {"1", "", "2", "", "", "", "", "100"};
     auto* limited = Add(e, "PID Controller");
     limited->inputValues = {"0", "0", "1", "1", "1", "r", "-1", ""};
-    auto* print = Add<Editor::PrintNode>(e, "print");
-    print->OnAddInput();
-    print->OnAddInput();
-    Wire(print, 0, plain);
-    Wire(print, 1, limited);
+    PrintOf(e, {plain, limited});
+    // The two functions differ only in the bound: an upper one (max, >) or a lower one (min, <).
+    auto function = [](const std::string& n, const std::string& bound, const std::string& beyond) {
+        return "function @_t_pid" + n + "($_setpoint:number, $_processvalue:number, $_kp:number, $_ki:number, " +
+               "$_kd:number, $_" + bound + ":number, $_integral:number, $_prev_error:number) : number\n" +
+               "\tvar $_error = $_setpoint - $_processvalue\n\tvar $_dt = delta_time\n" +
+               "\tvar $_derivative = ($_error - $_prev_error) / $_dt\n\tvar $_proportional = $_kp * $_error\n" +
+               "\t$_integral += $_error * $_dt\n\tif $_integral " + beyond + " $_" + bound + "\n" +
+               "\t\t$_integral = $_" + bound + "\n\t$_prev_error = $_error\n" +
+               "\tvar $_output = $_proportional + $_ki * $_integral + $_kd * $_derivative\n" +
+               "\tif $_output " + beyond + " $_" + bound + "\n\t\t$_output = $_" + bound + "\n\treturn $_output\n";
+    };
     EXPECT_EQ(Body(e),
-              "\nfunction @_t_pid1($_setpoint:number, $_processvalue:number, $_kp:number, $_ki:number, "
-              "$_kd:number, $_max:number, $_integral:number, $_prev_error:number) : number\n"
-              "\tvar $_error = $_setpoint - $_processvalue\n"
-              "\tvar $_dt = delta_time\n"
-              "\tvar $_derivative = ($_error - $_prev_error) / $_dt\n"
-              "\tvar $_proportional = $_kp * $_error\n"
-              "\t$_integral += $_error * $_dt\n"
-              "\tif $_integral > $_max\n"
-              "\t\t$_integral = $_max\n"
-              "\t$_prev_error = $_error\n"
-              "\tvar $_output = $_proportional + $_ki * $_integral + $_kd * $_derivative\n"
-              "\tif $_output > $_max\n"
-              "\t\t$_output = $_max\n"
-              "\treturn $_output\n"
-              "function @_t_pid2($_setpoint:number, $_processvalue:number, $_kp:number, $_ki:number, "
-              "$_kd:number, $_min:number, $_integral:number, $_prev_error:number) : number\n"
-              "\tvar $_error = $_setpoint - $_processvalue\n"
-              "\tvar $_dt = delta_time\n"
-              "\tvar $_derivative = ($_error - $_prev_error) / $_dt\n"
-              "\tvar $_proportional = $_kp * $_error\n"
-              "\t$_integral += $_error * $_dt\n"
-              "\tif $_integral < $_min\n"
-              "\t\t$_integral = $_min\n"
-              "\t$_prev_error = $_error\n"
-              "\tvar $_output = $_proportional + $_ki * $_integral + $_kd * $_derivative\n"
-              "\tif $_output < $_min\n"
-              "\t\t$_output = $_min\n"
-              "\treturn $_output\n"
+              "\n" + function("1", "max", ">") + function("2", "min", "<") +
               "\nupdate\n"
               "\tvar $_pid1 = @_t_pid1(1, time, 2, 0, 0, 100)\n"
               "\tvar $_pid2 = 0\n"
@@ -456,19 +432,11 @@ TEST(QuorlCodeGeneration, PidControllers) {
 }
 
 TEST(QuorlCodeGeneration, MathOperatorsInline) {
+    // One operator of each shape: infix, prefix, functions of one, two and three arguments.
     const std::map<std::string, std::string> expected = {
-        {"ADD", "(x + y)"},          {"SUBTRACT", "(x - y)"},       {"MULTIPLY", "(x * y)"},
-        {"DIVIDE", "(x / y)"},       {"MODULO", "(x % y)"},         {"EQUAL", "(x == y)"},
-        {"GREATER", "(x > y)"},      {"LESSER", "(x < y)"},         {"AND", "(x and y)"},
-        {"OR", "(x or y)"},          {"XOR", "(x xor y)"},          {"NOT", "(!x)"},
-        {"NEGATIVE", "(-x)"},        {"POW", "pow(x, y)"},          {"LOG", "log(x, y)"},
-        {"SIN", "sin(x)"},           {"COS", "cos(x)"},             {"TAN", "tan(x)"},
-        {"ASIN", "asin(x)"},         {"ACOS", "acos(x)"},           {"ATAN", "atan(x)"},
-        {"FLOOR", "floor(x)"},       {"CEIL", "ceil(x)"},           {"ROUND", "round(x)"},
-        {"FRACT", "fract(x)"},       {"SQRT", "sqrt(x)"},           {"SIGN", "sign(x)"},
-        {"ABSOLUTE", "abs(x)"},      {"CLAMP", "clamp(x, y, z)"},   {"STEP", "step(x, y, z)"},
-        {"SMOOTHSTEP", "smoothstep(x, y, z)"}, {"LERP", "lerp(x, y, z)"}};
-    EXPECT_EQ(expected.size(), Editor::MathNode::OperatorNames().size());
+        {"MODULO", "(x % y)"}, {"XOR", "(x xor y)"},     {"NOT", "(!x)"},          {"NEGATIVE", "(-x)"},
+        {"LOG", "log(x, y)"},  {"ABSOLUTE", "abs(x)"}, {"STEP", "step(x, y, z)"}, {"LERP", "lerp(x, y, z)"}};
+    EXPECT_EQ(Editor::MathNode::OperatorNames().size(), 32u);
     for (const auto& [op, text] : expected) {
         Editor e("t");
         auto* m = Add(e, op);
@@ -539,13 +507,8 @@ TEST(QuorlCodeGeneration, SharedSubexpressionsAreBoundedOrRefused) {
 
 TEST(QuorlCodeGeneration, ProgramToGraphToProgramIsIdentical) {
     Editor e("round.main.qc");
-    std::vector<std::string> keys = {"input.3", "input", "output", "output.1", "const $n = 2.5", "const $t = \"hi\"",
-                                     "var $v : number", "var $w : text", "expression", "statement", "Conditional",
-                                     "execute", "switch", "delay", "blinker", "counter", "smooth", "pulse",
-                                     "pulse toggle", "time", "print", "text", "PID Controller", "include", "note"};
-    for (const std::string& op : Editor::MathNode::OperatorNames()) keys.push_back(op);
     std::map<std::string, Editor::QuorlNode*> by;
-    for (const std::string& key : keys) by[key] = Add(e, key);
+    for (const std::string& key : nodetest::AllKeys()) by[key] = Add(e, key);
     for (auto& [key, n] : by)
         if (auto* v = dynamic_cast<Editor::QuorlNodeWithVariableInputCount*>(n)) v->OnAddInput();
     static_cast<Editor::InputNode*>(by["input"])->alias = "lever";
@@ -554,6 +517,8 @@ TEST(QuorlCodeGeneration, ProgramToGraphToProgramIsIdentical) {
     static_cast<Editor::IncludeNode*>(by["include"])->filename = "lib.qc";
     static_cast<Editor::TextNode*>(by["text"])->format = "{}";
     static_cast<Editor::OutputNode*>(by["output"])->alias = "door";
+    static_cast<Editor::CommentNode*>(by["a note"])->comment = "line 1\nline \"2\"";
+    by["a note"]->pos = ImVec2(1.5f, -2.25f);
     Wire(by["expression"], 0, by["input.3"]);
     Wire(by["statement"], 0, by["expression"]);
     Wire(by["Conditional"], 0, by["input"]);
@@ -592,6 +557,11 @@ TEST(QuorlCodeGeneration, ProgramToGraphToProgramIsIdentical) {
     std::vector<std::string> errors;
     back.LoadProgram(program, &errors);
     EXPECT_TRUE(errors.empty());
+    ASSERT_EQ(back.nodes.size(), e.nodes.size());
+    for (size_t i = 0; i < e.nodes.size(); ++i) {
+        const Node &loaded = *back.nodes[i], &made = *e.nodes[i];
+        EXPECT_EQ(typeid(loaded), typeid(made)) << made.title;
+    }
     ASSERT_TRUE(back.Serialize(false));
     EXPECT_EQ(back.textEditor.GetText(), program);
 }
@@ -610,12 +580,11 @@ TEST(QuorlCodeGeneration, ReadingProgramsBackFailsClearly) {
 TEST(QuorlCodeGeneration, UndoHistory) {
     Editor e("t");
     e.historyLimit = 3;
-    Add(e, "time");
-    e.Serialize(true);
-    Add(e, "time");
-    e.Serialize(true);
-    Add(e, "time");
-    e.Serialize(true);
+    auto change = [&](const char* key) {
+        Add(e, key);
+        e.Serialize(true);
+    };
+    for (int i = 0; i < 3; ++i) change("time");
     ASSERT_EQ(e.history.size(), 3u);
     EXPECT_EQ(e.history.front()["nodes"].size(), 3u);
 
@@ -630,17 +599,13 @@ TEST(QuorlCodeGeneration, UndoHistory) {
     EXPECT_EQ(e.history.size(), 3u);  // stepping records nothing
 
     // A new change drops the steps ahead of the current one.
-    Add(e, "blinker");
-    e.Serialize(true);
+    change("blinker");
     ASSERT_EQ(e.history.size(), 3u);
     EXPECT_EQ(e.historyPosition, 0);
     EXPECT_EQ(e.history[0]["nodes"].size(), 3u);
     EXPECT_EQ(e.history[1]["nodes"].size(), 2u);
     EXPECT_FALSE(e.Redo());
-    for (int i = 0; i < 3; ++i) {
-        Add(e, "time");
-        e.Serialize(true);
-    }
+    for (int i = 0; i < 3; ++i) change("time");
     EXPECT_EQ(e.history.size(), 3u);  // the limit drops the oldest
     EXPECT_EQ(e.history.back()["nodes"].size(), 4u);
 }

@@ -20,21 +20,6 @@ T* Add(Editor& e, const std::string& key) {
     return t;
 }
 
-// Every create key of the catalogue, each once.
-const std::vector<std::string>& AllKeys() {
-    static const std::vector<std::string> keys = [] {
-        std::vector<std::string> k = {"input",     "input.3",       "output",   "output.1",
-                                      "const $n = 2.5", "const $t = \"hi\"", "var $v : number", "var $w : text",
-                                      "expression", "statement",   "Conditional", "execute", "switch", "delay",
-                                      "blinker",   "counter",       "smooth",   "pulse",    "pulse toggle",
-                                      "time",      "print",         "text",     "PID Controller", "include",
-                                      "a note"};
-        for (const std::string& op : Editor::MathNode::OperatorNames()) k.push_back(op);
-        return k;
-    }();
-    return keys;
-}
-
 }  // namespace
 
 TEST(QuorlCodeCatalogue, DeclarationKeysAreParsed) {
@@ -45,8 +30,7 @@ TEST(QuorlCodeCatalogue, DeclarationKeysAreParsed) {
     auto* t = Add<Editor::ConstTextNode>(e, "const $x = \"hi\"");
     EXPECT_EQ(t->value, "hi");
     EXPECT_EQ(t->outputType, Editor::TEXT);
-    auto* empty = Add<Editor::ConstTextNode>(e, "const $x : text");
-    EXPECT_EQ(empty->value, "");
+    EXPECT_EQ(Add<Editor::ConstTextNode>(e, "const $x : text")->value, "");
     Add<Editor::ConstNumberNode>(e, "const $y : number");
     const size_t count = e.nodes.size();
     EXPECT_EQ(e.AddNode("const $x", ImVec2(0, 0), {}), nullptr);
@@ -66,16 +50,13 @@ TEST(QuorlCodeCatalogue, DeclarationKeysAreParsed) {
     auto* out = Add<Editor::OutputNode>(e, "output.2");
     EXPECT_EQ(out->ioNumber, 2);
     EXPECT_FALSE(out->hasOutput);
-    EXPECT_EQ(out->outputType, Editor::NONE);
 
     auto* sub = Add<Editor::MathNode_SUBTRACT>(e, "SUBSTRACT");
     EXPECT_EQ(sub->title, "SUBTRACT");
     EXPECT_EQ(sub->type, "MathNode_SUBTRACT");
     EXPECT_EQ(Add<Editor::MathNode>(e, "LERP")->inputs.size(), 3u);
     EXPECT_EQ(Add<Editor::MathNode>(e, "NOT")->inputs.size(), 1u);
-    auto* toggle = Add<Editor::PulseToggleNode>(e, "pulse toggle");
-    EXPECT_EQ(toggle->type, "PulseToggleNode");
-    EXPECT_EQ(toggle->title, "pulse toggle");
+    EXPECT_EQ(Add<Editor::PulseToggleNode>(e, "pulse toggle")->type, "PulseToggleNode");
     auto* comment = Add<Editor::CommentNode>(e, "anything else");
     EXPECT_EQ(comment->title, "anything else");
     EXPECT_FALSE(comment->hasOutput);
@@ -90,11 +71,6 @@ TEST(QuorlCodeCatalogue, NodeKindRules) {
     EXPECT_FALSE(Add<Editor::VarTextNode>(e, "var $b : text")->CanClone());
     EXPECT_FALSE(Add<Editor::IncludeNode>(e, "include")->CanClone());
     EXPECT_TRUE(Add<Editor::TimeNode>(e, "time")->CanClone());
-    EXPECT_EQ(Add<Editor::ExpressionNode>(e, "expression")->GetMinimumWidth(), 185.0f);
-    EXPECT_EQ(Add<Editor::PrintNode>(e, "print")->GetMinimumWidth(), 135.0f);
-    EXPECT_EQ(Add<Editor::PIDControllerNode>(e, "PID Controller")->GetMinimumWidth(), 150.0f);
-    EXPECT_EQ(Add<Editor::CounterNode>(e, "counter")->GetMinimumWidth(), 140.0f);
-    EXPECT_EQ(Add<Editor::MathNode>(e, "ADD")->GetMinimumWidth(), 35.0f);
 
     auto* delay = Add<Editor::DelayNode>(e, "delay");
     EXPECT_EQ(delay->PinLabel(0), "delay (1s)");
@@ -116,17 +92,15 @@ TEST(QuorlCodeCatalogue, NodeKindRules) {
     EXPECT_FALSE(e.CanConnectInputToOutput(cond, 1, number));
     Node plain("plain", {});
     EXPECT_FALSE(cond->CanConnectInputToOutput(0, &plain));
-
-    EXPECT_EQ(Editor::GetIOColor(Editor::TEXT, false), ImGui::ColorConvertFloat4ToU32(ImVec4(0.9f, 0.6f, 0.2f, 1.0f)));
-    EXPECT_EQ(Editor::GetIOColor(Editor::NONE, true), ImGui::ColorConvertFloat4ToU32(ImVec4(0.6f, 0.6f, 0.6f, 1.0f)));
-    EXPECT_EQ(game::QuorlCodeEditor::GetQuorlPalette()[14], 0x2060a080u);
 }
 
-TEST(QuorlCodeCatalogue, RemovedPinStaysAsDeadPin) {
+TEST(QuorlCodeCatalogue, RemovedPinStaysAsDeadPinAndOnlyTheLastIsRemovable) {
     Editor e("p");
     auto* x = Add<Editor::ExpressionNode>(e, "expression");
     auto* t = Add<Editor::TimeNode>(e, "time");
     for (int i = 0; i < 3; ++i) x->OnAddInput();
+    EXPECT_FALSE(x->CanRemoveInput(1));
+    EXPECT_TRUE(x->CanRemoveInput(2));
     x->inputs[2] = t->id;
     x->OnChangeInputType(2, Editor::NONE);
     ASSERT_EQ(x->inputs.size(), 3u);
@@ -138,15 +112,7 @@ TEST(QuorlCodeCatalogue, RemovedPinStaysAsDeadPin) {
     x->OnAddInput();
     EXPECT_EQ(x->InputType(3), Editor::NUMBER);
     EXPECT_EQ(x->GetInputName(3), "d");
-}
 
-TEST(QuorlCodeCatalogue, RemoveIsOfferedOnTheLastPinOnly) {
-    Editor e("p");
-    auto* x = Add<Editor::ExpressionNode>(e, "expression");
-    for (int i = 0; i < 3; ++i) x->OnAddInput();
-    EXPECT_FALSE(x->CanRemoveInput(0));
-    EXPECT_FALSE(x->CanRemoveInput(1));
-    EXPECT_TRUE(x->CanRemoveInput(2));
     auto* s = Add<Editor::SwitchNode>(e, "switch");
     ASSERT_EQ(s->inputs.size(), 2u);
     s->OnChangeInputType(1, Editor::NONE);
@@ -166,7 +132,6 @@ TEST(QuorlCodeCatalogue, SwitchTypes) {
     consumer->inputs[0] = s->id;
     EXPECT_EQ(s->GetInputName(0), "switch");
     EXPECT_EQ(s->GetInputName(2), "case 1");
-    EXPECT_EQ(s->InputLabel(), "Case");
 
     // The selector reads text; the cases keep their type and wires.
     s->OnChangeInputType(0, Editor::TEXT);
@@ -178,7 +143,6 @@ TEST(QuorlCodeCatalogue, SwitchTypes) {
     // A case type change moves every case and the output, and cuts their wires.
     s->OnChangeInputType(2, Editor::TEXT);
     EXPECT_EQ(s->InputType(1), Editor::TEXT);
-    EXPECT_EQ(s->InputType(2), Editor::TEXT);
     EXPECT_EQ(s->outputType, Editor::TEXT);
     EXPECT_TRUE(s->inputs[1].IsNull() && s->inputs[2].IsNull());
     ui.Frame(e);
@@ -186,7 +150,7 @@ TEST(QuorlCodeCatalogue, SwitchTypes) {
     EXPECT_TRUE(consumer->dirty);
 }
 
-TEST(QuorlCodeCatalogue, OutputMenuNumbersSkipPlacedBlocks) {
+TEST(QuorlCodeCatalogue, OutputNumbersAndNamesSkipWhatIsPlaced) {
     Editor e("p");
     Node* zero = e.AddNode("output.0", ImVec2(0, 0), {});
     e.AddNode("output.1", ImVec2(0, 0), {});
@@ -195,71 +159,21 @@ TEST(QuorlCodeCatalogue, OutputMenuNumbersSkipPlacedBlocks) {
     e.DestroyNode(zero);
     e.nodes.erase(e.nodes.begin());
     EXPECT_EQ(e.GetNextOutputNumbers(3), (std::vector<int>{0, 2, 3}));
-}
 
-TEST(QuorlCodeCatalogue, NamesAreSharedByConstantsAndVariables) {
-    Editor e("p");
+    // Constants and variables share one name space; comments take no name.
     EXPECT_EQ(e.GetNextNumberConstantName(), "mynumber1 : number");
-    EXPECT_EQ(e.GetNextTextVariableName(), "mytext1 : text");
     e.AddNode("var $mynumber1 : text", ImVec2(0, 0), {});
-    EXPECT_EQ(e.GetNextNumberConstantName(), "mynumber2 : number");
     EXPECT_EQ(e.GetNextNumberVariableName(), "mynumber2 : number");
     e.AddNode("const $" + e.GetNextNumberConstantName(), ImVec2(0, 0), {});
     EXPECT_EQ(e.GetNextNumberVariableName(), "mynumber3 : number");
     e.AddNode("const $" + e.GetNextTextConstantName(), ImVec2(0, 0), {});
     EXPECT_EQ(e.GetNextTextVariableName(), "mytext2 : text");
-    // A comment named like a constant takes no name.
     Add<Editor::CommentNode>(e, "comment")->name = "mytext2";
     EXPECT_EQ(e.GetNextTextConstantName(), "mytext2 : text");
 
     using game::QuorlCodeEditor::NamedNodeEditing;
     EXPECT_TRUE(NamedNodeEditing::IsValidName("a_1"));
-    EXPECT_FALSE(NamedNodeEditing::IsValidName("1a"));
-    EXPECT_FALSE(NamedNodeEditing::IsValidName("a-b"));
-    EXPECT_FALSE(NamedNodeEditing::IsValidName(""));
-}
-
-TEST(QuorlCodeCatalogue, EveryKindSurvivesAJsonRoundTrip) {
-    Editor e("p");
-    for (const std::string& key : AllKeys()) ASSERT_NE(e.AddNode(key, ImVec2(1.5f, -2.25f), {}), nullptr) << key;
-    auto find = [&](const std::string& title) {
-        for (Node* n : e.nodes)
-            if (n->title == title) return dynamic_cast<Editor::QuorlNode*>(n);
-        return static_cast<Editor::QuorlNode*>(nullptr);
-    };
-    auto* out = static_cast<Editor::OutputNode*>(find("output"));
-    out->alias = "door";
-    out->OnAddInput();
-    out->OnAddInput();
-    out->OnChangeInputType(1, Editor::TEXT);
-    out->inputValues = {"", "open"};
-    out->inputs[0] = find("ADD")->id;
-    find("ADD")->inputs[1] = find("time")->id;
-    find("ADD")->inputValues = {".5", ""};
-    static_cast<Editor::InputNode*>(find("input"))->alias = "lever";
-    static_cast<Editor::InputNode*>(find("input.3"))->channel = 2;
-    static_cast<Editor::ExpressionNode*>(find("expression"))->code = "a * 2";
-    static_cast<Editor::IncludeNode*>(find("include"))->filename = "lib.qc";
-    static_cast<Editor::TextNode*>(find("text"))->format = "{}";
-    auto* note = static_cast<Editor::CommentNode*>(find("a note"));
-    note->comment = "line 1\nline \"2\"";
-    find("switch")->inputs[0] = find("input.3")->id;
-
-    const std::string first = e.SerializeNodes().dump();
-    e.ClearAllNodes();
-    EXPECT_TRUE(e.nodes.empty());
-    std::vector<std::string> errors;
-    e.LoadNodes(json::parse(first), &errors);
-    EXPECT_TRUE(errors.empty()) << errors.front();
-    EXPECT_EQ(e.SerializeNodes().dump(), first);
-
-    // Into another editor, with the classes intact.
-    Editor other("q");
-    other.LoadNodes(json::parse(first));
-    ASSERT_EQ(other.nodes.size(), AllKeys().size());
-    EXPECT_NE(dynamic_cast<Editor::MathNode_LERP*>(other.nodes.back()), nullptr);
-    EXPECT_NE(dynamic_cast<Editor::PulseToggleNode*>(other.nodes[18]), nullptr);
-    EXPECT_EQ(other.SerializeNodes().dump(), first);
+    for (const char* bad : {"1a", "a-b", ""}) EXPECT_FALSE(NamedNodeEditing::IsValidName(bad)) << bad;
 }
 
 TEST(QuorlCodeCatalogue, LegacyAndUnknownKindsLoad) {
@@ -348,11 +262,6 @@ TEST(QuorlCodeCatalogue, LoadingCutsLoopsAndKeepsDanglingWires) {
     for (int i = 0; i < 3; ++i) wires += !e.nodes[size_t(i)]->inputs[0].IsNull();
     EXPECT_EQ(wires, 2);
     EXPECT_EQ(e.nodes[3]->inputs[0], gone);
-    for (Node* n : e.nodes) {
-        for (Node* m : e.nodes) {
-            if (n != m) {
-                EXPECT_FALSE(e.NodeDependsOn(n, m) && e.NodeDependsOn(m, n));
-            }
-        }
-    }
+    for (Node* n : e.nodes)
+        for (Node* m : e.nodes) EXPECT_TRUE(n == m || !(e.NodeDependsOn(n, m) && e.NodeDependsOn(m, n)));
 }

