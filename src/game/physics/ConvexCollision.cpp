@@ -510,34 +510,15 @@ __attribute__((always_inline)) inline void BoxOverlap(const Lanes& cx, const Lan
     overlap = crossing < smaller + smaller ? crossing : smaller + smaller;
 }
 
-// Whether one of the axes [0, end) (whole blocks, unnormalised) surely separates the boxes.
-template <int W>
-__attribute__((always_inline)) inline bool SurelySeparatedBody(const double* x, const double* y, const double* z,
-                                                               uint32_t end, const PlacedBox& A, const PlacedBox& B,
-                                                               double margin2) {
-    using Lanes = typename VectorOf<W>::type;
-    const Lanes zero = Lanes{}, one = zero + 1.0;
-    Lanes apart = zero;
-    for (uint32_t k = 0; k < end; k += W) {
-        Lanes cx, cy, cz, overlap, length2;
-        ZENDOLA_LOAD_LANES(cx, x + k);
-        ZENDOLA_LOAD_LANES(cy, y + k);
-        ZENDOLA_LOAD_LANES(cz, z + k);
-        BoxOverlap(cx, cy, cz, A, B, overlap, length2);
-        // Above zero when the overlap is below zero and its square above margin2 |c|^2.
-        const Lanes below = zero - overlap, beyond = overlap * overlap - margin2 * length2;
-        const Lanes sure = below < beyond ? below : beyond;
-        apart = sure > zero ? one : apart;
-    }
-    double fewest, most;
-    LaneBounds<W>(apart, fewest, most);
-    return most != 0.0;
+// The same closed form along one axis.
+inline void BoxOverlapAlong(const glm::dvec3& c, const PlacedBox& A, const PlacedBox& B, double& overlap,
+                            double& length2) {
+    length2 = glm::dot(c, c);
+    const double rA = std::abs(glm::dot(A.half[0], c)) + std::abs(glm::dot(A.half[1], c)) + std::abs(glm::dot(A.half[2], c));
+    const double rB = std::abs(glm::dot(B.half[0], c)) + std::abs(glm::dot(B.half[1], c)) + std::abs(glm::dot(B.half[2], c));
+    const double crossing = rA + rB - std::abs(glm::dot(A.center - B.center, c));
+    overlap = std::min(crossing, 2.0 * std::min(rA, rB));
 }
-
-ZENDOLA_WIDE_FUNCTION(bool, SurelySeparated,
-                      (const double* x, const double* y, const double* z, uint32_t end, const PlacedBox& A,
-                       const PlacedBox& B, double margin2),
-                      (x, y, z, end, A, B, margin2))
 
 // The closed form on the row of edge axes cross(e, f_j), j < count. True when every axis of the
 // row is passed over.
@@ -783,10 +764,16 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     }
     faces.Pad();
     const uint32_t faceBlocks = (faces.count + kLanes - 1) / kLanes * kLanes;
-    // Most pairs that meet the test are parted by a face axis, which two boxes show at once.
-    if (shapes.boxes && SurelySeparated(faces.x, faces.y, faces.z, faceBlocks, shapes.placedA, shapes.placedB,
-                                        shapes.margin * shapes.margin * (1.0 + 1e-12))) {
-        return {};
+    // Most pairs that meet the test are parted by a face axis, which two boxes show at once; one
+    // axis at a time, since the first usually does.
+    if (shapes.boxes) {
+        const double margin2 = shapes.margin * shapes.margin * (1.0 + 1e-12);
+        for (uint32_t k = 0; k < faces.count; ++k) {
+            const glm::dvec3 axis(faces.x[k], faces.y[k], faces.z[k]);
+            double overlap, length2;
+            BoxOverlapAlong(axis, shapes.placedA, shapes.placedB, overlap, length2);
+            if (overlap < 0 && overlap * overlap > margin2 * length2) return {};
+        }
     }
 
     PlacedVertices wa, wb;
