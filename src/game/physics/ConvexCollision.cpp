@@ -305,8 +305,8 @@ ZENDOLA_WIDE_FUNCTION(void, PlaceVertices, (const ConvexMeshCollider& c, const g
 template <int W>
 __attribute__((always_inline)) inline void LaneBounds(const typename VectorOf<W>::type& v, double& least,
                                                       double& greatest) {
-    using Lanes = typename VectorOf<W>::type;
 #if defined(__GNUC__) && !defined(__clang__)
+    using Lanes = typename VectorOf<W>::type;
     using Order = typename VectorOf<W>::index;
     Lanes low = v, high = v;
     for (int half = W / 2; half >= 1; half /= 2) {
