@@ -1,7 +1,6 @@
 #include "game/physics/ConvexCollision.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -16,6 +15,8 @@
 #include <glm/mat4x4.hpp>
 
 #include "game/physics/MatrixMath.h"
+#include "game/physics/ShapeFacts.h"
+#include "game/physics/WideLoops.h"
 #include "quorl/cpu/Profiler.h"
 
 namespace game::physics {
@@ -32,8 +33,6 @@ struct PlacedVertices {
     alignas(16) double y[8];
     alignas(16) double z[8];
 };
-
-inline uint32_t VertexCount(const ConvexMeshCollider& c) { return std::min<uint32_t>(c.vertexCount, 8); }
 
 inline void Project(const PlacedVertices& v, const glm::dvec3& axis, double& lo, double& hi) {
     if (v.count == 0) {
@@ -68,119 +67,9 @@ inline void Project(const PlacedVertices& v, const glm::dvec3& axis, double& lo,
 }
 
 inline bool IsFinite(const glm::dvec3& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
-inline bool IsFinite(const glm::vec3& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
 // -1, 0 or 1; 0 for a NaN (coincident centres).
 inline double Sign(double x) { return double((0.0 < x) - (x < 0.0)); }
-
-// What the separating-axis test needs to know of a shape beyond its placed vertices, which
-// depends on its vertices alone.
-struct ShapeFacts {
-    // Unique edge directions in the shape's own space (unit, up to sign). The edges between all
-    // pairs of vertices repeat a few directions many times (a box has 28 pairs but 13
-    // directions); a repeated or reversed edge gives the same axis, and with it exactly the same
-    // overlap, as its first occurrence, so only first occurrences are kept, in order.
-    uint32_t edgeCount = 0;
-    glm::vec3 edges[28];
-    // The vertices are the 8 distinct corners of the box [low, high]: placed by a transform they
-    // stay a parallelepiped, whose extent along an axis has a closed form.
-    bool isBox = false;
-    glm::vec3 low{0.0f}, high{0.0f};
-};
-
-void FindShapeFacts(const ConvexMeshCollider& c, ShapeFacts& out) {
-    out.edgeCount = 0;
-    const uint32_t n = VertexCount(c);
-    for (uint32_t i = 0; i < n; ++i) {
-        for (uint32_t j = i + 1; j < n; ++j) {
-            const glm::vec3 e = glm::normalize(c.vertices[i] - c.vertices[j]);
-            if (!IsFinite(e)) continue;  // coincident vertices: every axis made with it is not a number
-            bool seen = false;
-            for (uint32_t k = 0; k < out.edgeCount && !seen; ++k) seen = out.edges[k] == e || out.edges[k] == -e;
-            if (!seen) out.edges[out.edgeCount++] = e;
-        }
-    }
-
-    out.isBox = false;
-    if (n != 8) return;
-    out.low = out.high = c.vertices[0];
-    for (uint32_t i = 1; i < 8; ++i) {
-        out.low = glm::min(out.low, c.vertices[i]);
-        out.high = glm::max(out.high, c.vertices[i]);
-    }
-    if (!IsFinite(out.low) || !IsFinite(out.high)) return;
-    uint32_t corners = 0;
-    for (uint32_t i = 0; i < 8; ++i) {
-        uint32_t corner = 0;
-        for (int k = 0; k < 3; ++k) {
-            if (c.vertices[i][k] == out.high[k] && out.high[k] != out.low[k]) corner |= 1u << k;
-            else if (c.vertices[i][k] != out.low[k]) return;
-        }
-        corners |= 1u << corner;
-    }
-    out.isBox = corners == 0xffu;
-}
-
-// Shape facts are kept per thread in a small table keyed by the vertex count and the bits of the
-// vertex array: a world holds few distinct shapes.
-class ShapeCache {
-public:
-    // The facts of both shapes; both stay valid until the next call.
-    void Get(const ConvexMeshCollider& a, const ConvexMeshCollider& b, const ShapeFacts*& factsA,
-             const ShapeFacts*& factsB) {
-        Key keyA, keyB;
-        MakeKey(a, keyA);
-        MakeKey(b, keyB);
-        const size_t slotA = Slot(keyA);
-        size_t slotB = Slot(keyB);
-        if (slotB == slotA && !Same(keyA, keyB)) slotB ^= 1;  // two shapes in one slot: the next takes b
-        factsA = &Fill(slotA, keyA, a);
-        factsB = &Fill(slotB, keyB, b);
-    }
-
-private:
-    static constexpr size_t kEntries = 32;
-    struct Key {
-        uint64_t words[13];  // the 8 vertices' bits, then the vertex count
-    };
-    struct Entry {
-        bool used = false;
-        Key key;
-        ShapeFacts facts;
-    };
-
-    static void MakeKey(const ConvexMeshCollider& c, Key& key) {
-        static_assert(sizeof(c.vertices) == 12 * sizeof(uint64_t));
-        std::memcpy(key.words, c.vertices, sizeof(c.vertices));
-        key.words[12] = VertexCount(c);
-    }
-    static bool Same(const Key& x, const Key& y) {
-        uint64_t differ = 0;
-        for (int i = 0; i < 13; ++i) differ |= x.words[i] ^ y.words[i];
-        return differ == 0;
-    }
-    static size_t Slot(const Key& key) {
-        uint64_t hash = key.words[12];
-        for (int i = 0; i < 12; ++i) hash += key.words[i] * (0x9E3779B97F4A7C15ull + 2 * uint64_t(i));
-        return (hash ^ (hash >> 32) ^ (hash >> 17)) % kEntries;
-    }
-    const ShapeFacts& Fill(size_t slot, const Key& key, const ConvexMeshCollider& c) {
-        Entry& e = _entries[slot];
-        if (!e.used || !Same(e.key, key)) {
-            e.used = true;
-            e.key = key;
-            FindShapeFacts(c, e.facts);
-        }
-        return e.facts;
-    }
-
-    Entry _entries[kEntries];
-};
-
-ShapeCache& ThreadShapeCache() {
-    thread_local ShapeCache cache;
-    return cache;
-}
 
 // Candidate axes laid out per coordinate, with their overlaps, in blocks of kLanes so that the
 // projections run over several axes at once.
@@ -210,64 +99,6 @@ struct AxisList {
 using FaceAxes = AxisList<24>;           // 12 face normals of each shape at most
 using EdgeAxes = AxisList<28 * 28 + 8>;  // every pair of edge directions
 
-// The wide loops are written once over W doubles per vector and built for three widths; the
-// widest the processor runs is picked once. Vectors are loaded and stored by copying bytes and
-// never passed by value, which would tie the calling convention to the instruction set.
-template <int W>
-struct VectorOf;
-template <>
-struct VectorOf<2> {
-    typedef double type __attribute__((vector_size(16)));
-    typedef int64_t index __attribute__((vector_size(16)));
-};
-template <>
-struct VectorOf<4> {
-    typedef double type __attribute__((vector_size(32)));
-    typedef int64_t index __attribute__((vector_size(32)));
-};
-template <>
-struct VectorOf<8> {
-    typedef double type __attribute__((vector_size(64)));
-    typedef int64_t index __attribute__((vector_size(64)));
-};
-
-#define ZENDOLA_LOAD_LANES(v, p) std::memcpy(&(v), (p), sizeof(v))
-
-enum class Width { k128, k256, k512 };
-
-Width DetectWidth() {
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-        __builtin_cpu_supports("avx512vl")) {
-        return Width::k512;
-    }
-    if (__builtin_cpu_supports("avx2")) return Width::k256;
-#endif
-    return Width::k128;
-}
-
-const Width kWidestAvailable = DetectWidth();
-std::atomic<Width> gWidth{kWidestAvailable};
-
-// Defines Name(params) calling Name##Body<W>(args) built for the widest vectors available.
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
-#define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args)                                              \
-    __attribute__((target("avx512f,avx512dq,avx512vl"))) Ret Name##512 Params { return Name##Body<8> Args; } \
-    __attribute__((target("avx2"))) Ret Name##256 Params { return Name##Body<4> Args; }              \
-    Ret Name##128 Params { return Name##Body<2> Args; }                                             \
-    Ret Name Params {                                                                               \
-        switch (gWidth.load(std::memory_order_relaxed)) {                                                                           \
-            case Width::k512: return Name##512 Args;                                                \
-            case Width::k256: return Name##256 Args;                                                \
-            default: return Name##128 Args;                                                         \
-        }                                                                                           \
-    }
-#else
-#define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args) \
-    Ret Name Params { return Name##Body<2> Args; }
-#endif
-
 // Every vertex placed by t, as TransformPoint places one: (t0 x + t1 y) + (t2 z + t3 1), a
 // coordinate of all vertices at a time. Unused slots repeat the first vertex, which leaves every
 // minimum and maximum as it is and lets each projection run a fixed loop over 8.
@@ -275,7 +106,7 @@ template <int W>
 __attribute__((always_inline)) inline void PlaceVerticesBody(const ConvexMeshCollider& c, const glm::dmat4& t,
                                                              PlacedVertices& out) {
     using Lanes = typename VectorOf<W>::type;
-    out.count = VertexCount(c);
+    out.count = UsedVertexCount(c);
     if (out.count == 0) return;
     alignas(64) double local[3][8];
     for (uint32_t i = 0; i < 8; ++i) {
@@ -299,33 +130,6 @@ __attribute__((always_inline)) inline void PlaceVerticesBody(const ConvexMeshCol
 
 ZENDOLA_WIDE_FUNCTION(void, PlaceVertices, (const ConvexMeshCollider& c, const glm::dmat4& t, PlacedVertices& out),
                       (c, t, out))
-
-// The least and the greatest lane, halving the vector with shuffles (a store and narrow reloads,
-// or a chain over the lanes, would stall). For lanes without not-a-numbers.
-template <int W>
-__attribute__((always_inline)) inline void LaneBounds(const typename VectorOf<W>::type& v, double& least,
-                                                      double& greatest) {
-#if defined(__GNUC__) && !defined(__clang__)
-    using Lanes = typename VectorOf<W>::type;
-    using Order = typename VectorOf<W>::index;
-    Lanes low = v, high = v;
-    for (int half = W / 2; half >= 1; half /= 2) {
-        Order order;
-        for (int l = 0; l < W; ++l) order[l] = (l + half) % W;
-        const Lanes lowTurned = __builtin_shuffle(low, order), highTurned = __builtin_shuffle(high, order);
-        low = lowTurned < low ? lowTurned : low;
-        high = highTurned > high ? highTurned : high;
-    }
-    least = low[0];
-    greatest = high[0];
-#else
-    least = greatest = v[0];
-    for (int l = 1; l < W; ++l) {
-        least = v[l] < least ? v[l] : least;
-        greatest = v[l] > greatest ? v[l] : greatest;
-    }
-#endif
-}
 
 // What a run of axes says: whether one of them separates the shapes, and the least overlap.
 struct RunSummary {
@@ -700,8 +504,8 @@ glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transfo
 
 int LimitVectorWidth(int bits) {
     const Width limit = bits >= 512 ? Width::k512 : bits >= 256 ? Width::k256 : Width::k128;
-    const Width width = std::min(limit, kWidestAvailable);
-    gWidth.store(width, std::memory_order_relaxed);
+    const Width width = std::min(limit, WidestWidthAvailable());
+    gWideLoopWidth.store(width, std::memory_order_relaxed);
     return width == Width::k512 ? 512 : width == Width::k256 ? 256 : 128;
 }
 
@@ -745,7 +549,7 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     if (a.isSphere) return SphereCollision(a, cA, b, tb, cB);
 
     ShapePair shapes;
-    ThreadShapeCache().Get(a, b, shapes.factsA, shapes.factsB);
+    ShapeCache::ForThisThread().Get(a, b, shapes.factsA, shapes.factsB);
     shapes.boxes = shapes.factsA->isBox && shapes.factsB->isBox;
     if (shapes.boxes) {
         shapes.placedA = PlaceBox(*shapes.factsA, ta);

@@ -1,0 +1,97 @@
+#include "game/physics/ShapeFacts.h"
+
+#include <cmath>
+#include <cstring>
+
+#include <glm/common.hpp>
+#include <glm/geometric.hpp>
+
+namespace game::physics {
+
+using entity::ConvexMeshCollider;
+
+namespace {
+
+bool Finite(const glm::vec3& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
+
+void FindShapeFacts(const ConvexMeshCollider& c, ShapeFacts& out) {
+    out.edgeCount = 0;
+    const uint32_t n = UsedVertexCount(c);
+    for (uint32_t i = 0; i < n; ++i) {
+        for (uint32_t j = i + 1; j < n; ++j) {
+            const glm::vec3 e = glm::normalize(c.vertices[i] - c.vertices[j]);
+            if (!Finite(e)) continue;  // coincident vertices: every axis made with it is not a number
+            bool seen = false;
+            for (uint32_t k = 0; k < out.edgeCount && !seen; ++k) seen = out.edges[k] == e || out.edges[k] == -e;
+            if (!seen) out.edges[out.edgeCount++] = e;
+        }
+    }
+
+    out.isBox = false;
+    if (n != 8) return;
+    out.low = out.high = c.vertices[0];
+    for (uint32_t i = 1; i < 8; ++i) {
+        out.low = glm::min(out.low, c.vertices[i]);
+        out.high = glm::max(out.high, c.vertices[i]);
+    }
+    if (!Finite(out.low) || !Finite(out.high)) return;
+    uint32_t corners = 0;
+    for (uint32_t i = 0; i < 8; ++i) {
+        uint32_t corner = 0;
+        for (int k = 0; k < 3; ++k) {
+            if (c.vertices[i][k] == out.high[k] && out.high[k] != out.low[k]) corner |= 1u << k;
+            else if (c.vertices[i][k] != out.low[k]) return;
+        }
+        corners |= 1u << corner;
+    }
+    out.isBox = corners == 0xffu;
+}
+
+}  // namespace
+
+ShapeCache& ShapeCache::ForThisThread() {
+    thread_local ShapeCache cache;
+    return cache;
+}
+
+void ShapeCache::Get(const ConvexMeshCollider& a, const ConvexMeshCollider& b, const ShapeFacts*& factsA,
+                     const ShapeFacts*& factsB) {
+    Key keyA, keyB;
+    MakeKey(a, keyA);
+    MakeKey(b, keyB);
+    const size_t slotA = Slot(keyA);
+    size_t slotB = Slot(keyB);
+    if (slotB == slotA && !Same(keyA, keyB)) slotB ^= 1;  // two shapes in one slot: the next takes b
+    factsA = &Fill(slotA, keyA, a);
+    factsB = &Fill(slotB, keyB, b);
+}
+
+void ShapeCache::MakeKey(const ConvexMeshCollider& c, Key& key) {
+    static_assert(sizeof(c.vertices) == 12 * sizeof(uint64_t));
+    std::memcpy(key.words, c.vertices, sizeof(c.vertices));
+    key.words[12] = UsedVertexCount(c);
+}
+
+bool ShapeCache::Same(const Key& x, const Key& y) {
+    uint64_t differ = 0;
+    for (int i = 0; i < 13; ++i) differ |= x.words[i] ^ y.words[i];
+    return differ == 0;
+}
+
+size_t ShapeCache::Slot(const Key& key) {
+    uint64_t hash = key.words[12];
+    for (int i = 0; i < 12; ++i) hash += key.words[i] * (0x9E3779B97F4A7C15ull + 2 * uint64_t(i));
+    return (hash ^ (hash >> 32) ^ (hash >> 17)) % kEntries;
+}
+
+const ShapeFacts& ShapeCache::Fill(size_t slot, const Key& key, const ConvexMeshCollider& c) {
+    Entry& e = _entries[slot];
+    if (!e.used || !Same(e.key, key)) {
+        e.used = true;
+        e.key = key;
+        FindShapeFacts(c, e.facts);
+    }
+    return e.facts;
+}
+
+}  // namespace game::physics

@@ -1,0 +1,60 @@
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+#include <glm/vec3.hpp>
+
+#include "game/entity/ConvexMeshCollider.h"
+
+// What the separating-axis test knows of a shape from its vertices alone, kept per thread.
+namespace game::physics {
+
+// The vertices a test uses: the first 8 at most.
+inline uint32_t UsedVertexCount(const entity::ConvexMeshCollider& c) { return c.vertexCount < 8 ? c.vertexCount : 8; }
+
+// What the separating-axis test needs to know of a shape beyond its placed vertices, which
+// depends on its vertices alone.
+struct ShapeFacts {
+    // Unique edge directions in the shape's own space (unit, up to sign). The edges between all
+    // pairs of vertices repeat a few directions many times (a box has 28 pairs but 13
+    // directions); a repeated or reversed edge gives the same axis, and with it exactly the same
+    // overlap, as its first occurrence, so only first occurrences are kept, in order.
+    uint32_t edgeCount = 0;
+    glm::vec3 edges[28];
+    // The vertices are the 8 distinct corners of the box [low, high]: placed by a transform they
+    // stay a parallelepiped, whose extent along an axis has a closed form.
+    bool isBox = false;
+    glm::vec3 low{0.0f}, high{0.0f};
+};
+
+// Shape facts are kept per thread in a small table keyed by the vertex count and the bits of the
+// vertex array: a world holds few distinct shapes.
+class ShapeCache {
+public:
+    // The calling thread's table.
+    static ShapeCache& ForThisThread();
+
+    // The facts of both shapes; both stay valid until the next call.
+    void Get(const entity::ConvexMeshCollider& a, const entity::ConvexMeshCollider& b, const ShapeFacts*& factsA,
+             const ShapeFacts*& factsB);
+
+private:
+    static constexpr size_t kEntries = 32;
+    struct Key {
+        uint64_t words[13];  // the 8 vertices' bits, then the vertex count
+    };
+    struct Entry {
+        bool used = false;
+        Key key;
+        ShapeFacts facts;
+    };
+
+    static void MakeKey(const entity::ConvexMeshCollider& c, Key& key);
+    static bool Same(const Key& x, const Key& y);
+    static size_t Slot(const Key& key);
+    const ShapeFacts& Fill(size_t slot, const Key& key, const entity::ConvexMeshCollider& c);
+
+    Entry _entries[kEntries];
+};
+
+}  // namespace game::physics

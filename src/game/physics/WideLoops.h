@@ -1,0 +1,83 @@
+#pragma once
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+
+namespace game::physics {
+
+// The collision test's wide loops are written once over W doubles per vector and built for three
+// widths; the widest the processor runs is picked once. Vectors are loaded and stored by copying bytes and
+// never passed by value, which would tie the calling convention to the instruction set.
+template <int W>
+struct VectorOf;
+template <>
+struct VectorOf<2> {
+    typedef double type __attribute__((vector_size(16)));
+    typedef int64_t index __attribute__((vector_size(16)));
+};
+template <>
+struct VectorOf<4> {
+    typedef double type __attribute__((vector_size(32)));
+    typedef int64_t index __attribute__((vector_size(32)));
+};
+template <>
+struct VectorOf<8> {
+    typedef double type __attribute__((vector_size(64)));
+    typedef int64_t index __attribute__((vector_size(64)));
+};
+
+#define ZENDOLA_LOAD_LANES(v, p) std::memcpy(&(v), (p), sizeof(v))
+
+enum class Width { k128, k256, k512 };
+
+// The widest vectors this processor runs, found once.
+Width WidestWidthAvailable();
+// The width the wide loops use now: the widest available unless a test has limited it.
+extern std::atomic<Width> gWideLoopWidth;
+
+// Defines Name(params) calling Name##Body<W>(args) built for the widest vectors available.
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+#define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args)                                              \
+    __attribute__((target("avx512f,avx512dq,avx512vl"))) Ret Name##512 Params { return Name##Body<8> Args; } \
+    __attribute__((target("avx2"))) Ret Name##256 Params { return Name##Body<4> Args; }              \
+    Ret Name##128 Params { return Name##Body<2> Args; }                                             \
+    Ret Name Params {                                                                               \
+        switch (gWideLoopWidth.load(std::memory_order_relaxed)) {                                  \
+            case Width::k512: return Name##512 Args;                                                \
+            case Width::k256: return Name##256 Args;                                                \
+            default: return Name##128 Args;                                                         \
+        }                                                                                           \
+    }
+#else
+#define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args) \
+    Ret Name Params { return Name##Body<2> Args; }
+#endif
+
+// The least and the greatest lane, halving the vector with shuffles (a store and narrow reloads,
+// or a chain over the lanes, would stall). For lanes without not-a-numbers.
+template <int W>
+__attribute__((always_inline)) inline void LaneBounds(const typename VectorOf<W>::type& v, double& least,
+                                                      double& greatest) {
+#if defined(__GNUC__) && !defined(__clang__)
+    using Lanes = typename VectorOf<W>::type;
+    using Order = typename VectorOf<W>::index;
+    Lanes low = v, high = v;
+    for (int half = W / 2; half >= 1; half /= 2) {
+        Order order;
+        for (int l = 0; l < W; ++l) order[l] = (l + half) % W;
+        const Lanes lowTurned = __builtin_shuffle(low, order), highTurned = __builtin_shuffle(high, order);
+        low = lowTurned < low ? lowTurned : low;
+        high = highTurned > high ? highTurned : high;
+    }
+    least = low[0];
+    greatest = high[0];
+#else
+    least = greatest = v[0];
+    for (int l = 1; l < W; ++l) {
+        least = v[l] < least ? v[l] : least;
+        greatest = v[l] > greatest ? v[l] : greatest;
+    }
+#endif
+}
+
+}  // namespace game::physics
