@@ -6,6 +6,7 @@
 
 #include "game/entity/ConvexMeshCollider.h"
 #include "game/physics/Collision.h"
+#include "game/physics/MatrixMath.h"
 
 // Narrow-phase tests between convex colliders. A collider's `transform` is taken as the full
 // transform to the space of the test. The forms that take the transforms apart test a shape at a
@@ -46,7 +47,10 @@ bool PotentialBoxBoxIntersection(const ConvexMeshCollider& a, const glm::dmat4& 
 int LimitVectorWidth(int bits);
 
 // World-space centre of a collider's box under `transform`.
-glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transform);
+inline glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transform) {
+    const glm::dvec3 middle = (glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5;
+    return TransformPoint(transform, middle);
+}
 
 // Whether a child of a container collider takes part in collision: a real size, a non-empty box
 // in x, and either vertices or children of its own.

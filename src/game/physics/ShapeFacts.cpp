@@ -49,8 +49,11 @@ void FindShapeFacts(const ConvexMeshCollider& c, ShapeFacts& out) {
 
 }  // namespace
 
-ShapeCache& ShapeCache::ForThisThread() {
-    thread_local ShapeCache cache;
+thread_local ShapeCache* ShapeCache::tThisThread = nullptr;
+
+ShapeCache& ShapeCache::MakeForThisThread() {
+    thread_local ShapeCache cache;  // the owner, destroyed when the thread ends
+    tThisThread = &cache;
     return cache;
 }
 

@@ -29,10 +29,14 @@ struct ShapeFacts {
 
 // Shape facts are kept per thread in a small table keyed by the vertex count and the bits of the
 // vertex array: a world holds few distinct shapes.
-class ShapeCache {
+class __attribute__((visibility("hidden"))) ShapeCache {
 public:
-    // The calling thread's table.
-    static ShapeCache& ForThisThread();
+    // The calling thread's table, made on its first use. Reached through a thread-local pointer of
+    // the initial-exec kind, which costs one load (the library is linked, never opened late).
+    static ShapeCache& ForThisThread() {
+        if (!tThisThread) [[unlikely]] return MakeForThisThread();
+        return *tThisThread;
+    }
 
     // The facts of both shapes; both stay valid until the next call.
     void Get(const entity::ConvexMeshCollider& a, const entity::ConvexMeshCollider& b, const ShapeFacts*& factsA,
@@ -48,6 +52,9 @@ private:
         Key key;
         ShapeFacts facts;
     };
+
+    static ShapeCache& MakeForThisThread();
+    [[gnu::tls_model("initial-exec")]] static thread_local ShapeCache* tThisThread;
 
     static void MakeKey(const entity::ConvexMeshCollider& c, Key& key);
     static bool Same(const Key& x, const Key& y);
