@@ -252,10 +252,15 @@ struct PlacedBox {
     double size;  // sum of the magnitudes of all components: bounds every |p . axis| / |axis|
 };
 
-PlacedBox PlaceBox(const ShapeFacts& facts, const glm::dmat4& t) {
+// `colliderCenter` is the collider's centre under t, which is the box's when the collider's box is
+// the box of its vertices.
+PlacedBox PlaceBox(const ShapeFacts& facts, const ConvexMeshCollider& c, const glm::dmat4& t,
+                   const glm::dvec3& colliderCenter) {
     PlacedBox box;
     const glm::dvec3 low(facts.low), high(facts.high);
-    box.center = TransformPoint(t, (low + high) * 0.5);
+    const bool sameBox = std::memcmp(&facts.low, &c.box_min, sizeof facts.low) == 0 &&
+                         std::memcmp(&facts.high, &c.box_max, sizeof facts.high) == 0;
+    box.center = sameBox ? colliderCenter : TransformPoint(t, (low + high) * 0.5);
     box.size = std::abs(box.center.x) + std::abs(box.center.y) + std::abs(box.center.z);
     for (int k = 0; k < 3; ++k) {
         box.half[k] = glm::dvec3(t[k]) * ((high[k] - low[k]) * 0.5);
@@ -372,16 +377,71 @@ ZENDOLA_WIDE_FUNCTION(bool, JudgeCrossAxes,
                        const PlacedBox& A, const PlacedBox& B, double limit2, Judged& judged),
                       (e, fx, fy, fz, count, A, B, limit2, judged))
 
+// The edge directions of a shape placed in the space of the test, per coordinate: in doubles, as
+// TransformDirection places each, and the same in single precision. Zero past the last (for a
+// transform with finite entries).
+struct TurnedEdges {
+    alignas(64) double x[32], y[32], z[32];
+    alignas(64) float sx[32], sy[32], sz[32];
+    double largest;  // the greatest sum of magnitudes of an edge's coordinates
+};
+
+alignas(64) constexpr float kLaneIndex[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15,
+                                              16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
+
+template <int W>
+__attribute__((always_inline)) inline void TurnEdgesBody(const ShapeFacts& facts, const glm::dmat4& t,
+                                                         TurnedEdges& out) {
+    using Lanes = typename VectorOf<W>::type;
+    const Lanes zero = Lanes{};
+    Lanes largest = zero;
+    // Whole vectors of 16 floats, as the single-precision rows read them.
+    const uint32_t end = (facts.edgeCount + 15) / 16 * 16;
+    for (uint32_t k = 0; k < end; k += W) {
+        Lanes x, y, z;
+        ZENDOLA_LOAD_LANES(x, facts.edgeX + k);
+        ZENDOLA_LOAD_LANES(y, facts.edgeY + k);
+        ZENDOLA_LOAD_LANES(z, facts.edgeZ + k);
+        const Lanes px = (t[0][0] * x + t[1][0] * y) + (t[2][0] * z + t[3][0] * 0.0);
+        const Lanes py = (t[0][1] * x + t[1][1] * y) + (t[2][1] * z + t[3][1] * 0.0);
+        const Lanes pz = (t[0][2] * x + t[1][2] * y) + (t[2][2] * z + t[3][2] * 0.0);
+        std::memcpy(out.x + k, &px, sizeof px);
+        std::memcpy(out.y + k, &py, sizeof py);
+        std::memcpy(out.z + k, &pz, sizeof pz);
+        const auto sx = __builtin_convertvector(px, typename VectorOf<W>::narrow);
+        const auto sy = __builtin_convertvector(py, typename VectorOf<W>::narrow);
+        const auto sz = __builtin_convertvector(pz, typename VectorOf<W>::narrow);
+        std::memcpy(out.sx + k, &sx, sizeof sx);
+        std::memcpy(out.sy + k, &sy, sizeof sy);
+        std::memcpy(out.sz + k, &sz, sizeof sz);
+        Lanes mx, my, mz;
+        Magnitude(px, mx);
+        Magnitude(py, my);
+        Magnitude(pz, mz);
+        typename VectorOf<W>::narrow lane;
+        ZENDOLA_LOAD_LANES(lane, kLaneIndex + k);
+        const Lanes index = __builtin_convertvector(lane, Lanes);
+        const Lanes sum = (mx + my) + mz;
+        // Not-a-numbers count as the greatest, which keeps the screening off.
+        const Lanes counted = index < double(facts.edgeCount) ? (sum == sum ? sum : zero + kMaxDouble) : zero;
+        largest = counted > largest ? counted : largest;
+    }
+    double least;
+    LaneBounds<W>(largest, least, out.largest);
+}
+
+ZENDOLA_WIDE_FUNCTION(void, TurnEdges, (const ShapeFacts& facts, const glm::dmat4& t, TurnedEdges& out),
+                      (facts, t, out))
+
 // A first look at the edge axes of two boxes in single precision, 2W axes to a vector. The
 // closed form in floats is within `tolerance` of its exact value on the double inputs, and the
 // float axis within a known length of the double one; a row whose axes are all passed over even
 // so needs no look in doubles, and the rest are judged in doubles as before. Worth it because
 // nearly every edge axis of two touching boxes is passed over by far.
 struct EdgeRows {
+    const TurnedEdges* a;
+    const TurnedEdges* b;
     uint32_t countA = 0, countB = 0;
-    alignas(64) float ex[32], ey[32], ez[32];  // the edges of A, one to a lane
-    alignas(64) float unused[32];              // nonzero in the lanes past the last edge of A
-    float fx[28], fy[28], fz[28];
     float points[7][3];  // the centres' offset, then A's and B's half edges
     float tolerance;     // on the overlap
     float scale;         // limit^2, with room for the rounding of the comparison
@@ -397,14 +457,14 @@ __attribute__((always_inline)) inline uint32_t OpenEdgeRowsBody(const EdgeRows& 
     const Lanes zero = Lanes{}, one = zero + 1.0f;
     uint32_t open = 0;
     for (uint32_t i = 0; i < rows.countA; i += kFloats) {
-        Lanes ex, ey, ez, unused;
-        ZENDOLA_LOAD_LANES(ex, rows.ex + i);
-        ZENDOLA_LOAD_LANES(ey, rows.ey + i);
-        ZENDOLA_LOAD_LANES(ez, rows.ez + i);
-        ZENDOLA_LOAD_LANES(unused, rows.unused + i);
+        Lanes ex, ey, ez, index;
+        ZENDOLA_LOAD_LANES(ex, rows.a->sx + i);
+        ZENDOLA_LOAD_LANES(ey, rows.a->sy + i);
+        ZENDOLA_LOAD_LANES(ez, rows.a->sz + i);
+        ZENDOLA_LOAD_LANES(index, kLaneIndex + i);
         Lanes allPassed = one;  // stays one in a lane while every axis of its row is surely passed over
         for (uint32_t j = 0; j < rows.countB; ++j) {
-            const float x = rows.fx[j], y = rows.fy[j], z = rows.fz[j];
+            const float x = rows.b->sx[j], y = rows.b->sy[j], z = rows.b->sz[j];
             const Lanes cx = ey * z - y * ez;
             const Lanes cy = ez * x - z * ex;
             const Lanes cz = ex * y - x * ey;
@@ -426,7 +486,7 @@ __attribute__((always_inline)) inline uint32_t OpenEdgeRowsBody(const EdgeRows& 
             const Lanes passed = sure < slack ? sure : slack;
             allPassed = passed > zero ? allPassed : zero;
         }
-        const Lanes verdict = unused != zero ? one : allPassed;
+        const Lanes verdict = index < float(rows.countA) ? allPassed : one;
         for (uint32_t l = 0; l < kFloats && i + l < rows.countA; ++l) open |= uint32_t(verdict[l] == 0.0f) << (i + l);
     }
     return open;
@@ -436,29 +496,17 @@ ZENDOLA_WIDE_FUNCTION(uint32_t, OpenEdgeRows, (const EdgeRows& rows), (rows))
 
 // Fills the single-precision look at the edge axes of two placed boxes; false where floats would
 // overflow or lose their relative precision, or the inputs are not finite.
-bool FillEdgeRows(const glm::dvec3* edgesA, uint32_t countA, const double* fx, const double* fy, const double* fz,
-                  uint32_t countB, const PlacedBox& A, const PlacedBox& B, double limit, EdgeRows& rows) {
-    auto sum = [](const glm::dvec3& v) { return std::abs(v.x) + std::abs(v.y) + std::abs(v.z); };
-    double e = 0, f = 0, s = 0;
+bool FillEdgeRows(const TurnedEdges& edgesA, uint32_t countA, const TurnedEdges& edgesB, uint32_t countB,
+                  const PlacedBox& A, const PlacedBox& B, double limit, EdgeRows& rows) {
+    rows.a = &edgesA;
+    rows.b = &edgesB;
     rows.countA = countA;
     rows.countB = countB;
-    for (uint32_t i = 0; i < 32; ++i) {
-        const glm::dvec3 edge = i < countA ? edgesA[i] : glm::dvec3(0.0);
-        e = std::max(e, sum(edge));
-        rows.ex[i] = float(edge.x);
-        rows.ey[i] = float(edge.y);
-        rows.ez[i] = float(edge.z);
-        rows.unused[i] = i < countA ? 0.0f : 1.0f;
-    }
-    for (uint32_t j = 0; j < countB; ++j) {
-        f = std::max(f, std::abs(fx[j]) + std::abs(fy[j]) + std::abs(fz[j]));
-        rows.fx[j] = float(fx[j]);
-        rows.fy[j] = float(fy[j]);
-        rows.fz[j] = float(fz[j]);
-    }
+    const double e = edgesA.largest, f = edgesB.largest;
     const glm::dvec3 points[7] = {A.center - B.center, A.half[0], A.half[1], A.half[2], B.half[0], B.half[1], B.half[2]};
+    double s = 0;
     for (int k = 0; k < 7; ++k) {
-        s += sum(points[k]);
+        s += std::abs(points[k].x) + std::abs(points[k].y) + std::abs(points[k].z);
         for (int m = 0; m < 3; ++m) rows.points[k][m] = float(points[k][m]);
     }
     // Boxes from a tenth of a millimetre to ten kilometres, under transforms that scale little.
@@ -490,15 +538,13 @@ __attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dma
                                             const PlacedVertices& wa, const PlacedVertices& wb, double& best,
                                             glm::dvec3& bestAxis) {
     const uint32_t countA = shapes.factsA->edgeCount, countB = shapes.factsB->edgeCount;
-    glm::dvec3 edgesA[28];
-    for (uint32_t i = 0; i < countA; ++i) edgesA[i] = TransformDirection(ta, glm::dvec3(shapes.factsA->edges[i]));
-    alignas(64) double fx[32], fy[32], fz[32];
-    for (uint32_t j = 0; j < 32; ++j) {
-        const glm::dvec3 f = j < countB ? TransformDirection(tb, glm::dvec3(shapes.factsB->edges[j])) : glm::dvec3(0.0);
-        fx[j] = f.x;
-        fy[j] = f.y;
-        fz[j] = f.z;
-    }
+    TurnedEdges edgesA, edgesB;
+    TurnEdges(*shapes.factsA, ta, edgesA);
+    TurnEdges(*shapes.factsB, tb, edgesB);
+    const double* fx = edgesB.x;
+    const double* fy = edgesB.y;
+    const double* fz = edgesB.z;
+    auto edgeA = [&](uint32_t i) { return glm::dvec3(edgesA.x[i], edgesA.y[i], edgesA.z[i]); };
 
     EdgeAxes axes;
     constexpr uint32_t kRun = 8 * kLanes;
@@ -515,7 +561,7 @@ __attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dma
 
     const double limit = (best + shapes.margin) * (1.0 + 1e-12);
     if (!shapes.boxes || !std::isfinite(limit * limit)) {
-        for (uint32_t i = 0; i < countA; ++i) AddCrossProducts(edgesA[i], fx, fy, fz, countB, axes);
+        for (uint32_t i = 0; i < countA; ++i) AddCrossProducts(edgeA(i), fx, fy, fz, countB, axes);
         return testAll();
     }
 
@@ -527,16 +573,16 @@ __attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dma
     // Rows all of whose axes floats pass over are not looked at again.
     EdgeRows rows;
     const uint32_t open =
-        FillEdgeRows(edgesA, countA, fx, fy, fz, countB, A, B, limit, rows) ? OpenEdgeRows(rows) : ~0u;
+        FillEdgeRows(edgesA, countA, edgesB, countB, A, B, limit, rows) ? OpenEdgeRows(rows) : ~0u;
     Judged judged;
     for (uint32_t i = 0; i < countA; ++i) {
         if (!((open >> i) & 1)) continue;
-        if (JudgeCrossAxes(edgesA[i], fx, fy, fz, countB, A, B, limit * limit, judged)) continue;
+        if (JudgeCrossAxes(edgeA(i), fx, fy, fz, countB, A, B, limit * limit, judged)) continue;
         for (uint32_t j = 0; j < countB; ++j) {
             if (judged.passed[j] > 0 || judged.length2[j] == 0) continue;
             const double overlap = judged.overlap[j];
             if (overlap < 0 && overlap * overlap > margin2 * judged.length2[j]) return false;
-            axes.Add(glm::cross(edgesA[i], glm::dvec3(fx[j], fy[j], fz[j])));
+            axes.Add(glm::cross(edgeA(i), glm::dvec3(fx[j], fy[j], fz[j])));
         }
     }
     return testAll();
@@ -663,8 +709,8 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     ShapeCache::ForThisThread().Get(a, b, shapes.factsA, shapes.factsB);
     shapes.boxes = shapes.factsA->isBox && shapes.factsB->isBox;
     if (shapes.boxes) {
-        shapes.placedA = PlaceBox(*shapes.factsA, ta);
-        shapes.placedB = PlaceBox(*shapes.factsB, tb);
+        shapes.placedA = PlaceBox(*shapes.factsA, a, ta, cA);
+        shapes.placedB = PlaceBox(*shapes.factsB, b, tb, cB);
         const double size = shapes.placedA.size + shapes.placedB.size;
         shapes.margin = 1e-12 * size;
         shapes.boxes = std::isfinite(size);

@@ -88,8 +88,8 @@ public:
             c.transform[3] -= glm::dvec4(centerOfMass, 0.0);
             displacedVolume += std::abs(double(c.box_max.x) - c.box_min.x) * std::abs(double(c.box_max.y) - c.box_min.y) *
                                std::abs(double(c.box_max.z) - c.box_min.z) * c.fill;
-            const glm::dvec3 p0(c.transform * glm::dvec4(glm::dvec3(c.box_min), 1.0));
-            const glm::dvec3 p1(c.transform * glm::dvec4(glm::dvec3(c.box_max), 1.0));
+            const glm::dvec3 p0 = TransformPoint(c.transform, glm::dvec3(c.box_min));
+            const glm::dvec3 p1 = TransformPoint(c.transform, glm::dvec3(c.box_max));
             boundsMin = glm::min(boundsMin, glm::min(p0, p1));
             boundsMax = glm::max(boundsMax, glm::max(p0, p1));
         }
@@ -572,14 +572,14 @@ private:
     }
 
     void AddCornersInside(const Placed& corners, const Placed& box, const glm::dvec3& normal) {
-        const glm::dmat4 toBox = glm::affineInverse(box.transform) * corners.transform;
+        const glm::dmat4 toBox = Multiply(glm::affineInverse(box.transform), corners.transform);
         const glm::dvec3 lo(box.shape->box_min), hi(box.shape->box_max);
         const uint32_t count = std::min<uint32_t>(corners.shape->vertexCount, 8);
         for (uint32_t i = 0; i < count; ++i) {
-            const glm::dvec4 v(glm::dvec3(corners.shape->vertices[i]), 1.0);
-            const glm::dvec3 q(toBox * v);
+            const glm::dvec3 v(corners.shape->vertices[i]);
+            const glm::dvec3 q = TransformPoint(toBox, v);
             if (glm::all(glm::greaterThanEqual(q, lo)) && glm::all(glm::lessThanEqual(q, hi)))
-                AddStaticContactPoint(normal, glm::dvec3(corners.transform * v));
+                AddStaticContactPoint(normal, TransformPoint(corners.transform, v));
         }
     }
 
@@ -588,8 +588,8 @@ private:
         const glm::dmat4 toBody = glm::affineInverse(GetTransform());
         PhysicsLineDebug& line = debugLines.emplace_back();
         line.entity = id;
-        line.from = glm::dvec3(toBody * glm::dvec4(collision.position, 1.0));
-        line.to = glm::dvec3(toBody * glm::dvec4(collision.position + collision.normal, 1.0));
+        line.from = TransformPoint(toBody, collision.position);
+        line.to = TransformPoint(toBody, collision.position + collision.normal);
         line.color[0] = 1;
         line.color[3] = 1;
     }

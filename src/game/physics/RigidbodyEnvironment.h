@@ -56,10 +56,10 @@ EnvironmentInfo DynamicRigidbody<Entity>::QueryEnvironment(EnvironmentPass& pass
     if (!pass.inParent) {
         info = pass.function(point, flags, sampledRadius);
     } else {
-        info = pass.function(glm::dvec3(pass.toEnvironment * glm::dvec4(point, 1.0)), flags, sampledRadius);
+        info = pass.function(TransformPoint(pass.toEnvironment, point), flags, sampledRadius);
         const glm::dmat3 back(pass.fromEnvironment);
         info.gravity = back * info.gravity;
-        info.collision.position = glm::dvec3(pass.fromEnvironment * glm::dvec4(info.collision.position, 1.0));
+        info.collision.position = TransformPoint(pass.fromEnvironment, info.collision.position);
         info.collision.normal = back * info.collision.normal;
     }
     pass.lastDensity = info.density;
@@ -161,7 +161,7 @@ void DynamicRigidbody<Entity>::GroundAndBuoyancy(EnvironmentPass& pass, double a
     const double h = altitude - 3.0 * radius;
     for (const entity::ConvexMeshCollider& c : colliders) {
         if (h < 0) {
-            const glm::dvec3 centre = ColliderCenter(c, GetTransform() * c.transform);
+            const glm::dvec3 centre = ColliderCenter(c, Multiply(GetTransform(), c.transform));
             const EnvironmentInfo under = QueryEnvironment(pass, centre, detail::kGroundNormalQuery, c.radius / 2);
             const EnvironmentInfoFlags flags = c.groundQueryWithoutBit4 ? detail::kGroundQuery : detail::kGravityQuery;
             GroundTest(pass, c, c.transform, under.collision.normal, flags);
@@ -181,7 +181,7 @@ void DynamicRigidbody<Entity>::GroundTest(EnvironmentPass& pass, const entity::C
                                           const glm::dmat4& relative, const glm::dvec3& groundNormal,
                                           EnvironmentInfoFlags flags) {
     QUORL_ASSERT(c.children);
-    const glm::dmat4 placed = GetTransform() * relative;
+    const glm::dmat4 placed = Multiply(GetTransform(), relative);
     const glm::dvec3 bottom = ColliderCenter(c, placed) - c.radius * groundNormal;
     const EnvironmentInfo hit = QueryEnvironment(pass, bottom, flags, 0.0);
     if (!(hit.collision.depth > 0)) return;
@@ -204,7 +204,7 @@ void DynamicRigidbody<Entity>::GroundTest(EnvironmentPass& pass, const entity::C
     int count = 0;
     const uint32_t vertexCount = std::min<uint32_t>(c.vertexCount, 8);
     for (uint32_t i = 0; i < vertexCount; ++i) {
-        const glm::dvec3 v(placed * glm::dvec4(glm::dvec3(c.vertices[i]), 1.0));
+        const glm::dvec3 v = TransformPoint(placed, glm::dvec3(c.vertices[i]));
         if (glm::dot(v - surfacePoint, surfaceNormal) > margin) continue;
         const EnvironmentInfo at = QueryEnvironment(pass, v, flags, 0.0);
         if (at.collision.depth > 0) contacts[count++] = at.collision;
@@ -221,7 +221,7 @@ void DynamicRigidbody<Entity>::GroundContact(EnvironmentPass& pass, const entity
     if (c.callback) {
         // The callback sees the collider as placed for the test.
         entity::ConvexMeshCollider placed = c;
-        placed.transform = GetTransform() * relative;
+        placed.transform = Multiply(GetTransform(), relative);
         holds = c.callback(this, &placed, nullptr, collision, pass.deltaTime);
     }
     if (holds) AddStaticContactPoint(collision.normal, collision.position);
@@ -254,9 +254,9 @@ void DynamicRigidbody<Entity>::SampleBuoyancy(EnvironmentPass& pass, const entit
     point.z = hi.z + (lo.z - hi.z) * unit();
     point.y = hi.y + (lo.y - hi.y) * unit();
     point.x = hi.x + (lo.x - hi.x) * unit();
-    const glm::dmat4 placed = GetTransform() * relative;
+    const glm::dmat4 placed = Multiply(GetTransform(), relative);
     const EnvironmentInfo medium =
-        QueryEnvironment(pass, glm::dvec3(placed * glm::dvec4(point, 1.0)), detail::kMediumQuery, 0.0);
+        QueryEnvironment(pass, TransformPoint(placed, point), detail::kMediumQuery, 0.0);
     pass.samples += 1;
     pass.viscositySum += medium.viscosity;
     pass.densitySum += medium.density;
@@ -312,7 +312,7 @@ void DynamicRigidbody<Entity>::ComputeAerodynamicSurfaces(const EnvironmentFunct
     if (!(medium.density > 0)) return;  // nothing to push on in a vacuum
     const double minVolume = displacedVolume / 200.0;
     const glm::dmat4 body = GetTransform();
-    for (const entity::ConvexMeshCollider& c : colliders) SurfaceWalk(c, body * c.transform, minVolume);
+    for (const entity::ConvexMeshCollider& c : colliders) SurfaceWalk(c, Multiply(body, c.transform), minVolume);
 }
 
 template <class Entity>
@@ -340,7 +340,7 @@ void DynamicRigidbody<Entity>::AddColliderSurfaces(const entity::ConvexMeshColli
                                                    bool wing, double aspectRatio) {
     const glm::dvec3 lo(c.box_min), hi(c.box_max);
     const glm::dvec3 extent = hi - lo;
-    const glm::dvec3 centre(placed * glm::dvec4((lo + hi) * 0.5, 1.0));
+    const glm::dvec3 centre = TransformPoint(placed, (lo + hi) * 0.5);
     const glm::dvec3 u = velocity + glm::cross(angularVelocity, centre - position);
     const double speed = glm::length(u);
     if (!(speed > detail::kDoubleEpsilon)) return;
@@ -376,12 +376,12 @@ void DynamicRigidbody<Entity>::AddColliderSurfaces(const entity::ConvexMeshColli
                 local[k1] = lo[k1] + (i + unit()) / n1 * extent[k1];
                 local[k2] = lo[k2] + (j + unit()) / n2 * extent[k2];
                 // Just off the face, so that the face's own plane can't stop the ray.
-                const glm::dvec3 start = glm::dvec3(placed * glm::dvec4(local, 1.0)) + outward * 1e-3;
+                const glm::dvec3 start = TransformPoint(placed, local) + outward * 1e-3;
                 if (RayHitsBody(start, flow, &c, !lift)) continue;
                 cell[k1] = lo[k1] + (i + 0.5) / n1 * extent[k1];
                 cell[k2] = lo[k2] + (j + 0.5) / n2 * extent[k2];
                 AerodynamicSurface surface;
-                surface.position = glm::dvec3(placed * glm::dvec4(cell, 1.0)) - position;
+                surface.position = TransformPoint(placed, cell) - position;
                 surface.normal = toBody * outward;
                 if (dragFace) {
                     const double dragArea = cellArea * std::abs(cosine);
@@ -421,7 +421,7 @@ inline bool RayHitsCollider(const entity::ConvexMeshCollider& o, const glm::dmat
         if (IsWingShape(s[0], s[1], s[2])) return false;
     }
     const glm::dmat4 inverse = glm::affineInverse(placed);
-    const glm::dvec3 localOrigin(inverse * glm::dvec4(origin, 1.0));
+    const glm::dvec3 localOrigin = TransformPoint(inverse, origin);
     const glm::dvec3 localDirection = glm::dmat3(inverse) * direction;
     const bool hit =
         RayBoxIntersection(glm::dvec3(o.box_min), glm::dvec3(o.box_max), localOrigin, localDirection);
@@ -471,8 +471,8 @@ void DynamicRigidbody<Entity>::RecordDebugLine(const glm::dvec3& from, const glm
     const glm::dmat4 toBody = glm::affineInverse(GetTransform());
     PhysicsLineDebug& line = debugLines.emplace_back();
     line.entity = id;
-    line.from = glm::dvec3(toBody * glm::dvec4(from, 1.0));
-    line.to = glm::dvec3(toBody * glm::dvec4(to, 1.0));
+    line.from = TransformPoint(toBody, from);
+    line.to = TransformPoint(toBody, to);
     line.color[0] = r;
     line.color[1] = g;
     line.color[2] = b;

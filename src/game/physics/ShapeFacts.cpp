@@ -26,6 +26,12 @@ void FindShapeFacts(const ConvexMeshCollider& c, ShapeFacts& out) {
             if (!seen) out.edges[out.edgeCount++] = e;
         }
     }
+    for (uint32_t k = 0; k < 32; ++k) {
+        const glm::dvec3 e = k < out.edgeCount ? glm::dvec3(out.edges[k]) : glm::dvec3(0.0);
+        out.edgeX[k] = e.x;
+        out.edgeY[k] = e.y;
+        out.edgeZ[k] = e.z;
+    }
 
     out.isBox = false;
     if (n != 8) return;
@@ -59,14 +65,32 @@ ShapeCache& ShapeCache::MakeForThisThread() {
 
 void ShapeCache::Get(const ConvexMeshCollider& a, const ConvexMeshCollider& b, const ShapeFacts*& factsA,
                      const ShapeFacts*& factsB) {
-    Key keyA, keyB;
-    MakeKey(a, keyA);
-    MakeKey(b, keyB);
-    const size_t slotA = Slot(keyA);
-    size_t slotB = Slot(keyB);
-    if (slotB == slotA && !Same(keyA, keyB)) slotB ^= 1;  // two shapes in one slot: the next takes b
-    factsA = &Fill(slotA, keyA, a);
-    factsB = &Fill(slotB, keyB, b);
+    const size_t slotA = Find(a, kEntries);
+    const size_t slotB = Find(b, slotA);
+    factsA = &_entries[slotA].facts;
+    factsB = &_entries[slotB].facts;
+}
+
+size_t ShapeCache::Find(const ConvexMeshCollider& c, size_t taken) {
+    for (size_t slot : _recent) {
+        if (Holds(_entries[slot], c)) return slot;
+    }
+    Key key;
+    MakeKey(c, key);
+    size_t slot = Slot(key);
+    if (slot == taken && !Same(_entries[taken].key, key)) slot ^= 1;  // two shapes in one slot: the next takes it
+    Fill(slot, key, c);
+    _recent[1] = _recent[0];
+    _recent[0] = slot;
+    return slot;
+}
+
+bool ShapeCache::Holds(const Entry& e, const ConvexMeshCollider& c) {
+    uint64_t words[12];
+    std::memcpy(words, c.vertices, sizeof words);
+    uint64_t differ = e.key.words[12] ^ UsedVertexCount(c);
+    for (int i = 0; i < 12; ++i) differ |= e.key.words[i] ^ words[i];
+    return e.used && differ == 0;
 }
 
 void ShapeCache::MakeKey(const ConvexMeshCollider& c, Key& key) {

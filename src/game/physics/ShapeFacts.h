@@ -21,6 +21,8 @@ struct ShapeFacts {
     // overlap, as its first occurrence, so only first occurrences are kept, in order.
     uint32_t edgeCount = 0;
     glm::vec3 edges[28];
+    // The same per coordinate in doubles, zero past the last, for loops over many at once.
+    alignas(64) double edgeX[32], edgeY[32], edgeZ[32];
     // The vertices are the 8 distinct corners of the box [low, high]: placed by a transform they
     // stay a parallelepiped, whose extent along an axis has a closed form.
     bool isBox = false;
@@ -56,12 +58,16 @@ private:
     static ShapeCache& MakeForThisThread();
     [[gnu::tls_model("initial-exec")]] static thread_local ShapeCache* tThisThread;
 
+    // The slot of c's facts, filled if need be; `taken` is a slot that must keep its entry.
+    size_t Find(const entity::ConvexMeshCollider& c, size_t taken);
+    static bool Holds(const Entry& e, const entity::ConvexMeshCollider& c);
     static void MakeKey(const entity::ConvexMeshCollider& c, Key& key);
     static bool Same(const Key& x, const Key& y);
     static size_t Slot(const Key& key);
     const ShapeFacts& Fill(size_t slot, const Key& key, const entity::ConvexMeshCollider& c);
 
     Entry _entries[kEntries];
+    size_t _recent[2] = {0, 1};  // the slots found last, looked at first: a world has few shapes
 };
 
 }  // namespace game::physics

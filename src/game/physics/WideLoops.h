@@ -19,6 +19,7 @@ struct VectorOf<2> {
     typedef int64_t index __attribute__((vector_size(16)));
     typedef float single __attribute__((vector_size(16)));
     typedef int32_t singleMask __attribute__((vector_size(16)));
+    typedef float narrow __attribute__((vector_size(8)));  // W floats
 };
 template <>
 struct VectorOf<4> {
@@ -26,6 +27,7 @@ struct VectorOf<4> {
     typedef int64_t index __attribute__((vector_size(32)));
     typedef float single __attribute__((vector_size(32)));
     typedef int32_t singleMask __attribute__((vector_size(32)));
+    typedef float narrow __attribute__((vector_size(16)));  // W floats
 };
 template <>
 struct VectorOf<8> {
@@ -33,6 +35,7 @@ struct VectorOf<8> {
     typedef int64_t index __attribute__((vector_size(64)));
     typedef float single __attribute__((vector_size(64)));
     typedef int32_t singleMask __attribute__((vector_size(64)));
+    typedef float narrow __attribute__((vector_size(32)));  // W floats
 };
 
 #define ZENDOLA_LOAD_LANES(v, p) std::memcpy(&(v), (p), sizeof(v))
