@@ -588,6 +588,48 @@ __attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dma
     return testAll();
 }
 
+// Each vertex p of a placed set pulled onto the box [lo, hi] that `inverse` brings points into and
+// `to` places, q = TransformPoint(to, clamp(TransformPoint(inverse, p), lo, hi)), and its distance
+// |p - q|: per lane the operations of the scalar forms, in their order.
+struct NearestOnBox {
+    alignas(64) double x[8], y[8], z[8], distance[8];
+};
+
+template <int W>
+__attribute__((always_inline)) inline void PullOntoBoxBody(const PlacedVertices& v, const glm::dmat4& to,
+                                                           const glm::dmat4& inverse, const glm::dvec3& lo,
+                                                           const glm::dvec3& hi, NearestOnBox& out) {
+    using Lanes = typename VectorOf<W>::type;
+    for (int i = 0; i < 8; i += W) {
+        Lanes x, y, z;
+        ZENDOLA_LOAD_LANES(x, v.x + i);
+        ZENDOLA_LOAD_LANES(y, v.y + i);
+        ZENDOLA_LOAD_LANES(z, v.z + i);
+        Lanes local[3], q[3];
+        for (int k = 0; k < 3; ++k) {
+            const Lanes l = (inverse[0][k] * x + inverse[1][k] * y) + (inverse[2][k] * z + inverse[3][k] * 1.0);
+            const Lanes raised = l < lo[k] ? lo[k] + Lanes{} : l;  // glm::clamp: min(max(l, lo), hi)
+            local[k] = hi[k] < raised ? hi[k] + Lanes{} : raised;
+        }
+        for (int k = 0; k < 3; ++k) {
+            q[k] = (to[0][k] * local[0] + to[1][k] * local[1]) + (to[2][k] * local[2] + to[3][k] * 1.0);
+        }
+        const Lanes dx = x - q[0], dy = y - q[1], dz = z - q[2];
+        const Lanes length2 = (dx * dx + dy * dy) + dz * dz;
+        Lanes distance;
+        for (int l = 0; l < W; ++l) distance[l] = std::sqrt(length2[l]);
+        std::memcpy(out.x + i, &q[0], sizeof(Lanes));
+        std::memcpy(out.y + i, &q[1], sizeof(Lanes));
+        std::memcpy(out.z + i, &q[2], sizeof(Lanes));
+        std::memcpy(out.distance + i, &distance, sizeof(Lanes));
+    }
+}
+
+ZENDOLA_WIDE_FUNCTION(void, PullOntoBox,
+                      (const PlacedVertices& v, const glm::dmat4& to, const glm::dmat4& inverse, const glm::dvec3& lo,
+                       const glm::dvec3& hi, NearestOnBox& out),
+                      (v, to, inverse, lo, hi, out))
+
 inline glm::dvec3 RotatedNormal(const glm::vec3& n, const glm::dmat4& t) {
     return glm::normalize(TransformDirection(t, glm::dvec3(n)));
 }
@@ -759,16 +801,20 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     const glm::dmat4& to = walkB ? ta : tb;
     const PlacedVertices& wv = walkB ? wb : wa;
     if (wv.count > 0) {
-        const glm::dmat4 inverseW = glm::affineInverse(tw), inverseO = glm::affineInverse(to);
+        // All vertices pulled at once; the first nearest, below the greatest float, gives the point.
+        NearestOnBox nearest;
+        PullOntoBox(wv, to, glm::affineInverse(to), glm::dvec3(other.box_min), glm::dvec3(other.box_max), nearest);
         double bestDistance = std::numeric_limits<float>::max();
+        uint32_t chosen = 8;
         for (uint32_t i = 0; i < wv.count; ++i) {
-            const glm::dvec3 p(wv.x[i], wv.y[i], wv.z[i]);
-            const glm::dvec3 q = Clamped(to, inverseO, other, p);
-            const double d = glm::length(p - q);
-            if (d < bestDistance) {
-                bestDistance = d;
-                hit.position = Clamped(tw, inverseW, walked, q);
+            if (nearest.distance[i] < bestDistance) {
+                bestDistance = nearest.distance[i];
+                chosen = i;
             }
+        }
+        if (chosen < 8) {
+            const glm::dvec3 q(nearest.x[chosen], nearest.y[chosen], nearest.z[chosen]);
+            hit.position = Clamped(tw, glm::affineInverse(tw), walked, q);
         }
     }
     return hit;
