@@ -380,6 +380,58 @@ TEST(PhysicsConvexCollision, GrazingContactsAgreeWithTheLiteralReading) {
     EXPECT_GT(misses, 100);
 }
 
+TEST(PhysicsConvexCollision, NearTiesOfFaceAndEdgeAxesAgreeWithTheLiteralReading) {
+    // Boxes all but aligned, of several sizes, near and far from the origin: many edge axes come
+    // within a few units of rounding of the least face overlap, where only the exact test may
+    // choose between them.
+    std::mt19937_64 rng(29);
+    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    const double tilts[] = {0.0, 1e-12, 1e-9, 1e-7, 1e-5, 1e-3};
+    int hits = 0, edgeWins = 0;
+    for (int trial = 0; trial < 2000; ++trial) {
+        const double size = std::pow(10.0, trial % 5 - 2);
+        auto box = [&] {
+            const glm::vec3 half(float(size * (0.5 + 0.5 * std::abs(unit(rng)))), float(size * 0.5),
+                                 float(size * (0.5 + 0.5 * std::abs(unit(rng)))));
+            ConvexMeshCollider c;
+            c.SetBox(-half, half);
+            return c;
+        };
+        ConvexMeshCollider a = box(), b = box();
+        auto turn = [&] {
+            const glm::dvec3 axis = glm::normalize(glm::dvec3(unit(rng), unit(rng), unit(rng)));
+            return glm::mat4_cast(glm::angleAxis(tilts[trial % 6] * unit(rng), axis));
+        };
+        const glm::dvec3 reach = 0.5 * (glm::dvec3(a.box_max - a.box_min) + glm::dvec3(b.box_max - b.box_min));
+        const glm::dvec3 offset = reach * glm::dvec3(1.01 * unit(rng), 1.01 * unit(rng), 1.01 * unit(rng));
+        const glm::dvec3 away = trial % 2 ? glm::dvec3(0.0) : size * glm::dvec3(1000.25, -700.5, 300.125);
+        a.transform = glm::translate(glm::dmat4(1.0), away + offset) * turn();
+        b.transform = glm::translate(glm::dmat4(1.0), away) * turn();
+        const Collision plain = LiteralConvexCollision(a, b);
+        Collision fast;
+        for (int bits : {128, 256, 512}) {
+            game::physics::LimitVectorWidth(bits);
+            fast = ConvexCollision(a, b);
+            SCOPED_TRACE(::testing::Message() << "trial " << trial << ", " << bits << " bits");
+            ASSERT_EQ(fast.depth, plain.depth);
+            ASSERT_EQ(fast.normal, plain.normal);
+            ASSERT_EQ(fast.position, plain.position);
+        }
+        hits += fast.depth > 0;
+        // An edge axis won: the normal is none of the six face normals.
+        const glm::dmat3 ra(a.transform), rb(b.transform);
+        bool face = false;
+        for (int k = 0; k < 3; ++k) {
+            face = face || std::abs(std::abs(glm::dot(fast.normal, glm::normalize(ra[k]))) - 1) < 1e-15 ||
+                   std::abs(std::abs(glm::dot(fast.normal, glm::normalize(rb[k]))) - 1) < 1e-15;
+        }
+        edgeWins += fast.depth > 0 && !face;
+    }
+    game::physics::LimitVectorWidth(512);
+    EXPECT_GT(hits, 1000);
+    EXPECT_GT(edgeWins, 10);
+}
+
 TEST(PhysicsConvexCollision, DegenerateCases) {
     // Coincident centres: the orientation is undefined and the normal is zero, without a crash.
     ConvexMeshCollider a = Cube(), b = Cube();
