@@ -492,7 +492,7 @@ __attribute__((always_inline)) inline uint32_t OpenEdgeRowsBody(const EdgeRows& 
     return open;
 }
 
-ZENDOLA_WIDE_FUNCTION(uint32_t, OpenEdgeRows, (const EdgeRows& rows), (rows))
+ZENDOLA_WIDE_FUSED_FUNCTION(uint32_t, OpenEdgeRows, (const EdgeRows& rows), (rows))
 
 // Fills the single-precision look at the edge axes of two placed boxes; false where floats would
 // overflow or lose their relative precision, or the inputs are not finite.

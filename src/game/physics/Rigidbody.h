@@ -1,5 +1,6 @@
 #pragma once
 #include <algorithm>
+#include <cstring>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -111,7 +112,24 @@ public:
 
     glm::dvec3 GetPositionAtCenterOfBounds() const { return position + rotation * boundsCenter; }
 
-    glm::dmat4 GetTransform() const { return detail::PoseTransform(position, rotation); }
+    // The pose as a matrix. Kept with the pose it was made from, and made again only when the pose
+    // has changed: a body's transform is asked for by every body it may touch, each substep.
+    const glm::dmat4& GetTransform() const {
+        if (!_transformKept || std::memcmp(&_transformPosition, &position, sizeof position) != 0 ||
+            std::memcmp(&_transformRotation, &rotation, sizeof rotation) != 0) [[unlikely]] {
+            _transform = detail::PoseTransform(position, rotation);
+            _transformPosition = position;
+            _transformRotation = rotation;
+            _transformKept = true;
+        }
+        return _transform;
+    }
+
+private:
+    mutable glm::dmat4 _transform{1.0};
+    mutable glm::dvec3 _transformPosition{0.0};
+    mutable glm::dquat _transformRotation{1.0, 0.0, 0.0, 0.0};
+    mutable bool _transformKept = false;
 };
 
 template <class Entity>

@@ -60,9 +60,27 @@ extern std::atomic<Width> gWideLoopWidth;
             default: return Name##128 Args;                                                         \
         }                                                                                           \
     }
+// The same for a loop whose results are bounds that hold under any rounding of its sums and
+// products: multiplies and adds may fuse, which only makes each step's rounding smaller.
+#define ZENDOLA_WIDE_FUSED_FUNCTION(Ret, Name, Params, Args)                                        \
+    __attribute__((target("avx512f,avx512dq,avx512vl,fma"), optimize("fp-contract=fast"))) Ret Name##512 Params { \
+        return Name##Body<8> Args;                                                                  \
+    }                                                                                               \
+    __attribute__((target("avx2,fma"), optimize("fp-contract=fast"))) Ret Name##256 Params {        \
+        return Name##Body<4> Args;                                                                  \
+    }                                                                                               \
+    Ret Name##128 Params { return Name##Body<2> Args; }                                             \
+    Ret Name Params {                                                                               \
+        switch (gWideLoopWidth.load(std::memory_order_relaxed)) {                                  \
+            case Width::k512: return Name##512 Args;                                                \
+            case Width::k256: return Name##256 Args;                                                \
+            default: return Name##128 Args;                                                         \
+        }                                                                                           \
+    }
 #else
 #define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args) \
     Ret Name Params { return Name##Body<2> Args; }
+#define ZENDOLA_WIDE_FUSED_FUNCTION(Ret, Name, Params, Args) ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args)
 #endif
 
 // The least and the greatest lane, halving the vector with shuffles (a store and narrow reloads,
