@@ -108,6 +108,32 @@ __attribute__((always_inline)) inline void PlaceVerticesBody(const ConvexMeshCol
     using Lanes = typename VectorOf<W>::type;
     out.count = UsedVertexCount(c);
     if (out.count == 0) return;
+    if (out.count == 8) {
+        // All eight: the coordinates taken apart with shuffles, never through memory, where a wide
+        // load of narrow stores would stall.
+        typedef float Floats __attribute__((vector_size(32)));
+        typedef double Doubles __attribute__((vector_size(64)));
+        static_assert(sizeof(c.vertices[0]) == 3 * sizeof(float));
+        Floats f0, f1, f2;
+        std::memcpy(&f0, &c.vertices[0], sizeof f0);
+        std::memcpy(&f1, reinterpret_cast<const char*>(&c.vertices[0]) + sizeof f0, sizeof f1);
+        std::memcpy(&f2, reinterpret_cast<const char*>(&c.vertices[0]) + 2 * sizeof f0, sizeof f2);
+        const Floats xs = __builtin_shufflevector(__builtin_shufflevector(f0, f1, 0, 3, 6, 9, 12, 15, 0, 0), f2, 0, 1, 2,
+                                                  3, 4, 5, 10, 13);
+        const Floats ys = __builtin_shufflevector(__builtin_shufflevector(f0, f1, 1, 4, 7, 10, 13, 0, 0, 0), f2, 0, 1, 2,
+                                                  3, 4, 8, 11, 14);
+        const Floats zs = __builtin_shufflevector(__builtin_shufflevector(f0, f1, 2, 5, 8, 11, 14, 0, 0, 0), f2, 0, 1, 2,
+                                                  3, 4, 9, 12, 15);
+        const Doubles x = __builtin_convertvector(xs, Doubles);
+        const Doubles y = __builtin_convertvector(ys, Doubles);
+        const Doubles z = __builtin_convertvector(zs, Doubles);
+        double* placed[3] = {out.x, out.y, out.z};
+        for (int k = 0; k < 3; ++k) {
+            const Doubles p = (t[0][k] * x + t[1][k] * y) + (t[2][k] * z + t[3][k] * 1.0);
+            std::memcpy(placed[k], &p, sizeof p);
+        }
+        return;
+    }
     alignas(64) double local[3][8];
     for (uint32_t i = 0; i < 8; ++i) {
         const glm::vec3& v = c.vertices[i < out.count ? i : 0];

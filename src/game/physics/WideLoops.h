@@ -83,31 +83,28 @@ extern std::atomic<Width> gWideLoopWidth;
 #define ZENDOLA_WIDE_FUSED_FUNCTION(Ret, Name, Params, Args) ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args)
 #endif
 
-// The least and the greatest lane, halving the vector with shuffles (a store and narrow reloads,
-// or a chain over the lanes, would stall). For lanes without not-a-numbers.
+// The least and the greatest lane, halving the vector with constant shuffles (a store and narrow
+// reloads, or a chain over the lanes, would stall). For lanes without not-a-numbers.
 template <int W>
 __attribute__((always_inline)) inline void LaneBounds(const typename VectorOf<W>::type& v, double& least,
                                                       double& greatest) {
-#if defined(__GNUC__) && !defined(__clang__)
     using Lanes = typename VectorOf<W>::type;
-    using Order = typename VectorOf<W>::index;
     Lanes low = v, high = v;
-    for (int half = W / 2; half >= 1; half /= 2) {
-        Order order;
-        for (int l = 0; l < W; ++l) order[l] = (l + half) % W;
-        const Lanes lowTurned = __builtin_shuffle(low, order), highTurned = __builtin_shuffle(high, order);
-        low = lowTurned < low ? lowTurned : low;
-        high = highTurned > high ? highTurned : high;
-    }
+    [&]<int... L>(std::integer_sequence<int, L...>) {
+        auto step = [&]<int Half>(std::integral_constant<int, Half>) {
+            if constexpr (Half < W) {
+                const Lanes lowTurned = __builtin_shufflevector(low, low, ((L + Half) % W)...);
+                const Lanes highTurned = __builtin_shufflevector(high, high, ((L + Half) % W)...);
+                low = lowTurned < low ? lowTurned : low;
+                high = highTurned > high ? highTurned : high;
+            }
+        };
+        step(std::integral_constant<int, 4>{});
+        step(std::integral_constant<int, 2>{});
+        step(std::integral_constant<int, 1>{});
+    }(std::make_integer_sequence<int, W>{});
     least = low[0];
     greatest = high[0];
-#else
-    least = greatest = v[0];
-    for (int l = 1; l < W; ++l) {
-        least = v[l] < least ? v[l] : least;
-        greatest = v[l] > greatest ? v[l] : greatest;
-    }
-#endif
 }
 
 // The least lane of a vector of floats, in the same way, the lanes turned by constant shuffles.
