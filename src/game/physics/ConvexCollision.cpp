@@ -666,6 +666,18 @@ inline glm::dvec3 Clamped(const glm::dmat4& t, const glm::dmat4& inverse, const 
     return TransformPoint(t, glm::clamp(local, glm::dvec3(c.box_min), glm::dvec3(c.box_max)));
 }
 
+// glm::length(v) > r, deciding on the squares where they settle it beyond the rounding of the
+// square root, and taking the root only in the thin band where they don't.
+inline bool Farther(const glm::dvec3& v, double r) {
+    const double length2 = glm::dot(v, v);
+    if (r > 1e-150 && r < 1e150 && length2 < kMaxDouble) {
+        const double r2 = r * r;
+        if (length2 > r2 * (1.0 + 0x1p-46)) return true;
+        if (length2 < r2 * (1.0 - 0x1p-46)) return false;
+    }
+    return std::sqrt(length2) > r;
+}
+
 // Sphere of a.radius around cA against the hull of b.
 Collision SphereCollision(const ConvexMeshCollider& a, const glm::dvec3& cA, const ConvexMeshCollider& b,
                           const glm::dmat4& tb, const glm::dvec3& cB) {
@@ -770,7 +782,7 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
                           const glm::dmat4& tb) {
     quorl::cpu::Profiler profile("ConvexCollision", true);
     const glm::dvec3 cA = ColliderCenter(a, ta), cB = ColliderCenter(b, tb);
-    if (glm::length(cB - cA) > a.radius + b.radius) return {};
+    if (Farther(cB - cA, a.radius + b.radius)) return {};
     if (a.isSphere) return SphereCollision(a, cA, b, tb, cB);
 
     ShapePair shapes;
@@ -784,26 +796,23 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
         shapes.boxes = std::isfinite(size);
     }
 
+    // Most pairs that meet the test are parted by a face axis, which two boxes show at once; one
+    // axis at a time, each placed only when it is reached, since the first usually does.
     FaceAxes faces;
-    for (uint32_t i = 0, n = std::min<uint32_t>(a.faceNormalCount, 12); i < n; ++i) {
-        faces.Add(TransformDirection(ta, glm::dvec3(a.faceNormals[i])));
-    }
-    for (uint32_t i = 0, n = std::min<uint32_t>(b.faceNormalCount, 12); i < n; ++i) {
-        faces.Add(TransformDirection(tb, glm::dvec3(b.faceNormals[i])));
+    const double margin2 = shapes.margin * shapes.margin * (1.0 + 1e-12);
+    const uint32_t facesA = std::min<uint32_t>(a.faceNormalCount, 12), facesB = std::min<uint32_t>(b.faceNormalCount, 12);
+    for (uint32_t k = 0; k < facesA + facesB; ++k) {
+        const glm::dvec3 axis =
+            k < facesA ? TransformDirection(ta, glm::dvec3(a.faceNormals[k]))
+                       : TransformDirection(tb, glm::dvec3(b.faceNormals[k - facesA]));
+        faces.Add(axis);
+        if (!shapes.boxes) continue;
+        double overlap, length2;
+        BoxOverlapAlong(axis, shapes.placedA, shapes.placedB, overlap, length2);
+        if (overlap < 0 && overlap * overlap > margin2 * length2) return {};
     }
     faces.Pad();
     const uint32_t faceBlocks = (faces.count + kLanes - 1) / kLanes * kLanes;
-    // Most pairs that meet the test are parted by a face axis, which two boxes show at once; one
-    // axis at a time, since the first usually does.
-    if (shapes.boxes) {
-        const double margin2 = shapes.margin * shapes.margin * (1.0 + 1e-12);
-        for (uint32_t k = 0; k < faces.count; ++k) {
-            const glm::dvec3 axis(faces.x[k], faces.y[k], faces.z[k]);
-            double overlap, length2;
-            BoxOverlapAlong(axis, shapes.placedA, shapes.placedB, overlap, length2);
-            if (overlap < 0 && overlap * overlap > margin2 * length2) return {};
-        }
-    }
 
     PlacedVertices wa, wb;
     PlaceVertices(a, ta, wa);
