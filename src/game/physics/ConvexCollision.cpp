@@ -554,7 +554,7 @@ struct ShapePair {
     const ShapeFacts* factsA = nullptr;
     const ShapeFacts* factsB = nullptr;
     bool boxes = false;  // both are boxes, and the closed form may be used with `margin`
-    PlacedBox placedA{}, placedB{};
+    PlacedBox placedA, placedB;  // set when `boxes` is
     double margin = 0;
 };
 

@@ -55,7 +55,7 @@ void FindShapeFacts(const ConvexMeshCollider& c, ShapeFacts& out) {
 
 }  // namespace
 
-thread_local ShapeCache* ShapeCache::tThisThread = nullptr;
+constinit thread_local ShapeCache* ShapeCache::tThisThread = nullptr;
 
 ShapeCache& ShapeCache::MakeForThisThread() {
     thread_local ShapeCache cache;  // the owner, destroyed when the thread ends

@@ -56,7 +56,7 @@ private:
     };
 
     static ShapeCache& MakeForThisThread();
-    [[gnu::tls_model("initial-exec")]] static thread_local ShapeCache* tThisThread;
+    [[gnu::tls_model("initial-exec")]] static constinit thread_local ShapeCache* tThisThread;
 
     // The slot of c's facts, filled if need be; `taken` is a slot that must keep its entry.
     size_t Find(const entity::ConvexMeshCollider& c, size_t taken);
