@@ -472,6 +472,8 @@ struct EdgeRows {
     float tolerance;     // on the overlap
     float scale;         // limit^2, with room for the rounding of the comparison
     float constant;      // limit^2 times what the float |c| may fall short of the double one, squared
+    // Out: for column j and row i, above zero when the axis is surely passed over.
+    alignas(64) mutable float passed[28][32];
 };
 
 // A bit set for every row i of edge axes cross(e_i, f_j) that is not surely passed over. The rows
@@ -511,6 +513,7 @@ __attribute__((always_inline)) inline uint32_t OpenEdgeRowsBody(const EdgeRows& 
             const Lanes slack = sure * sure - (rows.scale * length2 + rows.constant);
             const Lanes passed = sure < slack ? sure : slack;
             allPassed = passed > zero ? allPassed : zero;
+            std::memcpy(rows.passed[j] + i, &passed, sizeof passed);
         }
         const Lanes verdict = index < float(rows.countA) ? allPassed : one;
         for (uint32_t l = 0; l < kFloats && i + l < rows.countA; ++l) open |= uint32_t(verdict[l] == 0.0f) << (i + l);
@@ -596,13 +599,20 @@ __attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dma
     const double margin2 = shapes.margin * shapes.margin * (1.0 + 1e-12);
     const PlacedBox& A = shapes.placedA;
     const PlacedBox& B = shapes.placedB;
-    // Rows all of whose axes floats pass over are not looked at again.
+    // Axes that floats pass over are not looked at again; the rest are tested exactly.
     EdgeRows rows;
-    const uint32_t open =
-        FillEdgeRows(edgesA, countA, edgesB, countB, A, B, limit, rows) ? OpenEdgeRows(rows) : ~0u;
+    if (FillEdgeRows(edgesA, countA, edgesB, countB, A, B, limit, rows)) {
+        const uint32_t open = OpenEdgeRows(rows);
+        for (uint32_t i = 0; i < countA; ++i) {
+            if (!((open >> i) & 1)) continue;
+            for (uint32_t j = 0; j < countB; ++j) {
+                if (!(rows.passed[j][i] > 0)) axes.Add(glm::cross(edgeA(i), glm::dvec3(fx[j], fy[j], fz[j])));
+            }
+        }
+        return testAll();
+    }
     Judged judged;
     for (uint32_t i = 0; i < countA; ++i) {
-        if (!((open >> i) & 1)) continue;
         if (JudgeCrossAxes(edgeA(i), fx, fy, fz, countB, A, B, limit * limit, judged)) continue;
         for (uint32_t j = 0; j < countB; ++j) {
             if (judged.passed[j] > 0 || judged.length2[j] == 0) continue;

@@ -389,7 +389,7 @@ TEST(PhysicsConvexCollision, NearTiesOfFaceAndEdgeAxesAgreeWithTheLiteralReading
     const double tilts[] = {0.0, 1e-12, 1e-9, 1e-7, 1e-5, 1e-3};
     int hits = 0, edgeWins = 0;
     for (int trial = 0; trial < 2000; ++trial) {
-        const double size = std::pow(10.0, trial % 5 - 2);
+        const double size = std::pow(10.0, trial % 10 - 5);  // 10 um to 10 km
         auto box = [&] {
             const glm::vec3 half(float(size * (0.5 + 0.5 * std::abs(unit(rng)))), float(size * 0.5),
                                  float(size * (0.5 + 0.5 * std::abs(unit(rng)))));
