@@ -605,8 +605,15 @@ __attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dma
         const uint32_t open = OpenEdgeRows(rows);
         for (uint32_t i = 0; i < countA; ++i) {
             if (!((open >> i) & 1)) continue;
+            // Every axis written, and kept by moving on only where it was not passed over: no
+            // branch to guess.
+            const glm::dvec3 e = edgeA(i);
             for (uint32_t j = 0; j < countB; ++j) {
-                if (!(rows.passed[j][i] > 0)) axes.Add(glm::cross(edgeA(i), glm::dvec3(fx[j], fy[j], fz[j])));
+                const glm::dvec3 c = glm::cross(e, glm::dvec3(fx[j], fy[j], fz[j]));
+                axes.x[axes.count] = c.x;
+                axes.y[axes.count] = c.y;
+                axes.z[axes.count] = c.z;
+                axes.count += !(rows.passed[j][i] > 0);
             }
         }
         return testAll();
