@@ -7,6 +7,7 @@
 // (same environment, same physics parent) are contiguous and in the order of the entity walk;
 // groups are ordered by environment, then by first appearance.
 #include <algorithm>
+#include <cstring>
 #include <cstdint>
 #include <shared_mutex>
 #include <utility>
@@ -126,6 +127,72 @@ struct SweepItem {
     bool fixed;
 };
 
+// The intervals of a sweep still open, per coordinate, in the order they opened. Closed ones are
+// dropped from the front; one that closes behind a longer one is only passed over until it
+// reaches the front (similar bodies close nearly in the order they open).
+struct ActiveSet {
+    std::vector<double> hi, u, v, reach;
+    std::vector<uint32_t> index;  // of the body in its array
+    std::vector<uint8_t> near;    // scratch: per entry, whether it is near the item tested
+    size_t first = 0;
+
+    void Clear() {
+        hi.clear();
+        u.clear();
+        v.clear();
+        reach.clear();
+        index.clear();
+        first = 0;
+    }
+    void Add(const SweepItem& item, int axisU, int axisV) {
+        hi.push_back(item.hi);
+        u.push_back(item.centre[axisU]);
+        v.push_back(item.centre[axisV]);
+        reach.push_back(item.reach);
+        index.push_back(item.index);
+    }
+    // Drops the intervals at the front that close before `from`, and the room they held once it
+    // is half of all.
+    void CloseBefore(double from) {
+        while (first < hi.size() && hi[first] < from) ++first;
+        if (first >= 8 && 2 * first >= hi.size()) {
+            for (auto* column : {&hi, &u, &v, &reach}) column->erase(column->begin(), column->begin() + first);
+            index.erase(index.begin(), index.begin() + first);
+            first = 0;
+        }
+    }
+    // Calls visit(index) for each open interval whose body is near the item on the other two
+    // axes (|du| and |dv| within the sum of the reaches), in the order they opened.
+    template <class Visit>
+    void ForEachNear(const SweepItem& item, int axisU, int axisV, Visit&& visit) {
+        const size_t n = hi.size();
+        if (first == n) return;
+        near.resize(n - first + 8);
+        const double lo = item.lo, cu = item.centre[axisU], cv = item.centre[axisV], r = item.reach;
+        const double* h = hi.data() + first;
+        const double* pu = u.data() + first;
+        const double* pv = v.data() + first;
+        const double* pr = reach.data() + first;
+        uint8_t* flags = near.data();
+        const size_t count = n - first;
+        // One flag per entry without a branch, so that the loop runs on vectors.
+        for (size_t k = 0; k < count; ++k) {
+            const double both = pr[k] + r;
+            flags[k] = (h[k] >= lo) & (std::abs(pu[k] - cu) <= both) & (std::abs(pv[k] - cv) <= both);
+        }
+        for (size_t k = count; k < count + 8; ++k) flags[k] = 0;
+        for (size_t k = 0; k < count; k += 8) {
+            uint64_t word;
+            std::memcpy(&word, flags + k, sizeof word);
+            while (word) {
+                const int bit = __builtin_ctzll(word);
+                word &= word - 1;
+                visit(index[first + k + bit / 8]);
+            }
+        }
+    }
+};
+
 struct Storage {
     std::vector<std::shared_ptr<ServerSideEntity>> held;  // keeps the walked entities
     std::vector<Entry> entries;
@@ -142,7 +209,7 @@ struct Storage {
     std::vector<uint32_t> mergedList;     // kind << 30 | slot, in first-merge order
     // Broad-phase scratch.
     std::vector<SweepItem> items;
-    std::vector<uint32_t> activeDynamic, activeFixed;
+    ActiveSet activeDynamic, activeFixed;
     double deltaTime = 0;
 };
 
@@ -262,10 +329,6 @@ void FindCandidates(Storage& s, Dynamic* d, size_t n, Fixed* f, size_t m) {
     };
     // Intervals overlapping on the sweep axis; a pair must also overlap on the other two.
     const int u = (axis + 1) % 3, v = (axis + 2) % 3;
-    auto near = [u, v](const SweepItem& a, const SweepItem& b) {
-        const double reach = a.reach + b.reach;
-        return std::abs(a.centre[u] - b.centre[u]) <= reach && std::abs(a.centre[v] - b.centre[v]) <= reach;
-    };
 
     s.items.clear();
     for (size_t i = 0; i < n; ++i)
@@ -273,37 +336,26 @@ void FindCandidates(Storage& s, Dynamic* d, size_t n, Fixed* f, size_t m) {
     for (size_t k = 0; k < m; ++k) s.items.push_back(interval(f[k].boundsCenterWorld, f[k].radius, uint32_t(k), true));
     std::sort(s.items.begin(), s.items.end(), [](const SweepItem& a, const SweepItem& b) { return a.lo < b.lo; });
 
-    s.activeDynamic.clear();
-    s.activeFixed.clear();
-    auto prune = [&s](std::vector<uint32_t>& active, double from) {
-        size_t kept = 0;
-        for (uint32_t a : active)
-            if (s.items[a].hi >= from) active[kept++] = a;
-        active.resize(kept);
-    };
+    s.activeDynamic.Clear();
+    s.activeFixed.Clear();
     // Each pair goes straight to the list of its first body, in sweep order.
-    auto addDynamic = [&](uint32_t a, uint32_t b) {
-        const uint32_t i = std::min(a, b), j = std::max(a, b);
-        if (DynamicPair(d[i], d[j])) d[i].dynamicCandidates.push_back(&d[j]);
-    };
-    auto addFixed = [&](uint32_t i, uint32_t k) {
-        if (FixedPair(d[i], f[k])) d[i].fixedCandidates.push_back(&f[k]);
-    };
-    for (uint32_t k = 0; k < s.items.size(); ++k) {
-        const SweepItem& item = s.items[k];
-        prune(s.activeDynamic, item.lo);
+    for (const SweepItem& item : s.items) {
+        s.activeDynamic.CloseBefore(item.lo);
+        s.activeFixed.CloseBefore(item.lo);
         if (item.fixed) {
-            for (uint32_t a : s.activeDynamic)
-                if (near(s.items[a], item)) addFixed(s.items[a].index, item.index);
-            prune(s.activeFixed, item.lo);
-            s.activeFixed.push_back(k);
+            s.activeDynamic.ForEachNear(item, u, v, [&](uint32_t i) {
+                if (FixedPair(d[i], f[item.index])) d[i].fixedCandidates.push_back(&f[item.index]);
+            });
+            s.activeFixed.Add(item, u, v);
         } else {
-            prune(s.activeFixed, item.lo);
-            for (uint32_t a : s.activeDynamic)
-                if (near(s.items[a], item)) addDynamic(s.items[a].index, item.index);
-            for (uint32_t a : s.activeFixed)
-                if (near(s.items[a], item)) addFixed(item.index, s.items[a].index);
-            s.activeDynamic.push_back(k);
+            s.activeDynamic.ForEachNear(item, u, v, [&](uint32_t other) {
+                const uint32_t i = std::min(other, item.index), j = std::max(other, item.index);
+                if (DynamicPair(d[i], d[j])) d[i].dynamicCandidates.push_back(&d[j]);
+            });
+            s.activeFixed.ForEachNear(item, u, v, [&](uint32_t k) {
+                if (FixedPair(d[item.index], f[k])) d[item.index].fixedCandidates.push_back(&f[k]);
+            });
+            s.activeDynamic.Add(item, u, v);
         }
     }
     // Restore the order of the direct test: the bodies of a group lie in one array, so a list
