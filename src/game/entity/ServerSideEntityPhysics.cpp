@@ -136,12 +136,15 @@ struct ActiveSet {
     std::vector<uint8_t> near;    // scratch: per entry, whether it is near the item tested
     size_t first = 0;
 
-    void Clear() {
-        hi.clear();
-        u.clear();
-        v.clear();
-        reach.clear();
+    // Empty, with room for `capacity` intervals so that the sweep never grows it.
+    void Clear(size_t capacity) {
+        for (auto* column : {&hi, &u, &v, &reach}) {
+            column->clear();
+            column->reserve(capacity);
+        }
         index.clear();
+        index.reserve(capacity);
+        near.reserve(capacity + 8);
         first = 0;
     }
     void Add(const SweepItem& item, int axisU, int axisV) {
@@ -336,8 +339,8 @@ void FindCandidates(Storage& s, Dynamic* d, size_t n, Fixed* f, size_t m) {
     for (size_t k = 0; k < m; ++k) s.items.push_back(interval(f[k].boundsCenterWorld, f[k].radius, uint32_t(k), true));
     std::sort(s.items.begin(), s.items.end(), [](const SweepItem& a, const SweepItem& b) { return a.lo < b.lo; });
 
-    s.activeDynamic.Clear();
-    s.activeFixed.Clear();
+    s.activeDynamic.Clear(n + m);
+    s.activeFixed.Clear(n + m);
     // Each pair goes straight to the list of its first body, in sweep order.
     for (const SweepItem& item : s.items) {
         s.activeDynamic.CloseBefore(item.lo);
