@@ -756,6 +756,19 @@ Collision SphereCollision(const ConvexMeshCollider& a, const glm::dvec3& cA, con
 
 }  // namespace
 
+uint32_t CornersInside(const ConvexMeshCollider& c, const glm::dmat4& toBox, const glm::dvec3& lo,
+                       const glm::dvec3& hi) {
+    PlacedVertices placed;
+    PlaceVertices(c, toBox, placed);
+    uint32_t inside = 0;
+    for (uint32_t i = 0; i < placed.count; ++i) {
+        const bool in = (placed.x[i] >= lo.x) & (placed.y[i] >= lo.y) & (placed.z[i] >= lo.z) & (placed.x[i] <= hi.x) &
+                        (placed.y[i] <= hi.y) & (placed.z[i] <= hi.z);
+        inside |= uint32_t(in) << i;
+    }
+    return inside;
+}
+
 int LimitVectorWidth(int bits) {
     const Width limit = bits >= 512 ? Width::k512 : bits >= 256 ? Width::k256 : Width::k128;
     const Width width = std::min(limit, WidestWidthAvailable());

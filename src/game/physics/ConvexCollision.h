@@ -46,6 +46,11 @@ bool PotentialBoxBoxIntersection(const ConvexMeshCollider& a, const glm::dmat4& 
 // this is for tests and benchmarks that compare them.
 int LimitVectorWidth(int bits);
 
+// A bit for each of the first (at most 8) vertices of c that TransformPoint(toBox, vertex) places
+// within [lo, hi], bounds included.
+uint32_t CornersInside(const ConvexMeshCollider& c, const glm::dmat4& toBox, const glm::dvec3& lo,
+                       const glm::dvec3& hi);
+
 // World-space centre of a collider's box under `transform`.
 inline glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transform) {
     const glm::dvec3 middle = (glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5;

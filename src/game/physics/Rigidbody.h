@@ -114,18 +114,22 @@ public:
 
     // The pose as a matrix. Kept with the pose it was made from, and made again only when the pose
     // has changed: a body's transform is asked for by every body it may touch, each substep.
-    const glm::dmat4& GetTransform() const {
+    [[gnu::always_inline]] const glm::dmat4& GetTransform() const {
         if (!_transformKept || std::memcmp(&_transformPosition, &position, sizeof position) != 0 ||
             std::memcmp(&_transformRotation, &rotation, sizeof rotation) != 0) [[unlikely]] {
-            _transform = detail::PoseTransform(position, rotation);
-            _transformPosition = position;
-            _transformRotation = rotation;
-            _transformKept = true;
+            KeepTransform();
         }
         return _transform;
     }
 
 private:
+    [[gnu::noinline]] void KeepTransform() const {
+        _transform = detail::PoseTransform(position, rotation);
+        _transformPosition = position;
+        _transformRotation = rotation;
+        _transformKept = true;
+    }
+
     mutable glm::dmat4 _transform{1.0};
     mutable glm::dvec3 _transformPosition{0.0};
     mutable glm::dquat _transformRotation{1.0, 0.0, 0.0, 0.0};
@@ -591,13 +595,11 @@ private:
 
     void AddCornersInside(const Placed& corners, const Placed& box, const glm::dvec3& normal) {
         const glm::dmat4 toBox = Multiply(glm::affineInverse(box.transform), corners.transform);
-        const glm::dvec3 lo(box.shape->box_min), hi(box.shape->box_max);
-        const uint32_t count = std::min<uint32_t>(corners.shape->vertexCount, 8);
-        for (uint32_t i = 0; i < count; ++i) {
-            const glm::dvec3 v(corners.shape->vertices[i]);
-            const glm::dvec3 q = TransformPoint(toBox, v);
-            if (glm::all(glm::greaterThanEqual(q, lo)) && glm::all(glm::lessThanEqual(q, hi)))
-                AddStaticContactPoint(normal, TransformPoint(corners.transform, v));
+        for (uint32_t inside = CornersInside(*corners.shape, toBox, glm::dvec3(box.shape->box_min),
+                                             glm::dvec3(box.shape->box_max));
+             inside != 0; inside &= inside - 1) {
+            const glm::dvec3 v(corners.shape->vertices[__builtin_ctz(inside)]);
+            AddStaticContactPoint(normal, TransformPoint(corners.transform, v));
         }
     }
 
