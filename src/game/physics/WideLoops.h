@@ -47,36 +47,30 @@ Width WidestWidthAvailable();
 // The width the wide loops use now: the widest available unless a test has limited it.
 extern std::atomic<Width> gWideLoopWidth;
 
-// Defines Name(params) calling Name##Body<W>(args) built for the widest vectors available.
+// Defines Name(params) calling Name##Body<W>(args) built for the widest vectors available, each
+// build with the attributes given for its width.
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
-#define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args)                                              \
-    __attribute__((target("avx512f,avx512dq,avx512vl"))) Ret Name##512 Params { return Name##Body<8> Args; } \
-    __attribute__((target("avx2"))) Ret Name##256 Params { return Name##Body<4> Args; }              \
-    Ret Name##128 Params { return Name##Body<2> Args; }                                             \
-    Ret Name Params {                                                                               \
-        switch (gWideLoopWidth.load(std::memory_order_relaxed)) {                                  \
-            case Width::k512: return Name##512 Args;                                                \
-            case Width::k256: return Name##256 Args;                                                \
-            default: return Name##128 Args;                                                         \
-        }                                                                                           \
+#define ZENDOLA_WIDE_FUNCTION_BUILT(Ret, Name, Params, Args, Attributes512, Attributes256) \
+    Attributes512 Ret Name##512 Params { return Name##Body<8> Args; }                          \
+    Attributes256 Ret Name##256 Params { return Name##Body<4> Args; }                          \
+    Ret Name##128 Params { return Name##Body<2> Args; }                                        \
+    Ret Name Params {                                                                          \
+        switch (gWideLoopWidth.load(std::memory_order_relaxed)) {                             \
+            case Width::k512: return Name##512 Args;                                           \
+            case Width::k256: return Name##256 Args;                                           \
+            default: return Name##128 Args;                                                    \
+        }                                                                                      \
     }
+#define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args)                                                    \
+    ZENDOLA_WIDE_FUNCTION_BUILT(Ret, Name, Params, Args, __attribute__((target("avx512f,avx512dq,avx512vl"))), \
+                                __attribute__((target("avx2"))))
 // The same for a loop whose results are bounds that hold under any rounding of its sums and
 // products: multiplies and adds may fuse, which only makes each step's rounding smaller.
-#define ZENDOLA_WIDE_FUSED_FUNCTION(Ret, Name, Params, Args)                                        \
-    __attribute__((target("avx512f,avx512dq,avx512vl,fma"), optimize("fp-contract=fast"))) Ret Name##512 Params { \
-        return Name##Body<8> Args;                                                                  \
-    }                                                                                               \
-    __attribute__((target("avx2,fma"), optimize("fp-contract=fast"))) Ret Name##256 Params {        \
-        return Name##Body<4> Args;                                                                  \
-    }                                                                                               \
-    Ret Name##128 Params { return Name##Body<2> Args; }                                             \
-    Ret Name Params {                                                                               \
-        switch (gWideLoopWidth.load(std::memory_order_relaxed)) {                                  \
-            case Width::k512: return Name##512 Args;                                                \
-            case Width::k256: return Name##256 Args;                                                \
-            default: return Name##128 Args;                                                         \
-        }                                                                                           \
-    }
+#define ZENDOLA_WIDE_FUSED_FUNCTION(Ret, Name, Params, Args)                                              \
+    ZENDOLA_WIDE_FUNCTION_BUILT(                                                                          \
+        Ret, Name, Params, Args,                                                                          \
+        __attribute__((target("avx512f,avx512dq,avx512vl,fma"), optimize("fp-contract=fast"))),          \
+        __attribute__((target("avx2,fma"), optimize("fp-contract=fast"))))
 #else
 #define ZENDOLA_WIDE_FUNCTION(Ret, Name, Params, Args) \
     Ret Name Params { return Name##Body<2> Args; }
