@@ -157,6 +157,31 @@ __attribute__((always_inline)) inline void PlaceVerticesBody(const ConvexMeshCol
 ZENDOLA_WIDE_FUNCTION(void, PlaceVertices, (const ConvexMeshCollider& c, const glm::dmat4& t, PlacedVertices& out),
                       (c, t, out))
 
+// A bit for each vertex of c that t places within [lo, hi], bounds included: the vertices placed
+// and compared in registers.
+template <int W>
+__attribute__((always_inline)) inline uint32_t PlacedInsideBody(const ConvexMeshCollider& c, const glm::dmat4& t,
+                                                                const glm::dvec3& lo, const glm::dvec3& hi) {
+    using Lanes = typename VectorOf<W>::type;
+    using Mask = typename VectorOf<W>::index;
+    PlacedVertices placed;
+    PlaceVerticesBody<W>(c, t, placed);
+    uint32_t inside = 0;
+    for (uint32_t i = 0; i < 8; i += W) {
+        Lanes x, y, z;
+        ZENDOLA_LOAD_LANES(x, placed.x + i);
+        ZENDOLA_LOAD_LANES(y, placed.y + i);
+        ZENDOLA_LOAD_LANES(z, placed.z + i);
+        const Mask in = (x >= lo.x) & (y >= lo.y) & (z >= lo.z) & (x <= hi.x) & (y <= hi.y) & (z <= hi.z);
+        for (int l = 0; l < W; ++l) inside |= uint32_t(in[l] != 0) << (i + l);
+    }
+    return placed.count == 0 ? 0u : inside & ((1u << placed.count) - 1u);
+}
+
+ZENDOLA_WIDE_FUNCTION(uint32_t, PlacedInside,
+                      (const ConvexMeshCollider& c, const glm::dmat4& t, const glm::dvec3& lo, const glm::dvec3& hi),
+                      (c, t, lo, hi))
+
 // What a run of axes says: whether one of them separates the shapes, and the least overlap.
 struct RunSummary {
     double least;
@@ -758,15 +783,7 @@ Collision SphereCollision(const ConvexMeshCollider& a, const glm::dvec3& cA, con
 
 uint32_t CornersInside(const ConvexMeshCollider& c, const glm::dmat4& toBox, const glm::dvec3& lo,
                        const glm::dvec3& hi) {
-    PlacedVertices placed;
-    PlaceVertices(c, toBox, placed);
-    uint32_t inside = 0;
-    for (uint32_t i = 0; i < placed.count; ++i) {
-        const bool in = (placed.x[i] >= lo.x) & (placed.y[i] >= lo.y) & (placed.z[i] >= lo.z) & (placed.x[i] <= hi.x) &
-                        (placed.y[i] <= hi.y) & (placed.z[i] <= hi.z);
-        inside |= uint32_t(in) << i;
-    }
-    return inside;
+    return PlacedInside(c, toBox, lo, hi);
 }
 
 int LimitVectorWidth(int bits) {
