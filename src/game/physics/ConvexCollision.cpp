@@ -163,17 +163,26 @@ template <int W>
 __attribute__((always_inline)) inline uint32_t PlacedInsideBody(const ConvexMeshCollider& c, const glm::dmat4& t,
                                                                 const glm::dvec3& lo, const glm::dvec3& hi) {
     using Lanes = typename VectorOf<W>::type;
-    using Mask = typename VectorOf<W>::index;
     PlacedVertices placed;
     PlaceVerticesBody<W>(c, t, placed);
     uint32_t inside = 0;
+    const Lanes zero = Lanes{};
     for (uint32_t i = 0; i < 8; i += W) {
         Lanes x, y, z;
         ZENDOLA_LOAD_LANES(x, placed.x + i);
         ZENDOLA_LOAD_LANES(y, placed.y + i);
         ZENDOLA_LOAD_LANES(z, placed.z + i);
-        const Mask in = (x >= lo.x) & (y >= lo.y) & (z >= lo.z) & (x <= hi.x) & (y <= hi.y) & (z <= hi.z);
-        for (int l = 0; l < W; ++l) inside |= uint32_t(in[l] != 0) << (i + l);
+        // Selections rather than masks combined with '&', which would be built a lane at a time.
+        Lanes in = zero + 1.0;
+        in = x >= lo.x ? in : zero;
+        in = y >= lo.y ? in : zero;
+        in = z >= lo.z ? in : zero;
+        in = x <= hi.x ? in : zero;
+        in = y <= hi.y ? in : zero;
+        in = z <= hi.z ? in : zero;
+        double flags[W];
+        std::memcpy(flags, &in, sizeof in);
+        for (int l = 0; l < W; ++l) inside |= uint32_t(flags[l] != 0.0) << (i + l);
     }
     return placed.count == 0 ? 0u : inside & ((1u << placed.count) - 1u);
 }
