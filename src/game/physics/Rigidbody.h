@@ -66,8 +66,9 @@ public:
     double displacedVolume = 0;
 
     explicit Rigidbody(std::shared_ptr<Entity>& owner) { Reset(owner); }
-    // A body kept for reuse starts with room for a few colliders.
-    Rigidbody() { colliders.reserve(4); }
+    // A body kept for reuse starts with room for one collider, which keeps the colliders of
+    // one-collider bodies close together; a list that grows keeps its room.
+    Rigidbody() { colliders.reserve(1); }
 
     // Rebuilds the body from its entity as the constructor does, keeping the memory of the
     // collider list so a body can be reused from frame to frame.
