@@ -181,7 +181,7 @@ struct ActiveSet {
         // One flag per entry without a branch, so that the loop runs on vectors.
         for (size_t k = 0; k < count; ++k) {
             const double both = pr[k] + r;
-            flags[k] = (h[k] >= lo) & (std::abs(pu[k] - cu) <= both) & (std::abs(pv[k] - cv) <= both);
+            flags[k] = uint8_t(h[k] >= lo) & uint8_t(std::abs(pu[k] - cu) <= both) & uint8_t(std::abs(pv[k] - cv) <= both);
         }
         for (size_t k = count; k < count + 8; ++k) flags[k] = 0;
         for (size_t k = 0; k < count; k += 8) {

@@ -495,9 +495,9 @@ ZENDOLA_WIDE_FUNCTION(void, TurnEdges, (const ShapeFacts& facts, const glm::dmat
 
 // A first look at the edge axes of two boxes in single precision, 2W axes to a vector. The
 // closed form in floats is within `tolerance` of its exact value on the double inputs, and the
-// float axis within a known length of the double one; a row whose axes are all passed over even
-// so needs no look in doubles, and the rest are judged in doubles as before. Worth it because
-// nearly every edge axis of two touching boxes is passed over by far.
+// float axis within a known length of the double one; an axis passed over even so needs no other
+// look, and the few others are tested exactly. Worth it because nearly every edge axis of two
+// touching boxes is passed over by far.
 struct EdgeRows {
     const TurnedEdges* a;
     const TurnedEdges* b;
@@ -507,13 +507,13 @@ struct EdgeRows {
     float scale;         // limit^2, with room for the rounding of the comparison
     float constant;      // limit^2 times what the float |c| may fall short of the double one, squared
     // Out: for column j and row i, above zero when the axis is surely passed over.
-    alignas(64) mutable float passed[28][32];
+    alignas(64) float passed[28][32];
 };
 
 // A bit set for every row i of edge axes cross(e_i, f_j) that is not surely passed over. The rows
 // lie across the lanes, so that each lane keeps its own row's verdict over the columns.
 template <int W>
-__attribute__((always_inline)) inline uint32_t OpenEdgeRowsBody(const EdgeRows& rows) {
+__attribute__((always_inline)) inline uint32_t OpenEdgeRowsBody(EdgeRows& rows) {
     using Lanes = typename VectorOf<W>::single;
     constexpr uint32_t kFloats = 2 * W;
     const Lanes zero = Lanes{}, one = zero + 1.0f;
@@ -555,7 +555,7 @@ __attribute__((always_inline)) inline uint32_t OpenEdgeRowsBody(const EdgeRows& 
     return open;
 }
 
-ZENDOLA_WIDE_FUSED_FUNCTION(uint32_t, OpenEdgeRows, (const EdgeRows& rows), (rows))
+ZENDOLA_WIDE_FUSED_FUNCTION(uint32_t, OpenEdgeRows, (EdgeRows& rows), (rows))
 
 // Fills the single-precision look at the edge axes of two placed boxes; false where floats would
 // overflow or lose their relative precision, or the inputs are not finite.

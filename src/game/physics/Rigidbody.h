@@ -1,7 +1,7 @@
 #pragma once
 #include <algorithm>
-#include <cstring>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <unordered_set>

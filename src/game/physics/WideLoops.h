@@ -12,30 +12,10 @@ namespace game::physics {
 // stored by copying bytes and never passed by value, which would tie the calling convention to
 // the instruction set.
 template <int W>
-struct VectorOf;
-template <>
-struct VectorOf<2> {
-    typedef double type __attribute__((vector_size(16)));
-    typedef int64_t index __attribute__((vector_size(16)));
-    typedef float single __attribute__((vector_size(16)));
-    typedef int32_t singleMask __attribute__((vector_size(16)));
-    typedef float narrow __attribute__((vector_size(8)));  // W floats
-};
-template <>
-struct VectorOf<4> {
-    typedef double type __attribute__((vector_size(32)));
-    typedef int64_t index __attribute__((vector_size(32)));
-    typedef float single __attribute__((vector_size(32)));
-    typedef int32_t singleMask __attribute__((vector_size(32)));
-    typedef float narrow __attribute__((vector_size(16)));  // W floats
-};
-template <>
-struct VectorOf<8> {
-    typedef double type __attribute__((vector_size(64)));
-    typedef int64_t index __attribute__((vector_size(64)));
-    typedef float single __attribute__((vector_size(64)));
-    typedef int32_t singleMask __attribute__((vector_size(64)));
-    typedef float narrow __attribute__((vector_size(32)));  // W floats
+struct VectorOf {
+    typedef double type __attribute__((vector_size(8 * W)));
+    typedef float single __attribute__((vector_size(8 * W)));  // 2W floats
+    typedef float narrow __attribute__((vector_size(4 * W)));  // W floats
 };
 
 #define ZENDOLA_LOAD_LANES(v, p) std::memcpy(&(v), (p), sizeof(v))
@@ -99,28 +79,6 @@ __attribute__((always_inline)) inline void LaneBounds(const typename VectorOf<W>
     }(std::make_integer_sequence<int, W>{});
     least = low[0];
     greatest = high[0];
-}
-
-// The least lane of a vector of floats, in the same way, the lanes turned by constant shuffles.
-// For lanes without not-a-numbers.
-template <int W>
-__attribute__((always_inline)) inline float LeastSingleLane(const typename VectorOf<W>::single& v) {
-    using Lanes = typename VectorOf<W>::single;
-    constexpr int kFloats = 2 * W;
-    Lanes low = v;
-    [&]<int... L>(std::integer_sequence<int, L...>) {
-        auto step = [&]<int Half>(std::integral_constant<int, Half>) {
-            if constexpr (Half < kFloats) {
-                const Lanes turned = __builtin_shufflevector(low, low, ((L + Half) % kFloats)...);
-                low = turned < low ? turned : low;
-            }
-        };
-        step(std::integral_constant<int, 8>{});
-        step(std::integral_constant<int, 4>{});
-        step(std::integral_constant<int, 2>{});
-        step(std::integral_constant<int, 1>{});
-    }(std::make_integer_sequence<int, kFloats>{});
-    return low[0];
 }
 
 }  // namespace game::physics
