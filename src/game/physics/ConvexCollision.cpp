@@ -872,12 +872,13 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     faces.Pad();
     const uint32_t faceBlocks = (faces.count + kLanes - 1) / kLanes * kLanes;
 
+    // The normals' square roots run while the vertices are placed.
+    Normalize(faces.x, faces.y, faces.z, 0, faceBlocks);
     PlacedVertices wa, wb;
     PlaceVertices(a, ta, wa);
     PlaceVertices(b, tb, wb);
     double best = kMaxDouble;
     glm::dvec3 bestAxis(0.0);
-    Normalize(faces.x, faces.y, faces.z, 0, faceBlocks);
     if (!TestAxes(wa, wb, faces, 0, faces.count, best, bestAxis)) return {};
     if (!TestEdgeAxes(ta, tb, shapes, wa, wb, best, bestAxis)) return {};
 
