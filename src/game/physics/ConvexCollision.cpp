@@ -180,9 +180,7 @@ __attribute__((always_inline)) inline uint32_t PlacedInsideBody(const ConvexMesh
         in = x <= hi.x ? in : zero;
         in = y <= hi.y ? in : zero;
         in = z <= hi.z ? in : zero;
-        double flags[W];
-        std::memcpy(flags, &in, sizeof in);
-        for (int l = 0; l < W; ++l) inside |= uint32_t(flags[l] != 0.0) << (i + l);
+        inside |= LaneBits(in != zero) << i;
     }
     return placed.count == 0 ? 0u : inside & ((1u << placed.count) - 1u);
 }
@@ -550,7 +548,7 @@ __attribute__((always_inline)) inline uint32_t OpenEdgeRowsBody(EdgeRows& rows) 
             std::memcpy(rows.passed[j] + i, &passed, sizeof passed);
         }
         const Lanes verdict = index < float(rows.countA) ? allPassed : one;
-        for (uint32_t l = 0; l < kFloats && i + l < rows.countA; ++l) open |= uint32_t(verdict[l] == 0.0f) << (i + l);
+        open |= LaneBits(verdict == zero) << i;
     }
     return open;
 }

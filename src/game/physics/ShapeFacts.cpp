@@ -3,6 +3,10 @@
 #include <cmath>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include <glm/common.hpp>
 #include <glm/geometric.hpp>
 
@@ -86,11 +90,23 @@ size_t ShapeCache::Find(const ConvexMeshCollider& c, size_t taken) {
 }
 
 bool ShapeCache::Holds(const Entry& e, const ConvexMeshCollider& c) {
-    uint64_t words[12];
-    std::memcpy(words, c.vertices, sizeof words);
-    uint64_t differ = e.key.words[12] ^ UsedVertexCount(c);
-    for (int i = 0; i < 12; ++i) differ |= e.key.words[i] ^ words[i];
-    return e.used && differ == 0;
+    static_assert(sizeof(c.vertices) == 96 && sizeof(e.key.words) >= 96);
+    if (!e.used || e.key.words[12] != UsedVertexCount(c)) return false;
+    // The vertex bits 16 bytes at a time: six compares and one mask, where word by word it
+    // takes a copy and a chain of twelve.
+    const char* vertices = reinterpret_cast<const char*>(c.vertices);
+    const char* key = reinterpret_cast<const char*>(e.key.words);
+#if defined(__SSE2__)
+    __m128i same = _mm_set1_epi32(-1);
+    for (int i = 0; i < 96; i += 16) {
+        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(vertices + i));
+        const __m128i y = _mm_load_si128(reinterpret_cast<const __m128i*>(key + i));
+        same = _mm_and_si128(same, _mm_cmpeq_epi32(x, y));
+    }
+    return _mm_movemask_epi8(same) == 0xffff;
+#else
+    return std::memcmp(vertices, key, 96) == 0;
+#endif
 }
 
 void ShapeCache::MakeKey(const ConvexMeshCollider& c, Key& key) {

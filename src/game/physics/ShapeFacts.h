@@ -46,7 +46,7 @@ public:
 
 private:
     static constexpr size_t kEntries = 32;
-    struct Key {
+    struct alignas(16) Key {
         uint64_t words[13];  // the 8 vertices' bits, then the vertex count
     };
     struct Entry {

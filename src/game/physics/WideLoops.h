@@ -81,4 +81,25 @@ __attribute__((always_inline)) inline void LaneBounds(const typename VectorOf<W>
     greatest = high[0];
 }
 
+// A bit for each lane of a comparison's result (all ones or zero), lane l giving bit l: each
+// lane keeps its own bit, and the lanes are folded together with constant shuffles.
+template <class Mask>
+__attribute__((always_inline)) inline uint32_t LaneBits(const Mask& mask) {
+    constexpr int N = sizeof(Mask) / sizeof(mask[0]);
+    static_assert(N <= 32 && (N & (N - 1)) == 0);
+    Mask bits = mask;
+    [&]<int... L>(std::integer_sequence<int, L...>) {
+        bits &= Mask{(decltype(+mask[0])(1) << L)...};
+        auto fold = [&]<int Half>(std::integral_constant<int, Half>) {
+            if constexpr (Half < N) bits |= __builtin_shufflevector(bits, bits, ((L + Half) % N)...);
+        };
+        fold(std::integral_constant<int, 16>{});
+        fold(std::integral_constant<int, 8>{});
+        fold(std::integral_constant<int, 4>{});
+        fold(std::integral_constant<int, 2>{});
+        fold(std::integral_constant<int, 1>{});
+    }(std::make_integer_sequence<int, N>{});
+    return uint32_t(bits[0]);
+}
+
 }  // namespace game::physics
