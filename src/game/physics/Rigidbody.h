@@ -68,7 +68,10 @@ public:
     explicit Rigidbody(std::shared_ptr<Entity>& owner) { Reset(owner); }
     // A body kept for reuse starts with room for one collider, which keeps the colliders of
     // one-collider bodies close together; a list that grows keeps its room.
-    Rigidbody() { colliders.reserve(1); }
+    Rigidbody() {
+        colliders.reserve(1);
+        _placed.reserve(1);
+    }
 
     // Rebuilds the body from its entity as the constructor does, keeping the memory of the
     // collider list so a body can be reused from frame to frame.
@@ -84,6 +87,7 @@ public:
         boundsMax = owner->boundsMax - centerOfMass;
         colliders.clear();
         colliders.reserve(owner->colliders.size());
+        _placedKept = false;
         for (const auto& entry : owner->colliders) {
             if (!entry.second.enabled) continue;
             entity::ConvexMeshCollider& c = colliders.emplace_back(entry.second);
@@ -123,18 +127,38 @@ public:
         return _transform;
     }
 
+    // Collider i placed by the pose, Multiply(GetTransform(), colliders[i].transform): kept with the
+    // transform like it, since a body is tested by every body near it, each substep. The colliders'
+    // own transforms count as fixed while it is kept: whoever may have changed one (a collision
+    // callback) calls ForgetPlacements.
+    [[gnu::always_inline]] const glm::dmat4& GetPlacedCollider(size_t i) const {
+        GetTransform();
+        if (!_placedKept || _placed.size() != colliders.size()) [[unlikely]] PlaceColliders();
+        return _placed[i];
+    }
+    void ForgetPlacements() const { _placedKept = false; }
+
 private:
     [[gnu::noinline]] void KeepTransform() const {
         _transform = detail::PoseTransform(position, rotation);
         _transformPosition = position;
         _transformRotation = rotation;
         _transformKept = true;
+        _placedKept = false;
+    }
+
+    [[gnu::noinline]] void PlaceColliders() const {
+        _placed.resize(colliders.size());
+        for (size_t i = 0; i < colliders.size(); ++i) _placed[i] = Multiply(_transform, colliders[i].transform);
+        _placedKept = true;
     }
 
     mutable glm::dmat4 _transform{1.0};
     mutable glm::dvec3 _transformPosition{0.0};
     mutable glm::dquat _transformRotation{1.0, 0.0, 0.0, 0.0};
     mutable bool _transformKept = false;
+    mutable std::vector<glm::dmat4> _placed;
+    mutable bool _placedKept = false;
 };
 
 template <class Entity>
@@ -152,6 +176,8 @@ public:
     using Base::entity;
     using Base::frameAcceleration;
     using Base::GetPositionAtCenterOfBounds;
+    using Base::ForgetPlacements;
+    using Base::GetPlacedCollider;
     using Base::GetTransform;
     using Base::id;
     using Base::position;
@@ -396,8 +422,9 @@ public:
     // contacts.
     void CollisionDetection(double deltaTime) {
         Walk walk{deltaTime};
-        for (entity::ConvexMeshCollider& c : colliders) {
-            glm::dmat4 placedC = Multiply(GetTransform(), c.transform);
+        for (size_t ci = 0; ci < colliders.size(); ++ci) {
+            entity::ConvexMeshCollider& c = colliders[ci];
+            glm::dmat4 placedC = GetPlacedCollider(ci);
             const glm::dvec3 cMin(c.box_min), cMax(c.box_max);
 
             for (DynamicRigidbody* o : dynamicCandidates) {
@@ -406,8 +433,9 @@ public:
                                                  true, true)) {
                     continue;
                 }
-                for (entity::ConvexMeshCollider& d : o->colliders) {
-                    const glm::dmat4 placedD = Multiply(o->GetTransform(), d.transform);
+                for (size_t di = 0; di < o->colliders.size(); ++di) {
+                    entity::ConvexMeshCollider& d = o->colliders[di];
+                    const glm::dmat4& placedD = o->GetPlacedCollider(di);
                     Collision collision;
                     if (d.isSphere) {
                         collision = ConvexCollision(d, placedD, c, placedC);
@@ -423,8 +451,12 @@ public:
                         collision.normal = -collision.normal;
                     }
                     if (c.callback) c.callback(this, &c, &d, collision, deltaTime);
+                    if (d.callback || c.callback) {
+                        ForgetPlacements();
+                        o->ForgetPlacements();
+                    }
                     if (collision.depth > 0) RespondToCollision(this, o, collision, c.friction * d.friction);
-                    placedC = Multiply(GetTransform(), c.transform);
+                    placedC = GetPlacedCollider(ci);
                 }
             }
 
@@ -432,17 +464,16 @@ public:
 
             walk.touched = false;
             for (Rigidbody<Entity>* f : fixedCandidates) {
-                const glm::dmat4 placedF = f->GetTransform();
-                if (f->colliders.size() > 3 &&
-                    !PotentialBoxBoxIntersection(placedC, placedF, cMin, cMax, f->boundsMin, f->boundsMax, true, true)) {
+                if (f->colliders.size() > 3 && !PotentialBoxBoxIntersection(placedC, f->GetTransform(), cMin, cMax,
+                                                                            f->boundsMin, f->boundsMax, true, true)) {
                     continue;
                 }
-                for (const entity::ConvexMeshCollider& d : f->colliders) {
+                for (size_t di = 0; di < f->colliders.size(); ++di) {
                     if (walk.touched) {
-                        placedC = Multiply(GetTransform(), c.transform);
+                        placedC = GetPlacedCollider(ci);
                         walk.touched = false;
                     }
-                    Collide(walk, {&c, placedC}, {&d, Multiply(placedF, d.transform)});
+                    Collide(walk, {&c, placedC}, {&f->colliders[di], f->GetPlacedCollider(di)});
                     if (walk.touched && f->radius > largestTouchedRadius) {
                         potentialNewParent = f->entity;
                         largestTouchedRadius = f->radius;
@@ -455,7 +486,7 @@ public:
                 const glm::dmat4 placedParent = glm::translate(glm::dmat4(1.0), parentBody->centerOfMass);
                 for (const entity::ConvexMeshCollider& d : parentBody->colliders) {
                     if (walk.touched) {
-                        placedC = Multiply(GetTransform(), c.transform);
+                        placedC = GetPlacedCollider(ci);
                         walk.touched = false;
                     }
                     Collide(walk, {&c, placedC}, {&d, Multiply(placedParent, d.transform)});
@@ -571,6 +602,7 @@ private:
             placedA.transform = a.transform;
             placedB.transform = b.transform;
             holds = as.callback(this, &placedA, &placedB, collision, walk.deltaTime);
+            ForgetPlacements();  // the callback may have changed this body's colliders
         }
         if (holds) {
             AddStaticContactPoint(collision.normal, collision.position);
