@@ -128,6 +128,33 @@ TEST(PhysicsContact, ACallbackCancelsTheResponse) {
     EXPECT_EQ(b.position, glm::dvec3(0.95, 0, 0));
 }
 
+// A callback may move the other body's collider; the bodies tested after it meet the collider
+// where it now is, though neither body moved.
+TEST(PhysicsContact, AColliderMovedByACallbackIsMetWhereItNowIs) {
+    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    auto ec = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    eb->position = {0.9, 0, 0};
+    ec->position = {0.9, 5.9, 0};
+    ea->colliders["hull"].callback = [](RigidbodyBase*, ConvexMeshCollider*, ConvexMeshCollider* other,
+                                        Collision& c, double) {
+        other->transform[3].y += 5;
+        c.depth = 0;
+        return true;
+    };
+    Seen seen;
+    ec->colliders["hull"].callback = Recorder(seen, true);
+    Body a(ea, 0.01), b(eb, 0.01), c(ec, 0.01);
+    a.dynamicCandidates.push_back(&b);
+    c.dynamicCandidates.push_back(&b);
+    c.CollisionDetection(0.01);
+    EXPECT_EQ(seen.calls, 0);
+    a.CollisionDetection(0.01);
+    EXPECT_EQ(b.position, glm::dvec3(0.9, 0, 0));
+    c.CollisionDetection(0.01);
+    EXPECT_EQ(seen.calls, 1);
+}
+
 // 1.2 apart only a sphere around either box reaches the other: another moving body's sphere is tested
 // as the sphere, with the normal towards this body; a fixed body's sphere as its box.
 TEST(PhysicsContact, SpheresAreSpheresOnlyAsTheFirstShape) {
