@@ -304,12 +304,6 @@ void AddCrossProducts(const glm::dvec3& e, const double* fx, const double* fy, c
     for (uint32_t j = 0; j < count; ++j) axes.Add(glm::cross(e, glm::dvec3(fx[j], fy[j], fz[j])));
 }
 
-// A box shape placed in the space of the test: its centre and three half edges.
-struct PlacedBox {
-    glm::dvec3 center, half[3];
-    double size;  // sum of the magnitudes of all components: bounds every |p . axis| / |axis|
-};
-
 // `colliderCenter` is the collider's centre under t, which is the box's when the collider's box is
 // the box of its vertices.
 PlacedBox PlaceBox(const ShapeFacts& facts, const ConvexMeshCollider& c, const glm::dmat4& t,
@@ -385,14 +379,15 @@ __attribute__((always_inline)) inline void BoxOverlap(const Lanes& cx, const Lan
     overlap = crossing < smaller + smaller ? crossing : smaller + smaller;
 }
 
-// The same closed form along one axis.
-inline void BoxOverlapAlong(const glm::dvec3& c, const PlacedBox& A, const PlacedBox& B, double& overlap,
-                            double& length2) {
-    length2 = glm::dot(c, c);
-    const double rA = std::abs(glm::dot(A.half[0], c)) + std::abs(glm::dot(A.half[1], c)) + std::abs(glm::dot(A.half[2], c));
-    const double rB = std::abs(glm::dot(B.half[0], c)) + std::abs(glm::dot(B.half[1], c)) + std::abs(glm::dot(B.half[2], c));
+// The same closed form along one axis: the extent of each box, then the overlap.
+inline double BoxExtent(const PlacedBox& box, const glm::dvec3& c) {
+    return std::abs(glm::dot(box.half[0], c)) + std::abs(glm::dot(box.half[1], c)) + std::abs(glm::dot(box.half[2], c));
+}
+
+inline double BoxOverlapAlong(const glm::dvec3& c, double rA, const PlacedBox& A, const PlacedBox& B) {
+    const double rB = BoxExtent(B, c);
     const double crossing = rA + rB - std::abs(glm::dot(A.center - B.center, c));
-    overlap = std::min(crossing, 2.0 * std::min(rA, rB));
+    return std::min(crossing, 2.0 * std::min(rA, rB));
 }
 
 // The closed form on the row of edge axes cross(e, f_j), j < count. True when every axis of the
@@ -589,7 +584,8 @@ struct ShapePair {
     const ShapeFacts* factsA = nullptr;
     const ShapeFacts* factsB = nullptr;
     bool boxes = false;  // both are boxes, and the closed form may be used with `margin`
-    PlacedBox placedA, placedB;  // set when `boxes` is
+    const PlacedBox* placedA = nullptr;  // set when `boxes` is
+    PlacedBox placedB;
     double margin = 0;
 };
 
@@ -629,7 +625,7 @@ __attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dma
     // Two boxes: most edge axes are passed over on their closed form, and only the rest are
     // normalised and tested exactly, still in order.
     const double margin2 = shapes.margin * shapes.margin * (1.0 + 1e-12);
-    const PlacedBox& A = shapes.placedA;
+    const PlacedBox& A = *shapes.placedA;
     const PlacedBox& B = shapes.placedB;
     // Axes that floats pass over are not looked at again; the rest are tested exactly.
     EdgeRows rows;
@@ -832,20 +828,48 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const ConvexMeshCollider&
     return ConvexCollision(a, a.transform, b, b.transform);
 }
 
+// The test proper, on the first shape placed.
+struct PlacedShapeAccess {
+    static Collision Test(PlacedShape& A, const ConvexMeshCollider& b, const glm::dmat4& tb);
+};
+
 Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, const ConvexMeshCollider& b,
                           const glm::dmat4& tb) {
     quorl::cpu::Profiler profile("ConvexCollision", true);
-    const glm::dvec3 cA = ColliderCenter(a, ta), cB = ColliderCenter(b, tb);
+    PlacedShape placed(a, ta);
+    return PlacedShapeAccess::Test(placed, b, tb);
+}
+
+Collision ConvexCollision(PlacedShape& a, const ConvexMeshCollider& b, const glm::dmat4& tb) {
+    quorl::cpu::Profiler profile("ConvexCollision", true);
+    return PlacedShapeAccess::Test(a, b, tb);
+}
+
+Collision PlacedShapeAccess::Test(PlacedShape& A, const ConvexMeshCollider& b, const glm::dmat4& tb) {
+    const ConvexMeshCollider& a = *A._collider;
+    const glm::dmat4& ta = A._transform;
+    const glm::dvec3 cA = A._center, cB = ColliderCenter(b, tb);
     if (Farther(cB - cA, a.radius + b.radius)) return {};
     if (a.isSphere) return SphereCollision(a, cA, b, tb, cB);
 
+    // What follows from the first shape alone is worked out once for the run.
+    ShapeCache& cache = ShapeCache::ForThisThread();
+    if (!A._boxKnown) {
+        const ShapeFacts& facts = cache.Get(a);
+        A._facts = &facts;
+        A._factsTable = &cache;
+        A._factsFills = cache.Fills();
+        A._isBox = facts.isBox;
+        if (A._isBox) A._box = PlaceBox(facts, a, ta, cA);
+        A._boxKnown = true;
+    }
     ShapePair shapes;
-    ShapeCache::ForThisThread().Get(a, b, shapes.factsA, shapes.factsB);
-    shapes.boxes = shapes.factsA->isBox && shapes.factsB->isBox;
+    const ShapeFacts& factsB = cache.Get(b);
+    shapes.boxes = A._isBox && factsB.isBox;
     if (shapes.boxes) {
-        shapes.placedA = PlaceBox(*shapes.factsA, a, ta, cA);
-        shapes.placedB = PlaceBox(*shapes.factsB, b, tb, cB);
-        const double size = shapes.placedA.size + shapes.placedB.size;
+        shapes.placedA = &A._box;
+        shapes.placedB = PlaceBox(factsB, b, tb, cB);
+        const double size = shapes.placedA->size + shapes.placedB.size;
         shapes.margin = 1e-12 * size;
         shapes.boxes = std::isfinite(size);
     }
@@ -858,14 +882,28 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
     const double margin2 = shapes.margin * shapes.margin * (1.0 + 1e-12);
     const uint32_t facesA = std::min<uint32_t>(a.faceNormalCount, 12), facesB = std::min<uint32_t>(b.faceNormalCount, 12);
     for (uint32_t k = 0; k < facesA + facesB; ++k) {
-        const glm::dvec3 axis =
-            k < facesA ? TransformDirection(ta, glm::dvec3(a.faceNormals[k]))
-                       : TransformDirection(tb, glm::dvec3(b.faceNormals[k - facesA]));
+        if (k >= facesA) {
+            faces.Add(TransformDirection(tb, glm::dvec3(b.faceNormals[k - facesA])));
+            continue;
+        }
+        if (k == A._facesPlaced) {
+            const glm::dvec3 axis = TransformDirection(ta, glm::dvec3(a.faceNormals[k]));
+            A._faces[k] = axis;
+            A._faceLength2[k] = glm::dot(axis, axis);
+            if (A._isBox) A._faceExtent[k] = BoxExtent(A._box, axis);
+            ++A._facesPlaced;
+        }
+        const glm::dvec3& axis = A._faces[k];
         faces.Add(axis);
-        if (!shapes.boxes || k >= facesA) continue;
-        double overlap, length2;
-        BoxOverlapAlong(axis, shapes.placedA, shapes.placedB, overlap, length2);
-        if (overlap < 0 && overlap * overlap > margin2 * length2) return {};
+        if (!shapes.boxes) continue;
+        const double overlap = BoxOverlapAlong(axis, A._faceExtent[k], A._box, shapes.placedB);
+        if (overlap < 0 && overlap * overlap > margin2 * A._faceLength2[k]) return {};
+    }
+    if (A._factsTable == &cache && A._factsFills == cache.Fills()) {
+        shapes.factsA = A._facts;
+        shapes.factsB = &factsB;
+    } else {
+        cache.Get(a, b, shapes.factsA, shapes.factsB);
     }
     faces.Pad();
     const uint32_t faceBlocks = (faces.count + kLanes - 1) / kLanes * kLanes;

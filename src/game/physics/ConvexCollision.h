@@ -14,6 +14,7 @@
 namespace game::physics {
 
 using entity::ConvexMeshCollider;
+struct ShapeFacts;
 
 // Minimum and maximum of the first (at most 8) vertices, placed by `transform`, along `axis`.
 // No vertices: (greatest double, -greatest double).
@@ -23,12 +24,63 @@ std::pair<double, double> ProjectOntoAxis(const ConvexMeshCollider& collider, co
 bool RayBoxIntersection(const glm::dvec3& boxMin, const glm::dvec3& boxMax, const glm::dvec3& origin,
                         const glm::dvec3& direction);
 
+// World-space centre of a collider's box under `transform`.
+inline glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transform) {
+    const glm::dvec3 middle = (glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5;
+    return TransformPoint(transform, middle);
+}
+
 // Separating-axis test. Depth above 0 is a hit; the normal points from b towards a; the position
 // is a contact point in the space of the transforms. A sphere `a` is tested as the sphere of its
 // radius around its box centre; `b` is always tested as a hull.
 Collision ConvexCollision(const ConvexMeshCollider& a, const ConvexMeshCollider& b);
 Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& transformA, const ConvexMeshCollider& b,
                           const glm::dmat4& transformB);
+
+// A box shape placed in the space of a test: its centre, three half edges, and the sum of the
+// magnitudes of all their components, which bounds every |p . axis| / |axis|.
+struct PlacedBox {
+    glm::dvec3 center, half[3];
+    double size;
+};
+
+// The first shape of a run of separating-axis tests, placed once: what a test works out from this
+// shape alone (its centre, whether it is a box and where, its face axes) is kept for the next test
+// of the run. The transform is copied; the collider is read where it lies, so Forget must follow
+// anything that may have changed it.
+class PlacedShape {
+public:
+    PlacedShape(const ConvexMeshCollider& collider, const glm::dmat4& transform) { Place(collider, transform); }
+    // Starts over with another collider or transform.
+    void Place(const ConvexMeshCollider& collider, const glm::dmat4& transform) {
+        _collider = &collider;
+        _transform = transform;
+        Forget();
+    }
+    void Forget() {
+        _center = ColliderCenter(*_collider, _transform);
+        _boxKnown = false;
+        _facesPlaced = 0;
+    }
+
+private:
+    friend struct PlacedShapeAccess;
+    const ConvexMeshCollider* _collider;
+    glm::dmat4 _transform;
+    glm::dvec3 _center;
+    bool _boxKnown;        // _facts, _isBox and _box follow the collider's vertices
+    bool _isBox;
+    const ShapeFacts* _facts;  // valid while the table it came from has made no new entry
+    const void* _factsTable;
+    uint64_t _factsFills;
+    PlacedBox _box;        // set when _isBox is
+    uint32_t _facesPlaced;  // face axes placed so far, in order
+    glm::dvec3 _faces[12];  // turned by the transform, not normalised
+    double _faceLength2[12], _faceExtent[12];  // |axis|^2 and the box's extent along the axis (boxes)
+};
+
+// The same test as ConvexCollision(a, transformA, b, transformB), with a placed by `a`.
+Collision ConvexCollision(PlacedShape& a, const ConvexMeshCollider& b, const glm::dmat4& transformB);
 
 // Cheap pre-test of two boxes under their matrices: optionally their bounding spheres, then the
 // corners of box B, brought into A's space, against box A (one way only; touching counts).
@@ -50,12 +102,6 @@ int LimitVectorWidth(int bits);
 // within [lo, hi], bounds included.
 uint32_t CornersInside(const ConvexMeshCollider& c, const glm::dmat4& toBox, const glm::dvec3& lo,
                        const glm::dvec3& hi);
-
-// World-space centre of a collider's box under `transform`.
-inline glm::dvec3 ColliderCenter(const ConvexMeshCollider& c, const glm::dmat4& transform) {
-    const glm::dvec3 middle = (glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5;
-    return TransformPoint(transform, middle);
-}
 
 // Whether a child of a container collider takes part in collision: a real size, a non-empty box
 // in x, and either vertices or children of its own.

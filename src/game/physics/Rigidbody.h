@@ -425,6 +425,7 @@ public:
         for (size_t ci = 0; ci < colliders.size(); ++ci) {
             entity::ConvexMeshCollider& c = colliders[ci];
             glm::dmat4 placedC = GetPlacedCollider(ci);
+            PlacedShape shapeC(c, placedC);  // placed again whenever placedC changes
             const glm::dvec3 cMin(c.box_min), cMax(c.box_max);
 
             for (DynamicRigidbody* o : dynamicCandidates) {
@@ -441,7 +442,7 @@ public:
                         collision = ConvexCollision(d, placedD, c, placedC);
                         collision.normal = -collision.normal;
                     } else {
-                        collision = ConvexCollision(c, placedC, d, placedD);
+                        collision = ConvexCollision(shapeC, d, placedD);
                     }
                     if (!(collision.depth > 0)) continue;
                     if (recordDebugLines) RecordContactLine(collision);
@@ -457,6 +458,7 @@ public:
                     }
                     if (collision.depth > 0) RespondToCollision(this, o, collision, c.friction * d.friction);
                     placedC = GetPlacedCollider(ci);
+                    shapeC.Place(c, placedC);
                 }
             }
 
@@ -471,9 +473,10 @@ public:
                 for (size_t di = 0; di < f->colliders.size(); ++di) {
                     if (walk.touched) {
                         placedC = GetPlacedCollider(ci);
+                        shapeC.Place(c, placedC);
                         walk.touched = false;
                     }
-                    Collide(walk, {&c, placedC}, {&f->colliders[di], f->GetPlacedCollider(di)});
+                    Collide(walk, {&c, placedC, &shapeC}, {&f->colliders[di], f->GetPlacedCollider(di)});
                     if (walk.touched && f->radius > largestTouchedRadius) {
                         potentialNewParent = f->entity;
                         largestTouchedRadius = f->radius;
@@ -487,9 +490,10 @@ public:
                 for (const entity::ConvexMeshCollider& d : parentBody->colliders) {
                     if (walk.touched) {
                         placedC = GetPlacedCollider(ci);
+                        shapeC.Place(c, placedC);
                         walk.touched = false;
                     }
-                    Collide(walk, {&c, placedC}, {&d, Multiply(placedParent, d.transform)});
+                    Collide(walk, {&c, placedC, &shapeC}, {&d, Multiply(placedParent, d.transform)});
                     if (walk.touched) touchingParent = true;
                 }
             }
@@ -565,10 +569,12 @@ private:
         bool touched = false;      // a fixed contact since the collider's transform was refreshed
     };
 
-    // A collider placed by a transform to the space of the test, without copying the collider.
+    // A collider placed by a transform to the space of the test, without copying the collider;
+    // with the same placing worked out for a run of tests when there is one.
     struct Placed {
         const entity::ConvexMeshCollider* shape;
         glm::dmat4 transform;
+        PlacedShape* prepared = nullptr;
     };
 
     // One collider of this body against one collider of a fixed body or of the parent. A collider
@@ -592,7 +598,8 @@ private:
             }
             return;
         }
-        Collision collision = ConvexCollision(as, a.transform, bs, b.transform);
+        Collision collision =
+            a.prepared ? ConvexCollision(*a.prepared, bs, b.transform) : ConvexCollision(as, a.transform, bs, b.transform);
         if (!(collision.depth > 0)) return;
         if (recordDebugLines) RecordContactLine(collision);
         bool holds = true;
@@ -603,6 +610,7 @@ private:
             placedB.transform = b.transform;
             holds = as.callback(this, &placedA, &placedB, collision, walk.deltaTime);
             ForgetPlacements();  // the callback may have changed this body's colliders
+            if (a.prepared) a.prepared->Forget();
         }
         if (holds) {
             AddStaticContactPoint(collision.normal, collision.position);

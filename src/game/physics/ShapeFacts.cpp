@@ -130,6 +130,7 @@ size_t ShapeCache::Slot(const Key& key) {
 const ShapeFacts& ShapeCache::Fill(size_t slot, const Key& key, const ConvexMeshCollider& c) {
     Entry& e = _entries[slot];
     if (!e.used || !Same(e.key, key)) {
+        ++_fills;
         e.used = true;
         e.key = key;
         FindShapeFacts(c, e.facts);

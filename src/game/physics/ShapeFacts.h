@@ -40,6 +40,11 @@ public:
         return *tThisThread;
     }
 
+    // The facts of one shape, valid until the next call.
+    const ShapeFacts& Get(const entity::ConvexMeshCollider& c) { return _entries[Find(c, kEntries)].facts; }
+    // How many times an entry has been filled: facts found earlier are still valid while this
+    // stays the same.
+    uint64_t Fills() const { return _fills; }
     // The facts of both shapes; both stay valid until the next call.
     void Get(const entity::ConvexMeshCollider& a, const entity::ConvexMeshCollider& b, const ShapeFacts*& factsA,
              const ShapeFacts*& factsB);
@@ -67,6 +72,7 @@ private:
     const ShapeFacts& Fill(size_t slot, const Key& key, const entity::ConvexMeshCollider& c);
 
     Entry _entries[kEntries];
+    uint64_t _fills = 0;
     size_t _recent[2] = {0, 1};  // the slots found last, looked at first: a world has few shapes
 };
 
