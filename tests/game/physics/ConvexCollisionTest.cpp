@@ -342,6 +342,38 @@ TEST(PhysicsConvexCollision, KeepsTheOrderOfALiteralReading) {
     game::physics::LimitVectorWidth(512);
 }
 
+TEST(PhysicsConvexCollision, AShapePlacedOnceForARunGivesWhatEachTestGivesAlone) {
+    // Runs of tests against many shapes, among them more distinct boxes than the shape table holds,
+    // so that the first shape's facts are pushed out during the run; then the shape is changed and
+    // placed anew.
+    const ConvexMeshCollider shapes[4] = {Cube(), Slab(), Wing(), Sphere()};
+    std::mt19937_64 rng(11);
+    std::uniform_real_distribution<float> size(0.2f, 1.2f);
+    int hits = 0;
+    for (int run = 0; run < 24; ++run) {
+        ConvexMeshCollider a = shapes[run % 3 ? 2 : run / 3 % 4];  // mostly the wing, whose edges no box shares
+        a.transform = RandomPose(rng, 0.3);
+        game::physics::PlacedShape placed(a, a.transform);
+        for (int test = 0; test < 120; ++test) {
+            ConvexMeshCollider b = shapes[test % 3];
+            if (test % 4) b.SetBox(-glm::vec3(size(rng), size(rng), size(rng)), glm::vec3(size(rng), size(rng), size(rng)));
+            b.transform = RandomPose(rng, 0.8 * (a.radius + b.radius));
+            const Collision once = ConvexCollision(placed, b, b.transform), alone = ConvexCollision(a, b);
+            SCOPED_TRACE(::testing::Message() << "run " << run << " test " << test);
+            ASSERT_EQ(once.depth, alone.depth);
+            ASSERT_EQ(once.normal, alone.normal);
+            ASSERT_EQ(once.position, alone.position);
+            hits += once.depth > 0;
+            if (test == 60) {
+                a.SetBox(-glm::vec3(size(rng), size(rng), size(rng)), glm::vec3(size(rng), size(rng), size(rng)));
+                a.isSphere = run % 5 == 4;
+                placed.Forget();
+            }
+        }
+    }
+    EXPECT_GT(hits, 500);
+}
+
 TEST(PhysicsConvexCollision, GrazingContactsAgreeWithTheLiteralReading) {
     // Faces, edges and corners within a few units of rounding of touching, far from the origin.
     const ConvexMeshCollider shapes[2] = {Cube(), Slab()};
