@@ -296,6 +296,18 @@ __attribute__((always_inline)) inline void NormalizeBody(double* x, double* y, d
 ZENDOLA_WIDE_FUNCTION(void, Normalize, (double* x, double* y, double* z, uint32_t begin, uint32_t end),
                       (x, y, z, begin, end))
 
+// The first `count` axes of a padded list normalised. Square roots and divisions wait longer on
+// wider vectors, and a test normalises only a few axes at a time: two lanes for two axes, else four
+// lanes at a time where the processor has them.
+void NormalizeFew(double* x, double* y, double* z, uint32_t count) {
+    if (count == 0) return;
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+    if (count <= 2) return Normalize128(x, y, z, 0, 2);
+    if (gWideLoopWidth.load(std::memory_order_relaxed) != Width::k128) return Normalize256(x, y, z, 0, (count + 3) / 4 * 4);
+#endif
+    Normalize(x, y, z, 0, (count + 1) / 2 * 2);
+}
+
 // cross(e, f) for e and every f of (fx, fy, fz)[0, count), appended to the list unnormalised,
 // as glm's cross makes it.
 template <class List>
@@ -608,7 +620,7 @@ __attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dma
     // Normalises the axes gathered, then tests them in runs.
     auto testAll = [&] {
         axes.Pad();
-        Normalize(axes.x, axes.y, axes.z, 0, (axes.count + kLanes - 1) / kLanes * kLanes);
+        NormalizeFew(axes.x, axes.y, axes.z, axes.count);
         for (uint32_t begin = 0; begin < axes.count; begin = (begin / kRun + 1) * kRun) {
             if (!TestAxes(wa, wb, axes, begin, std::min(axes.count, (begin / kRun + 1) * kRun), best, bestAxis))
                 return false;
@@ -906,10 +918,9 @@ Collision PlacedShapeAccess::Test(PlacedShape& A, const ConvexMeshCollider& b, c
         cache.Get(a, b, shapes.factsA, shapes.factsB);
     }
     faces.Pad();
-    const uint32_t faceBlocks = (faces.count + kLanes - 1) / kLanes * kLanes;
 
     // The normals' square roots run while the vertices are placed.
-    Normalize(faces.x, faces.y, faces.z, 0, faceBlocks);
+    NormalizeFew(faces.x, faces.y, faces.z, faces.count);
     PlacedVertices wa, wb;
     PlaceVertices(a, ta, wa);
     PlaceVertices(b, tb, wb);
