@@ -798,6 +798,11 @@ Collision SphereCollision(const ConvexMeshCollider& a, const glm::dvec3& cA, con
 
 uint32_t CornersInside(const ConvexMeshCollider& c, const glm::dmat4& toBox, const glm::dvec3& lo,
                        const glm::dvec3& hi) {
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+    // The compiler builds the chain of selections a lane at a time on 512-bit vectors, so eight
+    // corners take two 256-bit steps instead.
+    if (gWideLoopWidth.load(std::memory_order_relaxed) != Width::k128) return PlacedInside256(c, toBox, lo, hi);
+#endif
     return PlacedInside(c, toBox, lo, hi);
 }
 
