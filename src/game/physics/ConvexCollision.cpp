@@ -597,7 +597,7 @@ struct ShapePair {
     const ShapeFacts* factsB = nullptr;
     bool boxes = false;  // both are boxes, and the closed form may be used with `margin`
     const PlacedBox* placedA = nullptr;  // set when `boxes` is
-    PlacedBox placedB;
+    const PlacedBox* placedB = nullptr;
     double margin = 0;
 };
 
@@ -638,7 +638,7 @@ __attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dma
     // normalised and tested exactly, still in order.
     const double margin2 = shapes.margin * shapes.margin * (1.0 + 1e-12);
     const PlacedBox& A = *shapes.placedA;
-    const PlacedBox& B = shapes.placedB;
+    const PlacedBox& B = *shapes.placedB;
     // Axes that floats pass over are not looked at again; the rest are tested exactly.
     EdgeRows rows;
     if (FillEdgeRows(edgesA, countA, edgesB, countB, A, B, limit, rows)) {
@@ -845,48 +845,69 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const ConvexMeshCollider&
     return ConvexCollision(a, a.transform, b, b.transform);
 }
 
-// The test proper, on the first shape placed.
+// The test proper, on both shapes placed.
 struct PlacedShapeAccess {
-    static Collision Test(PlacedShape& A, const ConvexMeshCollider& b, const glm::dmat4& tb);
+    static Collision Test(PlacedShape& A, PlacedShape& B);
+    // Whether the shape is a box, and where.
+    static void KnowBox(PlacedShape& S, ShapeCache& cache) {
+        if (S._boxKnown) return;
+        const ShapeFacts& facts = cache.Get(*S._collider);
+        S._facts = &facts;
+        S._factsTable = &cache;
+        S._factsFills = cache.Fills();
+        S._isBox = facts.isBox;
+        if (S._isBox) S._box = PlaceBox(facts, *S._collider, S._transform, S._center);
+        S._boxKnown = true;
+    }
+    // Face axis k, with the face axes before it.
+    static const glm::dvec3& Face(PlacedShape& S, uint32_t k) {
+        for (; S._facesPlaced <= k; ++S._facesPlaced) {
+            const uint32_t f = S._facesPlaced;
+            const glm::dvec3 axis = TransformDirection(S._transform, glm::dvec3(S._collider->faceNormals[f]));
+            S._faces[f] = axis;
+            S._faceLength2[f] = glm::dot(axis, axis);
+            if (S._isBox) S._faceExtent[f] = BoxExtent(S._box, axis);
+        }
+        return S._faces[k];
+    }
 };
 
 Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, const ConvexMeshCollider& b,
                           const glm::dmat4& tb) {
     quorl::cpu::Profiler profile("ConvexCollision", true);
-    PlacedShape placed(a, ta);
-    return PlacedShapeAccess::Test(placed, b, tb);
+    PlacedShape A(a, ta), B(b, tb);
+    return PlacedShapeAccess::Test(A, B);
+}
+
+Collision ConvexCollision(PlacedShape& a, PlacedShape& b) {
+    quorl::cpu::Profiler profile("ConvexCollision", true);
+    return PlacedShapeAccess::Test(a, b);
 }
 
 Collision ConvexCollision(PlacedShape& a, const ConvexMeshCollider& b, const glm::dmat4& tb) {
     quorl::cpu::Profiler profile("ConvexCollision", true);
-    return PlacedShapeAccess::Test(a, b, tb);
+    PlacedShape B(b, tb);
+    return PlacedShapeAccess::Test(a, B);
 }
 
-Collision PlacedShapeAccess::Test(PlacedShape& A, const ConvexMeshCollider& b, const glm::dmat4& tb) {
+Collision PlacedShapeAccess::Test(PlacedShape& A, PlacedShape& B) {
     const ConvexMeshCollider& a = *A._collider;
+    const ConvexMeshCollider& b = *B._collider;
     const glm::dmat4& ta = A._transform;
-    const glm::dvec3 cA = A._center, cB = ColliderCenter(b, tb);
+    const glm::dmat4& tb = B._transform;
+    const glm::dvec3 cA = A._center, cB = B._center;
     if (Farther(cB - cA, a.radius + b.radius)) return {};
     if (a.isSphere) return SphereCollision(a, cA, b, tb, cB);
 
-    // What follows from the first shape alone is worked out once for the run.
     ShapeCache& cache = ShapeCache::ForThisThread();
-    if (!A._boxKnown) {
-        const ShapeFacts& facts = cache.Get(a);
-        A._facts = &facts;
-        A._factsTable = &cache;
-        A._factsFills = cache.Fills();
-        A._isBox = facts.isBox;
-        if (A._isBox) A._box = PlaceBox(facts, a, ta, cA);
-        A._boxKnown = true;
-    }
+    KnowBox(A, cache);
+    KnowBox(B, cache);
     ShapePair shapes;
-    const ShapeFacts& factsB = cache.Get(b);
-    shapes.boxes = A._isBox && factsB.isBox;
+    shapes.boxes = A._isBox && B._isBox;
     if (shapes.boxes) {
         shapes.placedA = &A._box;
-        shapes.placedB = PlaceBox(factsB, b, tb, cB);
-        const double size = shapes.placedA->size + shapes.placedB.size;
+        shapes.placedB = &B._box;
+        const double size = A._box.size + B._box.size;
         shapes.margin = 1e-12 * size;
         shapes.boxes = std::isfinite(size);
     }
@@ -898,27 +919,19 @@ Collision PlacedShapeAccess::Test(PlacedShape& A, const ConvexMeshCollider& b, c
     FaceAxes faces;
     const double margin2 = shapes.margin * shapes.margin * (1.0 + 1e-12);
     const uint32_t facesA = std::min<uint32_t>(a.faceNormalCount, 12), facesB = std::min<uint32_t>(b.faceNormalCount, 12);
-    for (uint32_t k = 0; k < facesA + facesB; ++k) {
-        if (k >= facesA) {
-            faces.Add(TransformDirection(tb, glm::dvec3(b.faceNormals[k - facesA])));
-            continue;
-        }
-        if (k == A._facesPlaced) {
-            const glm::dvec3 axis = TransformDirection(ta, glm::dvec3(a.faceNormals[k]));
-            A._faces[k] = axis;
-            A._faceLength2[k] = glm::dot(axis, axis);
-            if (A._isBox) A._faceExtent[k] = BoxExtent(A._box, axis);
-            ++A._facesPlaced;
-        }
-        const glm::dvec3& axis = A._faces[k];
+    for (uint32_t k = 0; k < facesA; ++k) {
+        const glm::dvec3& axis = Face(A, k);
         faces.Add(axis);
         if (!shapes.boxes) continue;
-        const double overlap = BoxOverlapAlong(axis, A._faceExtent[k], A._box, shapes.placedB);
+        const double overlap = BoxOverlapAlong(axis, A._faceExtent[k], A._box, B._box);
         if (overlap < 0 && overlap * overlap > margin2 * A._faceLength2[k]) return {};
     }
-    if (A._factsTable == &cache && A._factsFills == cache.Fills()) {
+    for (uint32_t k = 0; k < facesB; ++k) faces.Add(Face(B, k));
+    // Both shapes' facts at once: those found before while the table has made no new entry since.
+    const uint64_t fills = cache.Fills();
+    if (A._factsTable == &cache && B._factsTable == &cache && A._factsFills == fills && B._factsFills == fills) {
         shapes.factsA = A._facts;
-        shapes.factsB = &factsB;
+        shapes.factsB = B._facts;
     } else {
         cache.Get(a, b, shapes.factsA, shapes.factsB);
     }
@@ -941,15 +954,14 @@ Collision PlacedShapeAccess::Test(PlacedShape& A, const ConvexMeshCollider& b, c
     // Contact point: the vertex of the smaller shape nearest to the other shape's box, pulled
     // onto that box and then back into the smaller shape's own box.
     const bool walkB = a.radius > b.radius;
-    const ConvexMeshCollider& walked = walkB ? b : a;
-    const ConvexMeshCollider& other = walkB ? a : b;
-    const glm::dmat4& tw = walkB ? tb : ta;
-    const glm::dmat4& to = walkB ? ta : tb;
+    PlacedShape& walked = walkB ? B : A;
+    PlacedShape& other = walkB ? A : B;
     const PlacedVertices& wv = walkB ? wb : wa;
     if (wv.count > 0) {
         // All vertices pulled at once; the first nearest, below the greatest float, gives the point.
         NearestOnBox nearest;
-        PullOntoBox(wv, to, glm::affineInverse(to), glm::dvec3(other.box_min), glm::dvec3(other.box_max), nearest);
+        PullOntoBox(wv, other._transform, other.inverse(), glm::dvec3(other._collider->box_min),
+                    glm::dvec3(other._collider->box_max), nearest);
         double bestDistance = std::numeric_limits<float>::max();
         uint32_t chosen = 8;
         for (uint32_t i = 0; i < wv.count; ++i) {
@@ -960,7 +972,7 @@ Collision PlacedShapeAccess::Test(PlacedShape& A, const ConvexMeshCollider& b, c
         }
         if (chosen < 8) {
             const glm::dvec3 q(nearest.x[chosen], nearest.y[chosen], nearest.z[chosen]);
-            hit.position = Clamped(tw, glm::affineInverse(tw), walked, q);
+            hit.position = Clamped(walked._transform, walked.inverse(), *walked._collider, q);
         }
     }
     return hit;

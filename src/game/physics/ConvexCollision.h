@@ -1,6 +1,7 @@
 #pragma once
 #include <utility>
 
+#include <glm/gtc/matrix_inverse.hpp>
 #include <glm/mat4x4.hpp>
 #include <glm/vec3.hpp>
 
@@ -44,10 +45,10 @@ struct PlacedBox {
     double size;
 };
 
-// The first shape of a run of separating-axis tests, placed once: what a test works out from this
-// shape alone (its centre, whether it is a box and where, its face axes) is kept for the next test
-// of the run. The transform is copied; the collider is read where it lies, so Forget must follow
-// anything that may have changed it.
+// A shape placed in the space of a separating-axis test, for more tests than one: what a test
+// works out from this shape alone (its centre, whether it is a box and where, its face axes, the
+// inverse of its transform) is kept for the next test it takes part in. The transform is copied;
+// the collider is read where it lies, so Forget must follow anything that may have changed it.
 class PlacedShape {
 public:
     PlacedShape(const ConvexMeshCollider& collider, const glm::dmat4& transform) { Place(collider, transform); }
@@ -60,7 +61,18 @@ public:
     void Forget() {
         _center = ColliderCenter(*_collider, _transform);
         _boxKnown = false;
+        _inverseKnown = false;
         _facesPlaced = 0;
+    }
+    const ConvexMeshCollider& collider() const { return *_collider; }
+    const glm::dmat4& transform() const { return _transform; }
+    // glm::affineInverse(transform()).
+    const glm::dmat4& inverse() {
+        if (!_inverseKnown) {
+            _inverse = glm::affineInverse(_transform);
+            _inverseKnown = true;
+        }
+        return _inverse;
     }
 
 private:
@@ -68,18 +80,21 @@ private:
     const ConvexMeshCollider* _collider;
     glm::dmat4 _transform;
     glm::dvec3 _center;
-    bool _boxKnown;        // _facts, _isBox and _box follow the collider's vertices
+    bool _boxKnown;            // _facts, _isBox and _box follow the collider's vertices
+    bool _inverseKnown;
     bool _isBox;
+    PlacedBox _box;            // set when _isBox is
     const ShapeFacts* _facts;  // valid while the table it came from has made no new entry
     const void* _factsTable;
     uint64_t _factsFills;
-    PlacedBox _box;        // set when _isBox is
-    uint32_t _facesPlaced;  // face axes placed so far, in order
-    glm::dvec3 _faces[12];  // turned by the transform, not normalised
+    uint32_t _facesPlaced;     // face axes placed so far, in order
+    glm::dvec3 _faces[12];     // turned by the transform, not normalised
     double _faceLength2[12], _faceExtent[12];  // |axis|^2 and the box's extent along the axis (boxes)
+    glm::dmat4 _inverse;
 };
 
-// The same test as ConvexCollision(a, transformA, b, transformB), with a placed by `a`.
+// The same test as ConvexCollision(a, transformA, b, transformB) on shapes placed beforehand.
+Collision ConvexCollision(PlacedShape& a, PlacedShape& b);
 Collision ConvexCollision(PlacedShape& a, const ConvexMeshCollider& b, const glm::dmat4& transformB);
 
 // Cheap pre-test of two boxes under their matrices: optionally their bounding spheres, then the

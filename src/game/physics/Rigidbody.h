@@ -127,15 +127,16 @@ public:
         return _transform;
     }
 
-    // Collider i placed by the pose, Multiply(GetTransform(), colliders[i].transform): kept with the
-    // transform like it, since a body is tested by every body near it, each substep. The colliders'
-    // own transforms count as fixed while it is kept: whoever may have changed one (a collision
-    // callback) calls ForgetPlacements.
-    [[gnu::always_inline]] const glm::dmat4& GetPlacedCollider(size_t i) const {
+    // Collider i placed by the pose, Multiply(GetTransform(), colliders[i].transform), with what
+    // the collision test works out from it: kept with the transform like it, since a body is tested
+    // by every body near it, each substep. The colliders count as fixed while it is kept: whoever
+    // may have changed one (a collision callback) calls ForgetPlacements.
+    [[gnu::always_inline]] PlacedShape& GetPlacedShape(size_t i) const {
         GetTransform();
         if (!_placedKept || _placed.size() != colliders.size()) [[unlikely]] PlaceColliders();
         return _placed[i];
     }
+    const glm::dmat4& GetPlacedCollider(size_t i) const { return GetPlacedShape(i).transform(); }
     void ForgetPlacements() const { _placedKept = false; }
 
 private:
@@ -148,8 +149,8 @@ private:
     }
 
     [[gnu::noinline]] void PlaceColliders() const {
-        _placed.resize(colliders.size());
-        for (size_t i = 0; i < colliders.size(); ++i) _placed[i] = Multiply(_transform, colliders[i].transform);
+        _placed.clear();
+        for (const entity::ConvexMeshCollider& c : colliders) _placed.emplace_back(c, Multiply(_transform, c.transform));
         _placedKept = true;
     }
 
@@ -157,7 +158,7 @@ private:
     mutable glm::dvec3 _transformPosition{0.0};
     mutable glm::dquat _transformRotation{1.0, 0.0, 0.0, 0.0};
     mutable bool _transformKept = false;
-    mutable std::vector<glm::dmat4> _placed;
+    mutable std::vector<PlacedShape> _placed;
     mutable bool _placedKept = false;
 };
 
@@ -178,6 +179,7 @@ public:
     using Base::GetPositionAtCenterOfBounds;
     using Base::ForgetPlacements;
     using Base::GetPlacedCollider;
+    using Base::GetPlacedShape;
     using Base::GetTransform;
     using Base::id;
     using Base::position;
@@ -425,7 +427,7 @@ public:
         for (size_t ci = 0; ci < colliders.size(); ++ci) {
             entity::ConvexMeshCollider& c = colliders[ci];
             glm::dmat4 placedC = GetPlacedCollider(ci);
-            PlacedShape shapeC(c, placedC);  // placed again whenever placedC changes
+            PlacedShape* shapeC = &GetPlacedShape(ci);  // fetched again whenever placedC changes
             const glm::dvec3 cMin(c.box_min), cMax(c.box_max);
 
             for (DynamicRigidbody* o : dynamicCandidates) {
@@ -436,13 +438,14 @@ public:
                 }
                 for (size_t di = 0; di < o->colliders.size(); ++di) {
                     entity::ConvexMeshCollider& d = o->colliders[di];
-                    const glm::dmat4& placedD = o->GetPlacedCollider(di);
+                    PlacedShape& shapeD = o->GetPlacedShape(di);
+                    const glm::dmat4& placedD = shapeD.transform();
                     Collision collision;
                     if (d.isSphere) {
                         collision = ConvexCollision(d, placedD, c, placedC);
                         collision.normal = -collision.normal;
                     } else {
-                        collision = ConvexCollision(shapeC, d, placedD);
+                        collision = ConvexCollision(*shapeC, shapeD);
                     }
                     if (!(collision.depth > 0)) continue;
                     if (recordDebugLines) RecordContactLine(collision);
@@ -458,7 +461,7 @@ public:
                     }
                     if (collision.depth > 0) RespondToCollision(this, o, collision, c.friction * d.friction);
                     placedC = GetPlacedCollider(ci);
-                    shapeC.Place(c, placedC);
+                    shapeC = &GetPlacedShape(ci);
                 }
             }
 
@@ -473,10 +476,11 @@ public:
                 for (size_t di = 0; di < f->colliders.size(); ++di) {
                     if (walk.touched) {
                         placedC = GetPlacedCollider(ci);
-                        shapeC.Place(c, placedC);
+                        shapeC = &GetPlacedShape(ci);
                         walk.touched = false;
                     }
-                    Collide(walk, {&c, placedC, &shapeC}, {&f->colliders[di], f->GetPlacedCollider(di)});
+                    PlacedShape& shapeD = f->GetPlacedShape(di);
+                    Collide(walk, {&c, placedC, shapeC}, {&f->colliders[di], shapeD.transform(), &shapeD});
                     if (walk.touched && f->radius > largestTouchedRadius) {
                         potentialNewParent = f->entity;
                         largestTouchedRadius = f->radius;
@@ -490,10 +494,10 @@ public:
                 for (const entity::ConvexMeshCollider& d : parentBody->colliders) {
                     if (walk.touched) {
                         placedC = GetPlacedCollider(ci);
-                        shapeC.Place(c, placedC);
+                        shapeC = &GetPlacedShape(ci);
                         walk.touched = false;
                     }
-                    Collide(walk, {&c, placedC, &shapeC}, {&d, Multiply(placedParent, d.transform)});
+                    Collide(walk, {&c, placedC, shapeC}, {&d, Multiply(placedParent, d.transform)});
                     if (walk.touched) touchingParent = true;
                 }
             }
@@ -598,8 +602,9 @@ private:
             }
             return;
         }
-        Collision collision =
-            a.prepared ? ConvexCollision(*a.prepared, bs, b.transform) : ConvexCollision(as, a.transform, bs, b.transform);
+        Collision collision = a.prepared && b.prepared ? ConvexCollision(*a.prepared, *b.prepared)
+                              : a.prepared           ? ConvexCollision(*a.prepared, bs, b.transform)
+                                                     : ConvexCollision(as, a.transform, bs, b.transform);
         if (!(collision.depth > 0)) return;
         if (recordDebugLines) RecordContactLine(collision);
         bool holds = true;
@@ -635,7 +640,8 @@ private:
     }
 
     void AddCornersInside(const Placed& corners, const Placed& box, const glm::dvec3& normal) {
-        const glm::dmat4 toBox = Multiply(glm::affineInverse(box.transform), corners.transform);
+        const glm::dmat4 toBox =
+            Multiply(box.prepared ? box.prepared->inverse() : glm::affineInverse(box.transform), corners.transform);
         for (uint32_t inside = CornersInside(*corners.shape, toBox, glm::dvec3(box.shape->box_min),
                                              glm::dvec3(box.shape->box_max));
              inside != 0; inside &= inside - 1) {

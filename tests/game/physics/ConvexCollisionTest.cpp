@@ -342,32 +342,55 @@ TEST(PhysicsConvexCollision, KeepsTheOrderOfALiteralReading) {
     game::physics::LimitVectorWidth(512);
 }
 
-TEST(PhysicsConvexCollision, AShapePlacedOnceForARunGivesWhatEachTestGivesAlone) {
-    // Runs of tests against many shapes, among them more distinct boxes than the shape table holds,
-    // so that the first shape's facts are pushed out during the run; then the shape is changed and
+TEST(PhysicsConvexCollision, ShapesPlacedOnceForManyTestsGiveWhatEachTestGivesAlone) {
+    // Runs of tests of one placed shape against shapes placed for the run, in either place, and
+    // against many others, among them more distinct boxes than the shape table holds, so that the
+    // placed shapes' facts are pushed out during the run; then the first shape changes and is
     // placed anew.
     const ConvexMeshCollider shapes[4] = {Cube(), Slab(), Wing(), Sphere()};
     std::mt19937_64 rng(11);
     std::uniform_real_distribution<float> size(0.2f, 1.2f);
+    auto expectSame = [](const Collision& once, const Collision& alone) {
+        ASSERT_EQ(once.depth, alone.depth);
+        ASSERT_EQ(once.normal, alone.normal);
+        ASSERT_EQ(once.position, alone.position);
+    };
     int hits = 0;
     for (int run = 0; run < 24; ++run) {
         ConvexMeshCollider a = shapes[run % 3 ? 2 : run / 3 % 4];  // mostly the wing, whose edges no box shares
         a.transform = RandomPose(rng, 0.3);
         game::physics::PlacedShape placed(a, a.transform);
+        std::vector<ConvexMeshCollider> kept(shapes, shapes + 3);
+        std::vector<game::physics::PlacedShape> keptPlaced;
+        for (ConvexMeshCollider& k : kept) {
+            k.transform = RandomPose(rng, 0.8 * (a.radius + k.radius));
+            keptPlaced.emplace_back(k, k.transform);
+        }
         for (int test = 0; test < 120; ++test) {
-            ConvexMeshCollider b = shapes[test % 3];
-            if (test % 4) b.SetBox(-glm::vec3(size(rng), size(rng), size(rng)), glm::vec3(size(rng), size(rng), size(rng)));
-            b.transform = RandomPose(rng, 0.8 * (a.radius + b.radius));
-            const Collision once = ConvexCollision(placed, b, b.transform), alone = ConvexCollision(a, b);
             SCOPED_TRACE(::testing::Message() << "run " << run << " test " << test);
-            ASSERT_EQ(once.depth, alone.depth);
-            ASSERT_EQ(once.normal, alone.normal);
-            ASSERT_EQ(once.position, alone.position);
-            hits += once.depth > 0;
+            const size_t k = test / 3 % kept.size();
+            if (test % 3 == 0) {
+                const Collision once = ConvexCollision(placed, keptPlaced[k]);
+                expectSame(once, ConvexCollision(a, kept[k]));
+                expectSame(ConvexCollision(keptPlaced[k], placed), ConvexCollision(kept[k], a));
+                hits += once.depth > 0;
+            } else {
+                ConvexMeshCollider b = shapes[test % 3];
+                if (test % 4) b.SetBox(-glm::vec3(size(rng), size(rng), size(rng)), glm::vec3(size(rng), size(rng), size(rng)));
+                b.transform = RandomPose(rng, 0.8 * (a.radius + b.radius));
+                const Collision once = ConvexCollision(placed, b, b.transform);
+                expectSame(once, ConvexCollision(a, b));
+                hits += once.depth > 0;
+            }
+            if (HasFatalFailure()) return;
             if (test == 60) {
                 a.SetBox(-glm::vec3(size(rng), size(rng), size(rng)), glm::vec3(size(rng), size(rng), size(rng)));
                 a.isSphere = run % 5 == 4;
                 placed.Forget();
+            }
+            if (test == 90) {
+                a.transform = RandomPose(rng, 0.3);
+                placed.Place(a, a.transform);
             }
         }
     }
