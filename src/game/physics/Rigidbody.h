@@ -480,7 +480,7 @@ public:
                         walk.touched = false;
                     }
                     PlacedShape& shapeD = f->GetPlacedShape(di);
-                    Collide(walk, {&c, placedC, shapeC}, {&f->colliders[di], shapeD.transform(), &shapeD});
+                    Collide(walk, {&c, &placedC, shapeC}, {&f->colliders[di], &shapeD.transform(), &shapeD});
                     if (walk.touched && f->radius > largestTouchedRadius) {
                         potentialNewParent = f->entity;
                         largestTouchedRadius = f->radius;
@@ -497,7 +497,8 @@ public:
                         shapeC = &GetPlacedShape(ci);
                         walk.touched = false;
                     }
-                    Collide(walk, {&c, placedC, shapeC}, {&d, Multiply(placedParent, d.transform)});
+                    const glm::dmat4 placedD = Multiply(placedParent, d.transform);
+                    Collide(walk, {&c, &placedC, shapeC}, {&d, &placedD});
                     if (walk.touched) touchingParent = true;
                 }
             }
@@ -573,11 +574,11 @@ private:
         bool touched = false;      // a fixed contact since the collider's transform was refreshed
     };
 
-    // A collider placed by a transform to the space of the test, without copying the collider;
+    // A collider placed by a transform to the space of the test, without copying either;
     // with the same placing worked out for a run of tests when there is one.
     struct Placed {
         const entity::ConvexMeshCollider* shape;
-        glm::dmat4 transform;
+        const glm::dmat4* transform;  // lives at least as long as the call it is passed to
         PlacedShape* prepared = nullptr;
     };
 
@@ -589,30 +590,34 @@ private:
         const entity::ConvexMeshCollider& bs = *b.shape;
         QUORL_ASSERT(as.children && bs.children);
         if (bs.fill < 0.95 && !bs.children->empty()) {
-            if (!PotentialBoxBoxIntersection(as, a.transform, bs, b.transform)) return;
+            if (!PotentialBoxBoxIntersection(as, *a.transform, bs, *b.transform)) return;
             for (const entity::ConvexMeshCollider& e : *bs.children) {
-                if (IsCollidableChild(e)) Collide(walk, a, {&e, Multiply(b.transform, e.transform)});
+                if (!IsCollidableChild(e)) continue;
+                const glm::dmat4 placedE = Multiply(*b.transform, e.transform);
+                Collide(walk, a, {&e, &placedE});
             }
             return;
         }
         if (as.fill < 0.95 && !as.children->empty()) {
-            if (!PotentialBoxBoxIntersection(bs, b.transform, as, a.transform)) return;
+            if (!PotentialBoxBoxIntersection(bs, *b.transform, as, *a.transform)) return;
             for (const entity::ConvexMeshCollider& e : *as.children) {
-                if (IsCollidableChild(e)) Collide(walk, {&e, Multiply(a.transform, e.transform)}, b);
+                if (!IsCollidableChild(e)) continue;
+                const glm::dmat4 placedE = Multiply(*a.transform, e.transform);
+                Collide(walk, {&e, &placedE}, b);
             }
             return;
         }
         Collision collision = a.prepared && b.prepared ? ConvexCollision(*a.prepared, *b.prepared)
-                              : a.prepared           ? ConvexCollision(*a.prepared, bs, b.transform)
-                                                     : ConvexCollision(as, a.transform, bs, b.transform);
+                              : a.prepared           ? ConvexCollision(*a.prepared, bs, *b.transform)
+                                                     : ConvexCollision(as, *a.transform, bs, *b.transform);
         if (!(collision.depth > 0)) return;
         if (recordDebugLines) RecordContactLine(collision);
         bool holds = true;
         if (as.callback) {
             // The callback sees the colliders as placed for the test; copies are made only here.
             entity::ConvexMeshCollider placedA = as, placedB = bs;
-            placedA.transform = a.transform;
-            placedB.transform = b.transform;
+            placedA.transform = *a.transform;
+            placedB.transform = *b.transform;
             holds = as.callback(this, &placedA, &placedB, collision, walk.deltaTime);
             ForgetPlacements();  // the callback may have changed this body's colliders
             if (a.prepared) a.prepared->Forget();
@@ -641,12 +646,12 @@ private:
 
     void AddCornersInside(const Placed& corners, const Placed& box, const glm::dvec3& normal) {
         const glm::dmat4 toBox =
-            Multiply(box.prepared ? box.prepared->inverse() : glm::affineInverse(box.transform), corners.transform);
+            Multiply(box.prepared ? box.prepared->inverse() : glm::affineInverse(*box.transform), *corners.transform);
         for (uint32_t inside = CornersInside(*corners.shape, toBox, glm::dvec3(box.shape->box_min),
                                              glm::dvec3(box.shape->box_max));
              inside != 0; inside &= inside - 1) {
             const glm::dvec3 v(corners.shape->vertices[__builtin_ctz(inside)]);
-            AddStaticContactPoint(normal, TransformPoint(corners.transform, v));
+            AddStaticContactPoint(normal, TransformPoint(*corners.transform, v));
         }
     }
 
