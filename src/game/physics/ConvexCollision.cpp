@@ -442,15 +442,6 @@ ZENDOLA_WIDE_FUNCTION(bool, JudgeCrossAxes,
                        const PlacedBox& A, const PlacedBox& B, double limit2, Judged& judged),
                       (e, fx, fy, fz, count, A, B, limit2, judged))
 
-// The edge directions of a shape placed in the space of the test, per coordinate: in doubles, as
-// TransformDirection places each, and the same in single precision. Zero past the last (for a
-// transform with finite entries).
-struct TurnedEdges {
-    alignas(64) double x[32], y[32], z[32];
-    alignas(64) float sx[32], sy[32], sz[32];
-    double largest;  // the greatest sum of magnitudes of an edge's coordinates
-};
-
 alignas(64) constexpr float kLaneIndex[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15,
                                               16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31};
 
@@ -603,13 +594,10 @@ struct ShapePair {
 
 // The edge axes of two shapes: false when one separates them. Every pair of edge directions,
 // the first shape's in the outer loop, in order.
-__attribute__((noinline)) bool TestEdgeAxes(const glm::dmat4& ta, const glm::dmat4& tb, const ShapePair& shapes,
-                                            const PlacedVertices& wa, const PlacedVertices& wb, double& best,
-                                            glm::dvec3& bestAxis) {
+__attribute__((noinline)) bool TestEdgeAxes(const TurnedEdges& edgesA, const TurnedEdges& edgesB,
+                                            const ShapePair& shapes, const PlacedVertices& wa,
+                                            const PlacedVertices& wb, double& best, glm::dvec3& bestAxis) {
     const uint32_t countA = shapes.factsA->edgeCount, countB = shapes.factsB->edgeCount;
-    TurnedEdges edgesA, edgesB;
-    TurnEdges(*shapes.factsA, ta, edgesA);
-    TurnEdges(*shapes.factsB, tb, edgesB);
     const double* fx = edgesB.x;
     const double* fy = edgesB.y;
     const double* fz = edgesB.z;
@@ -859,6 +847,14 @@ struct PlacedShapeAccess {
         if (S._isBox) S._box = PlaceBox(facts, *S._collider, S._transform, S._center);
         S._boxKnown = true;
     }
+    // The edge directions turned by the transform; `facts` are the shape's.
+    static const TurnedEdges& Edges(PlacedShape& S, const ShapeFacts& facts) {
+        if (!S._edgesKnown) {
+            TurnEdges(facts, S._transform, S._edges);
+            S._edgesKnown = true;
+        }
+        return S._edges;
+    }
     // Face axis k, with the face axes before it.
     static const glm::dvec3& Face(PlacedShape& S, uint32_t k) {
         for (; S._facesPlaced <= k; ++S._facesPlaced) {
@@ -945,7 +941,7 @@ Collision PlacedShapeAccess::Test(PlacedShape& A, PlacedShape& B) {
     double best = kMaxDouble;
     glm::dvec3 bestAxis(0.0);
     if (!TestAxes(wa, wb, faces, 0, faces.count, best, bestAxis)) return {};
-    if (!TestEdgeAxes(ta, tb, shapes, wa, wb, best, bestAxis)) return {};
+    if (!TestEdgeAxes(Edges(A, *shapes.factsA), Edges(B, *shapes.factsB), shapes, wa, wb, best, bestAxis)) return {};
 
     Collision hit;
     hit.normal = Sign(glm::dot(glm::normalize(cA - cB), bestAxis)) * bestAxis;

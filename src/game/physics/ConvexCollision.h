@@ -45,9 +45,18 @@ struct PlacedBox {
     double size;
 };
 
+// The edge directions of a shape placed in the space of a test, per coordinate: in doubles, as
+// TransformDirection places each, and the same in single precision. Zero past the last (for a
+// transform with finite entries).
+struct TurnedEdges {
+    alignas(64) double x[32], y[32], z[32];
+    alignas(64) float sx[32], sy[32], sz[32];
+    double largest;  // the greatest sum of magnitudes of an edge's coordinates
+};
+
 // A shape placed in the space of a separating-axis test, for more tests than one: what a test
 // works out from this shape alone (its centre, whether it is a box and where, its face axes, the
-// inverse of its transform) is kept for the next test it takes part in. The transform is copied;
+// inverse of its transform, its edges turned) is kept for the next test it takes part in. The transform is copied;
 // the collider is read where it lies, so Forget must follow anything that may have changed it.
 class PlacedShape {
 public:
@@ -62,6 +71,7 @@ public:
         _center = ColliderCenter(*_collider, _transform);
         _boxKnown = false;
         _inverseKnown = false;
+        _edgesKnown = false;
         _facesPlaced = 0;
     }
     const ConvexMeshCollider& collider() const { return *_collider; }
@@ -82,6 +92,7 @@ private:
     glm::dvec3 _center;
     bool _boxKnown;            // _facts, _isBox and _box follow the collider's vertices
     bool _inverseKnown;
+    bool _edgesKnown;
     bool _isBox;
     PlacedBox _box;            // set when _isBox is
     const ShapeFacts* _facts;  // valid while the table it came from has made no new entry
@@ -91,6 +102,7 @@ private:
     glm::dvec3 _faces[12];     // turned by the transform, not normalised
     double _faceLength2[12], _faceExtent[12];  // |axis|^2 and the box's extent along the axis (boxes)
     glm::dmat4 _inverse;
+    TurnedEdges _edges;
 };
 
 // The same test as ConvexCollision(a, transformA, b, transformB) on shapes placed beforehand.
