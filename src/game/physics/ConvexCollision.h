@@ -55,9 +55,10 @@ struct TurnedEdges {
 };
 
 // A shape placed in the space of a separating-axis test, for more tests than one: what a test
-// works out from this shape alone (its centre, whether it is a box and where, its face axes, the
-// inverse of its transform, its edges turned) is kept for the next test it takes part in. The transform is copied;
-// the collider is read where it lies, so Forget must follow anything that may have changed it.
+// works out from this shape alone (its centre, whether it is a box and where, its face axes and
+// turned edges, the inverse of its transform) is kept for the next test it takes part in. The
+// transform is copied; the collider is read where it lies, so Forget must follow anything that may
+// have changed it. A placed shape belongs to one thread at a time.
 class PlacedShape {
 public:
     PlacedShape(const ConvexMeshCollider& collider, const glm::dmat4& transform) { Place(collider, transform); }

@@ -70,7 +70,7 @@ public:
     // one-collider bodies close together; a list that grows keeps its room.
     Rigidbody() {
         colliders.reserve(1);
-        _placed.reserve(1);
+        _placed.shapes.reserve(1);
     }
 
     // Rebuilds the body from its entity as the constructor does, keeping the memory of the
@@ -87,7 +87,7 @@ public:
         boundsMax = owner->boundsMax - centerOfMass;
         colliders.clear();
         colliders.reserve(owner->colliders.size());
-        _placedKept = false;
+        _placed.kept = false;
         for (const auto& entry : owner->colliders) {
             if (!entry.second.enabled) continue;
             entity::ConvexMeshCollider& c = colliders.emplace_back(entry.second);
@@ -133,11 +133,11 @@ public:
     // may have changed one (a collision callback) calls ForgetPlacements.
     [[gnu::always_inline]] PlacedShape& GetPlacedShape(size_t i) const {
         GetTransform();
-        if (!_placedKept || _placed.size() != colliders.size()) [[unlikely]] PlaceColliders();
-        return _placed[i];
+        if (!_placed.kept || _placed.shapes.size() != colliders.size()) [[unlikely]] PlaceColliders();
+        return _placed.shapes[i];
     }
     const glm::dmat4& GetPlacedCollider(size_t i) const { return GetPlacedShape(i).transform(); }
-    void ForgetPlacements() const { _placedKept = false; }
+    void ForgetPlacements() const { _placed.kept = false; }
 
 private:
     [[gnu::noinline]] void KeepTransform() const {
@@ -145,21 +145,40 @@ private:
         _transformPosition = position;
         _transformRotation = rotation;
         _transformKept = true;
-        _placedKept = false;
+        _placed.kept = false;
     }
 
     [[gnu::noinline]] void PlaceColliders() const {
-        _placed.clear();
-        for (const entity::ConvexMeshCollider& c : colliders) _placed.emplace_back(c, Multiply(_transform, c.transform));
-        _placedKept = true;
+        _placed.shapes.clear();
+        for (const entity::ConvexMeshCollider& c : colliders) {
+            _placed.shapes.emplace_back(c, Multiply(_transform, c.transform));
+        }
+        _placed.kept = true;
     }
 
     mutable glm::dmat4 _transform{1.0};
     mutable glm::dvec3 _transformPosition{0.0};
     mutable glm::dquat _transformRotation{1.0, 0.0, 0.0, 0.0};
     mutable bool _transformKept = false;
-    mutable std::vector<PlacedShape> _placed;
-    mutable bool _placedKept = false;
+    // The placed colliders point into this body's own collider list: a copied or moved body places
+    // its colliders again (a moved one in the memory it takes over).
+    struct Placements {
+        std::vector<PlacedShape> shapes;
+        bool kept = false;
+        Placements() = default;
+        Placements(const Placements& other) { shapes.reserve(other.shapes.capacity()); }
+        Placements(Placements&& other) noexcept : shapes(std::move(other.shapes)) {}
+        Placements& operator=(const Placements&) {
+            kept = false;
+            return *this;
+        }
+        Placements& operator=(Placements&& other) noexcept {
+            shapes = std::move(other.shapes);
+            kept = false;
+            return *this;
+        }
+    };
+    mutable Placements _placed;
 };
 
 template <class Entity>

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <optional>
 #include <vector>
 
 #include "game/physics/Rigidbody.h"
@@ -152,6 +153,25 @@ TEST(PhysicsContact, AColliderMovedByACallbackIsMetWhereItNowIs) {
     a.CollisionDetection(0.01);
     EXPECT_EQ(b.position, glm::dvec3(0.9, 0, 0));
     c.CollisionDetection(0.01);
+    EXPECT_EQ(seen.calls, 1);
+}
+
+// A copy of a body places its own colliders, even once the body it was copied from is gone.
+TEST(PhysicsContact, ACopiedBodyPlacesItsOwnColliders) {
+    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    eb->position = {0.9, 0, 0};
+    Seen seen;
+    ea->colliders["hull"].callback = Recorder(seen, true);
+    Body a(ea, 0.01);
+    std::optional<Body> copy;
+    {
+        Body b(eb, 0.01);
+        b.GetPlacedShape(0);
+        copy.emplace(b);
+    }
+    a.dynamicCandidates.push_back(&*copy);
+    a.CollisionDetection(0.01);
     EXPECT_EQ(seen.calls, 1);
 }
 
