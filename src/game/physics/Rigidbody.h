@@ -136,7 +136,6 @@ public:
         if (!_placed.kept || _placed.shapes.size() != colliders.size()) [[unlikely]] PlaceColliders();
         return _placed.shapes[i];
     }
-    const glm::dmat4& GetPlacedCollider(size_t i) const { return GetPlacedShape(i).transform(); }
     void ForgetPlacements() const { _placed.kept = false; }
 
 private:
@@ -197,7 +196,6 @@ public:
     using Base::frameAcceleration;
     using Base::GetPositionAtCenterOfBounds;
     using Base::ForgetPlacements;
-    using Base::GetPlacedCollider;
     using Base::GetPlacedShape;
     using Base::GetTransform;
     using Base::id;
@@ -445,14 +443,13 @@ public:
         Walk walk{deltaTime};
         for (size_t ci = 0; ci < colliders.size(); ++ci) {
             entity::ConvexMeshCollider& c = colliders[ci];
-            glm::dmat4 placedC = GetPlacedCollider(ci);
-            PlacedShape* shapeC = &GetPlacedShape(ci);  // fetched again whenever placedC changes
+            PlacedShape* shapeC = &GetPlacedShape(ci);  // fetched again whenever the body has moved
             const glm::dvec3 cMin(c.box_min), cMax(c.box_max);
 
             for (DynamicRigidbody* o : dynamicCandidates) {
                 if (o->colliders.size() > 3 &&
-                    !PotentialBoxBoxIntersection(placedC, o->GetTransform(), cMin, cMax, o->boundsMin, o->boundsMax,
-                                                 true, true)) {
+                    !PotentialBoxBoxIntersection(shapeC->transform(), o->GetTransform(), cMin, cMax, o->boundsMin,
+                                                 o->boundsMax, true, true)) {
                     continue;
                 }
                 for (size_t di = 0; di < o->colliders.size(); ++di) {
@@ -461,7 +458,7 @@ public:
                     const glm::dmat4& placedD = shapeD.transform();
                     Collision collision;
                     if (d.isSphere) {
-                        collision = ConvexCollision(d, placedD, c, placedC);
+                        collision = ConvexCollision(d, placedD, c, shapeC->transform());
                         collision.normal = -collision.normal;
                     } else {
                         collision = ConvexCollision(*shapeC, shapeD);
@@ -479,7 +476,6 @@ public:
                         o->ForgetPlacements();
                     }
                     if (collision.depth > 0) RespondToCollision(this, o, collision, c.friction * d.friction);
-                    placedC = GetPlacedCollider(ci);
                     shapeC = &GetPlacedShape(ci);
                 }
             }
@@ -488,18 +484,18 @@ public:
 
             walk.touched = false;
             for (Rigidbody<Entity>* f : fixedCandidates) {
-                if (f->colliders.size() > 3 && !PotentialBoxBoxIntersection(placedC, f->GetTransform(), cMin, cMax,
-                                                                            f->boundsMin, f->boundsMax, true, true)) {
+                if (f->colliders.size() > 3 &&
+                    !PotentialBoxBoxIntersection(shapeC->transform(), f->GetTransform(), cMin, cMax, f->boundsMin,
+                                                 f->boundsMax, true, true)) {
                     continue;
                 }
                 for (size_t di = 0; di < f->colliders.size(); ++di) {
                     if (walk.touched) {
-                        placedC = GetPlacedCollider(ci);
                         shapeC = &GetPlacedShape(ci);
                         walk.touched = false;
                     }
                     PlacedShape& shapeD = f->GetPlacedShape(di);
-                    Collide(walk, {&c, &placedC, shapeC}, {&f->colliders[di], &shapeD.transform(), &shapeD});
+                    Collide(walk, {&c, &shapeC->transform(), shapeC}, {&f->colliders[di], &shapeD.transform(), &shapeD});
                     if (walk.touched && f->radius > largestTouchedRadius) {
                         potentialNewParent = f->entity;
                         largestTouchedRadius = f->radius;
@@ -512,12 +508,11 @@ public:
                 const glm::dmat4 placedParent = glm::translate(glm::dmat4(1.0), parentBody->centerOfMass);
                 for (const entity::ConvexMeshCollider& d : parentBody->colliders) {
                     if (walk.touched) {
-                        placedC = GetPlacedCollider(ci);
                         shapeC = &GetPlacedShape(ci);
                         walk.touched = false;
                     }
                     const glm::dmat4 placedD = Multiply(placedParent, d.transform);
-                    Collide(walk, {&c, &placedC, shapeC}, {&d, &placedD});
+                    Collide(walk, {&c, &shapeC->transform(), shapeC}, {&d, &placedD});
                     if (walk.touched) touchingParent = true;
                 }
             }
