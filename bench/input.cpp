@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
 
 #include "AllocationCounter.h"
@@ -33,7 +34,7 @@ struct Scene {
     std::unique_ptr<GameSettings> settings;
 
     explicit Scene(int mode) {
-        std::filesystem::remove(path);
+        std::ofstream(path) << "[input]\n";  // an empty settings file: the defaults
         settings = std::make_unique<GameSettings>(path.string(), 0);
         Window::Joystick pad;
         pad.guid = "pad";

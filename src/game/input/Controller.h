@@ -30,6 +30,9 @@ namespace game::input {
 // joysticks through the bindings of Game::settings into a new record `state`, keeping the
 // previous frame's in `previousState`. Everyone else reads the actions through the accessor
 // families below. Client main thread only; the records have no lock.
+//
+// The update also keeps Game::_joysticks in step with the window: a device that appears in a
+// slot gets a new Joystick, one that goes is marked disconnected and contributes nothing.
 class Controller {
 public:
     using InputBinding = quorl::filesystem::ConfigFile::InputBinding;
