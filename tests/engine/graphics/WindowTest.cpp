@@ -100,14 +100,6 @@ TEST(GraphicsWindow, JoystickArraysStayInPlace) {
     EXPECT_EQ(w.GetJoystickName(2), "");
 }
 
-TEST(GraphicsWindow, HeadlessSize) {
-    Window w;
-    EXPECT_GT(w.GetHeight(), 0);
-    w.SetSize(640, 480);
-    EXPECT_EQ(w.GetWidth(), 640);
-    EXPECT_EQ(w.GetHeight(), 480);
-}
-
 // Without a display the desktop window fails with an error, never a crash.
 TEST(GraphicsWindow, GlfwWindowFailsCleanlyOrWorks) {
     try {

