@@ -86,12 +86,17 @@ function(run_server label result)
   if(NOT hex MATCHES "^${magic}01000000${module_id}0600000000000000${type}")
     message(FATAL_ERROR "the saved entity is not a beacon state file: ${hex}")
   endif()
-  # The end: "\n\n\n\n", the block (length 12: u32 format 1, u64 ticks), "\nEOF".
-  if(NOT hex MATCHES "0a0a0a0a0c0000000000000001000000(${u64})0a454f46$")
+  # The end: boundsRadius, the rest flag, "\n\n\n\n", the block (length 12: u32 format 1,
+  # u64 ticks), "\nEOF".
+  if(NOT hex MATCHES "(${u64})..0a0a0a0a0c0000000000000001000000(${u64})0a454f46$")
     message(FATAL_ERROR "the beacon's block is not where the state file ends: ${hex}")
   endif()
+  # The bounds come from the colliders of the model file: none without it.
+  if(CMAKE_MATCH_1 STREQUAL "0000000000000000")
+    message(FATAL_ERROR "the beacon was saved without bounds: its model file was not read")
+  endif()
   # The tick count, little-endian.
-  set(bytes ${CMAKE_MATCH_1})
+  set(bytes ${CMAKE_MATCH_2})
   set(ticks 0)
   foreach(i RANGE 7 0 -1)
     math(EXPR offset "${i} * 2")
