@@ -14,8 +14,8 @@ public:
     static constexpr uint32_t kFormat = 1;
 
     void Serialize(quorl::filesystem::WriteOnlyStream& out) override;
-    // Raises std::runtime_error for a block of another format: the library then keeps the file
-    // and leaves the entity unloaded.
+    // Raises std::runtime_error for a block of another format: the library keeps the file, and
+    // the load of the world stops there.
     void Deserialize(quorl::filesystem::ReadOnlyStream& in) override;
     void Init() override;
     void Update(double deltaTime) override;
