@@ -152,6 +152,9 @@ void Game::Update(double) {
     }
     if (audio) {
         audio->SetVolume(0.5f * (settings ? settings->master_volume : 1.0f), "bus:/");
+        // The ambience takes the environment volume as its own (EnvironmentAudio::SetWindSpeed).
+        audio->SetVolume(settings ? settings->entities_volume : 1.0f, "bus:/entities");
+        audio->SetVolume(settings ? settings->interface_volume : 1.0f, "bus:/interface");
         if (renderer) {
             const graphics::GameRenderer::Camera& camera = renderer->camera;
             glm::vec3 position(camera.worldTransform * camera.origin);
