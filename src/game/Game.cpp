@@ -30,6 +30,7 @@ quorl::graphics::Window* Game::window = nullptr;
 quorl::audio::Studio* Game::audio = nullptr;
 audio::EnvironmentAudio* Game::environmentAudio = nullptr;
 GameSettings* Game::settings = nullptr;
+Config Game::config;
 
 std::atomic<bool> Game::isActive{false};
 int32_t Game::_mode = 0;
@@ -152,6 +153,9 @@ void Game::Update(double) {
     }
     if (audio) {
         audio->SetVolume(0.5f * (settings ? settings->master_volume : 1.0f), "bus:/");
+        // The ambience takes the environment volume as its own (EnvironmentAudio::SetWindSpeed).
+        audio->SetVolume(settings ? settings->entities_volume : 1.0f, "bus:/entities");
+        audio->SetVolume(settings ? settings->interface_volume : 1.0f, "bus:/interface");
         if (renderer) {
             const graphics::GameRenderer::Camera& camera = renderer->camera;
             glm::vec3 position(camera.worldTransform * camera.origin);
@@ -324,6 +328,7 @@ void Game::Stop() {
     _inputMode = 0;
     _mouseLook = false;
     _joysticks.clear();
+    config.Clear();
     settingsWindowOpen = false;
     adminWindowOpen = false;
     uiVisible = true;

@@ -196,4 +196,26 @@ void GlfwWindow::PollEvents() {
     }
 }
 
+std::vector<const char*> GlfwWindow::VulkanInstanceExtensions() const {
+    using Fn = const char** (*)(uint32_t*);
+    auto get = reinterpret_cast<Fn>(::dlsym(_library, "glfwGetRequiredInstanceExtensions"));
+    uint32_t count = 0;
+    const char** names = get ? get(&count) : nullptr;
+    return names ? std::vector<const char*>(names, names + count) : std::vector<const char*>();
+}
+
+int GlfwWindow::CreateVulkanSurface(void* instance, void* surfaceOut) const {
+    using Fn = int (*)(void*, void*, const void*, void*);
+    auto create = reinterpret_cast<Fn>(::dlsym(_library, "glfwCreateWindowSurface"));
+    if (!create) return -3;  // VK_ERROR_INITIALIZATION_FAILED
+    return create(instance, _window, nullptr, surfaceOut);
+}
+
+void GlfwWindow::GetFramebufferSize(int& width, int& height) const {
+    using Fn = void (*)(void*, int*, int*);
+    auto get = reinterpret_cast<Fn>(::dlsym(_library, "glfwGetFramebufferSize"));
+    width = height = 0;
+    if (get) get(_window, &width, &height);
+}
+
 }  // namespace quorl::graphics
