@@ -94,3 +94,24 @@ function(zendola_add_fuzzers)
     endif()
   endforeach()
 endfunction()
+
+# SPIR-V from every GLSL stage under data/ (.vert, .frag, .comp): <build>/data/<path>.<stage>.spv,
+# built by glslc with data/ and the shader's folder as include paths. The target zendola_shaders
+# builds them all.
+function(zendola_add_shaders)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${ZENDOLA_ROOT}/data/*.vert ${ZENDOLA_ROOT}/data/*.frag
+       ${ZENDOLA_ROOT}/data/*.comp)
+  file(GLOB_RECURSE includes CONFIGURE_DEPENDS ${ZENDOLA_ROOT}/data/*.glsl)
+  set(outputs)
+  foreach(src ${sources})
+    file(RELATIVE_PATH rel ${ZENDOLA_ROOT} ${src})
+    get_filename_component(dir ${src} DIRECTORY)
+    set(out ${CMAKE_BINARY_DIR}/${rel}.spv)
+    add_custom_command(OUTPUT ${out}
+      COMMAND ${Vulkan_GLSLC_EXECUTABLE} --target-env=vulkan1.3 -O -I ${ZENDOLA_ROOT}/data -I ${dir} ${src} -o ${out}
+      DEPENDS ${src} ${includes}
+      COMMENT "glslc ${rel}")
+    list(APPEND outputs ${out})
+  endforeach()
+  add_custom_target(zendola_shaders ALL DEPENDS ${outputs})
+endfunction()

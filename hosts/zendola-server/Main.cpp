@@ -19,6 +19,10 @@ int main(int argc, char** argv) {
         return 2;
     }
     host::ServerOptions options = parsed.options;
+    if (options.version) {
+        std::cout << "zendola-server " << ZENDOLA_VERSION << "\n";
+        return 0;
+    }
     if (options.help) {
         std::cout << host::ServerUsage("zendola-server");
         return 0;

@@ -141,6 +141,10 @@ ParseResult ParseServerOptions(const std::vector<std::string>& args) {
             o.help = true;
             continue;
         }
+        if (arg == "--version") {
+            o.version = true;
+            continue;
+        }
         if (arg == "--unpaced") {
             o.unpaced = true;
             continue;
@@ -207,6 +211,7 @@ std::string ServerUsage(const std::string& program) {
       << "                    still 1/HZ per tick)\n"
       << "  --poses FILE      write the pose of every entity to FILE after loading and before saving\n"
       << "  -h, --help        print this text and exit\n"
+      << "  --version         print the program's version and exit\n"
       << "\n"
       << "Progress line: tick count, ticks per second, bodies (rigid bodies with mass), resting bodies,\n"
       << "entities, and the physics time per tick in milliseconds.\n"

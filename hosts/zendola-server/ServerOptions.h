@@ -19,6 +19,7 @@ struct ServerOptions {
     bool unpaced = false;                          // tick as fast as possible, dt stays 1 / rate
     std::string posesFile;                         // where to write the poses after loading and before saving
     bool help = false;
+    bool version = false;                          // print the version and exit
 };
 
 // Result of parsing: the options, or the first error in `error` (non-empty).

@@ -30,6 +30,7 @@ quorl::graphics::Window* Game::window = nullptr;
 quorl::audio::Studio* Game::audio = nullptr;
 audio::EnvironmentAudio* Game::environmentAudio = nullptr;
 GameSettings* Game::settings = nullptr;
+Config Game::config;
 
 std::atomic<bool> Game::isActive{false};
 int32_t Game::_mode = 0;
@@ -327,6 +328,7 @@ void Game::Stop() {
     _inputMode = 0;
     _mouseLook = false;
     _joysticks.clear();
+    config.Clear();
     settingsWindowOpen = false;
     adminWindowOpen = false;
     uiVisible = true;

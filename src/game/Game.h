@@ -13,6 +13,7 @@
 #include <glm/mat4x4.hpp>
 #include <glm/vec3.hpp>
 
+#include "game/Config.h"
 #include "game/UniqueId.h"
 #include "game/graphics/ui/InventoryUi.h"
 #include "game/physics/EnvironmentInfo.h"
@@ -70,6 +71,8 @@ public:
     static quorl::audio::Studio* audio;
     static audio::EnvironmentAudio* environmentAudio;
     static GameSettings* settings;
+    // The process-wide YAML document for modules: empty at start, cleared by Stop.
+    static Config config;
 
     // Run control.
     static std::atomic<bool> isActive;

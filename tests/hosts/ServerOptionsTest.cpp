@@ -64,7 +64,7 @@ TEST(ServerHostOptions, BadCommandLinesNameTheProblem) {
 TEST(ServerHostOptions, HelpDocumentsEveryOption) {
     std::string help = host::ServerUsage("zendola-server");
     for (const char* option : {"--world", "--ticks", "--rate", "--substeps", "--modules", "--content", "--dir",
-                               "--progress", "--autosave", "--unpaced", "--poses", "--help"})
+                               "--progress", "--autosave", "--unpaced", "--poses", "--help", "--version"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
     EXPECT_TRUE(ParseServerOptions({"-h"}).options.help);
     EXPECT_TRUE(ParseServerOptions({"--ticks", "1", "--help"}).options.help);

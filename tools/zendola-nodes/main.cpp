@@ -3,6 +3,7 @@
 //   zendola-nodes build GRAPH.json [--name NAME]   print the program text of a graph
 //   zendola-nodes graph PROGRAM                    print the graph kept on a program's first line
 //   zendola-nodes check PROGRAM [--name NAME]      regenerate a program from its graph and compare
+//   zendola-nodes --version                        print the version
 //
 // The program name gives the prefixes of the generated names. build takes it from the graph's file
 // name without its extension ("door.json" is the program "door"), check from the program's file
@@ -33,7 +34,8 @@ struct Failure {
 int Usage() {
     std::cerr << "usage: zendola-nodes build GRAPH.json [--name NAME]\n"
                  "       zendola-nodes graph PROGRAM\n"
-                 "       zendola-nodes check PROGRAM [--name NAME]\n";
+                 "       zendola-nodes check PROGRAM [--name NAME]\n"
+                 "       zendola-nodes --version\n";
     return kFailed;
 }
 
@@ -116,6 +118,10 @@ int Check(const std::string& path, std::string name) {
 
 int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.size() == 1 && args[0] == "--version") {
+        std::cout << "zendola-nodes " << ZENDOLA_VERSION << "\n";
+        return 0;
+    }
     std::string name;
     for (size_t i = 0; i < args.size(); ++i) {
         if (args[i] == "--name") {

@@ -33,10 +33,31 @@ struct GlfwWindow::Api {
     decltype(&glfwGetJoystickButtons) GetJoystickButtons;
     decltype(&glfwGetJoystickHats) GetJoystickHats;
     decltype(&glfwGetGamepadState) GetGamepadState;
+    decltype(&glfwGetWindowSize) GetWindowSize;
+    decltype(&glfwSetWindowUserPointer) SetWindowUserPointer;
+    decltype(&glfwGetWindowUserPointer) GetWindowUserPointer;
+    decltype(&glfwSetKeyCallback) SetKeyCallback;
+    decltype(&glfwSetMouseButtonCallback) SetMouseButtonCallback;
     decltype(&glfwWindowHint) WindowHint;
 };
 
 namespace {
+
+// GLFW's event callbacks are plain functions; the window is found through its user pointer,
+// read with the function of the one GLFW library loaded.
+decltype(&glfwGetWindowUserPointer) gGetWindowUserPointer = nullptr;
+
+Window* Owner(GLFWwindow* w) {
+    return gGetWindowUserPointer ? static_cast<Window*>(gGetWindowUserPointer(w)) : nullptr;
+}
+
+void OnKey(GLFWwindow* w, int key, int scancode, int action, int mods) {
+    if (Window* window = Owner(w)) window->KeyEvent(key, scancode, action, mods);
+}
+
+void OnMouseButton(GLFWwindow* w, int button, int action, int mods) {
+    if (Window* window = Owner(w)) window->MouseButtonEvent(button, action, mods);
+}
 
 template <class F>
 void Bind(void* library, const char* name, F& f) {
@@ -77,6 +98,11 @@ GlfwWindow::GlfwWindow(int width, int height, const std::string& title) {
         Bind(_library, "glfwGetJoystickButtons", a.GetJoystickButtons);
         Bind(_library, "glfwGetJoystickHats", a.GetJoystickHats);
         Bind(_library, "glfwGetGamepadState", a.GetGamepadState);
+        Bind(_library, "glfwGetWindowSize", a.GetWindowSize);
+        Bind(_library, "glfwSetWindowUserPointer", a.SetWindowUserPointer);
+        Bind(_library, "glfwGetWindowUserPointer", a.GetWindowUserPointer);
+        Bind(_library, "glfwSetKeyCallback", a.SetKeyCallback);
+        Bind(_library, "glfwSetMouseButtonCallback", a.SetMouseButtonCallback);
         Bind(_library, "glfwWindowHint", a.WindowHint);
         if (!a.Init()) throw std::runtime_error("cannot initialise GLFW (no display?)");
         a.WindowHint(GLFW_CLIENT_API, GLFW_NO_API);  // the renderer makes its own surface
@@ -85,6 +111,10 @@ GlfwWindow::GlfwWindow(int width, int height, const std::string& title) {
             a.Terminate();
             throw std::runtime_error("cannot create the GLFW window");
         }
+        gGetWindowUserPointer = a.GetWindowUserPointer;
+        a.SetWindowUserPointer(static_cast<GLFWwindow*>(_window), static_cast<Window*>(this));
+        a.SetKeyCallback(static_cast<GLFWwindow*>(_window), &OnKey);
+        a.SetMouseButtonCallback(static_cast<GLFWwindow*>(_window), &OnMouseButton);
     } catch (...) {
         delete _api;
         ::dlclose(_library);
@@ -132,13 +162,14 @@ void GlfwWindow::PollEvents() {
     for (auto& request : requests) request();
     _api->PollEvents();
 
+    // Keys and mouse buttons arrived through the event callbacks during the poll.
     SetFocused(_api->GetWindowAttrib(w, GLFW_FOCUSED) != 0);
+    int width = 0, height = 0;
+    _api->GetWindowSize(w, &width, &height);
+    SetSize(width, height);
     double x = 0, y = 0;
     _api->GetCursorPos(w, &x, &y);
     Window::SetCursorPos(x, y);
-    for (int key = GLFW_KEY_SPACE; key <= GLFW_KEY_LAST; ++key) SetKey(key, _api->GetKey(w, key));
-    for (int button = 0; button <= GLFW_MOUSE_BUTTON_LAST; ++button)
-        SetMouseButton(button, _api->GetMouseButton(w, button));
     if (const char* clipboard = _api->GetClipboardString(w)) Window::SetClipboardString(clipboard);
 
     for (int jid = 0; jid <= GLFW_JOYSTICK_LAST; ++jid) {
@@ -163,6 +194,28 @@ void GlfwWindow::PollEvents() {
         }
         SetJoystick(jid, j);
     }
+}
+
+std::vector<const char*> GlfwWindow::VulkanInstanceExtensions() const {
+    using Fn = const char** (*)(uint32_t*);
+    auto get = reinterpret_cast<Fn>(::dlsym(_library, "glfwGetRequiredInstanceExtensions"));
+    uint32_t count = 0;
+    const char** names = get ? get(&count) : nullptr;
+    return names ? std::vector<const char*>(names, names + count) : std::vector<const char*>();
+}
+
+int GlfwWindow::CreateVulkanSurface(void* instance, void* surfaceOut) const {
+    using Fn = int (*)(void*, void*, const void*, void*);
+    auto create = reinterpret_cast<Fn>(::dlsym(_library, "glfwCreateWindowSurface"));
+    if (!create) return -3;  // VK_ERROR_INITIALIZATION_FAILED
+    return create(instance, _window, nullptr, surfaceOut);
+}
+
+void GlfwWindow::GetFramebufferSize(int& width, int& height) const {
+    using Fn = void (*)(void*, int*, int*);
+    auto get = reinterpret_cast<Fn>(::dlsym(_library, "glfwGetFramebufferSize"));
+    width = height = 0;
+    if (get) get(_window, &width, &height);
 }
 
 }  // namespace quorl::graphics

@@ -39,6 +39,15 @@ private:
     void* _window = nullptr;
     std::mutex _requestsMutex;
     std::vector<std::function<void()>> _requests;
+
+    // Vulkan presentation, for the renderer. Call from the thread that made the window.
+public:
+    // The instance extensions GLFW needs for a surface; empty when Vulkan can't present here.
+    std::vector<const char*> VulkanInstanceExtensions() const;
+    // Makes the window's surface on `instance` (a VkInstance); returns the VkResult as an int.
+    int CreateVulkanSurface(void* instance, void* surfaceOut) const;
+    // The size of the drawable area in pixels (0 x 0 while minimised).
+    void GetFramebufferSize(int& width, int& height) const;
 };
 
 }  // namespace quorl::graphics

@@ -1,5 +1,7 @@
 #include "quorl/graphics/Window.h"
 
+#include <algorithm>
+
 namespace quorl::graphics {
 
 void Window::SetInputMode(int mode, int value) {
@@ -50,55 +52,70 @@ void Window::SetClipboardString(const std::string& text) {
     _clipboard = text;
 }
 
+int Window::GetWidth() const {
+    std::lock_guard lock(_mutex);
+    return _width;
+}
+
+int Window::GetHeight() const {
+    std::lock_guard lock(_mutex);
+    return _height;
+}
+
+const Window::JoystickSlot* Window::FindSlot(int jid) const {
+    if (jid < 0 || jid > JOYSTICK_LAST || !_joysticks[size_t(jid)].present) return nullptr;
+    return &_joysticks[size_t(jid)];
+}
+
 bool Window::JoystickPresent(int jid) const {
     std::lock_guard lock(_mutex);
-    return _joysticks.count(jid) > 0;
+    return FindSlot(jid) != nullptr;
 }
 
 bool Window::JoystickIsGamepad(int jid) const {
     std::lock_guard lock(_mutex);
-    auto it = _joysticks.find(jid);
-    return it != _joysticks.end() && it->second.isGamepad;
+    const JoystickSlot* slot = FindSlot(jid);
+    return slot && slot->isGamepad;
 }
 
 std::string Window::GetJoystickName(int jid) const {
     std::lock_guard lock(_mutex);
-    auto it = _joysticks.find(jid);
-    return it != _joysticks.end() ? it->second.name : std::string();
+    const JoystickSlot* slot = FindSlot(jid);
+    return slot ? slot->name : std::string();
 }
 
 std::string Window::GetJoystickGUID(int jid) const {
     std::lock_guard lock(_mutex);
-    auto it = _joysticks.find(jid);
-    return it != _joysticks.end() ? it->second.guid : std::string();
+    const JoystickSlot* slot = FindSlot(jid);
+    return slot ? slot->guid : std::string();
 }
 
 const float* Window::GetJoystickAxes(int jid, int& count) const {
     std::lock_guard lock(_mutex);
-    auto it = _joysticks.find(jid);
-    count = it != _joysticks.end() ? int(it->second.axes.size()) : 0;
-    return count ? it->second.axes.data() : nullptr;
+    const JoystickSlot* slot = FindSlot(jid);
+    count = slot ? slot->axisCount : 0;
+    return count ? slot->axes.data() : nullptr;
 }
 
 const unsigned char* Window::GetJoystickButtons(int jid, int& count) const {
     std::lock_guard lock(_mutex);
-    auto it = _joysticks.find(jid);
-    count = it != _joysticks.end() ? int(it->second.buttons.size()) : 0;
-    return count ? it->second.buttons.data() : nullptr;
+    const JoystickSlot* slot = FindSlot(jid);
+    count = slot ? slot->buttonCount : 0;
+    return count ? slot->buttons.data() : nullptr;
 }
 
 const unsigned char* Window::GetJoystickHats(int jid, int& count) const {
     std::lock_guard lock(_mutex);
-    auto it = _joysticks.find(jid);
-    count = it != _joysticks.end() ? int(it->second.hats.size()) : 0;
-    return count ? it->second.hats.data() : nullptr;
+    const JoystickSlot* slot = FindSlot(jid);
+    count = slot ? slot->hatCount : 0;
+    return count ? slot->hats.data() : nullptr;
 }
 
 bool Window::GetGamepadState(int jid, GamepadState& state) const {
     std::lock_guard lock(_mutex);
-    auto it = _joysticks.find(jid);
-    if (it == _joysticks.end() || !it->second.isGamepad) return false;
-    state = it->second.gamepad;
+    const JoystickSlot* slot = FindSlot(jid);
+    if (!slot || !slot->isGamepad) return false;
+    state = slot->gamepad;
     return true;
 }
 
@@ -107,25 +124,112 @@ void Window::SetFocused(bool focused) {
     _focused = focused;
 }
 
-void Window::SetKey(int key, int action) {
+void Window::SetSize(int width, int height) {
     std::lock_guard lock(_mutex);
-    if (key >= 0 && key <= KEY_LAST) _keys[size_t(key)] = action == RELEASE ? RELEASE : PRESS;
+    _width = width;
+    _height = height;
 }
 
-void Window::SetMouseButton(int button, int action) {
-    std::lock_guard lock(_mutex);
-    if (button >= 0 && button <= MOUSE_BUTTON_LAST)
+void Window::KeyEvent(int key, int scancode, int action, int mods) {
+    if (key < 0 || key > KEY_LAST) return;
+    {
+        std::lock_guard lock(_mutex);
+        _keys[size_t(key)] = action == RELEASE ? RELEASE : PRESS;
+    }
+    std::vector<std::string> names;
+    {
+        std::lock_guard lock(_callbackMutex);
+        if (_keyCallbacks.empty()) return;
+        for (auto& entry : _keyCallbacks) names.push_back(entry.first);
+    }
+    for (const std::string& name : names) {
+        KeyCallback callback;
+        {
+            std::lock_guard lock(_callbackMutex);
+            auto it = _keyCallbacks.find(name);
+            if (it == _keyCallbacks.end()) continue;
+            callback = it->second;
+        }
+        if (callback) callback(key, scancode, action, mods);
+    }
+}
+
+void Window::MouseButtonEvent(int button, int action, int mods) {
+    if (button < 0 || button > MOUSE_BUTTON_LAST) return;
+    {
+        std::lock_guard lock(_mutex);
         _mouseButtons[size_t(button)] = action == RELEASE ? RELEASE : PRESS;
+    }
+    std::vector<std::string> names;
+    {
+        std::lock_guard lock(_callbackMutex);
+        if (_mouseButtonCallbacks.empty()) return;
+        for (auto& entry : _mouseButtonCallbacks) names.push_back(entry.first);
+    }
+    for (const std::string& name : names) {
+        MouseButtonCallback callback;
+        {
+            std::lock_guard lock(_callbackMutex);
+            auto it = _mouseButtonCallbacks.find(name);
+            if (it == _mouseButtonCallbacks.end()) continue;
+            callback = it->second;
+        }
+        if (callback) callback(button, action, mods);
+    }
 }
 
+void Window::AddCallback_Key(const std::string& name, KeyCallback callback) {
+    std::lock_guard lock(_callbackMutex);
+    _keyCallbacks[name] = std::move(callback);
+}
+
+void Window::RemoveCallback_Key(const std::string& name) {
+    std::lock_guard lock(_callbackMutex);
+    _keyCallbacks.erase(name);
+}
+
+void Window::AddCallback_MouseButton(const std::string& name, MouseButtonCallback callback) {
+    std::lock_guard lock(_callbackMutex);
+    _mouseButtonCallbacks[name] = std::move(callback);
+}
+
+void Window::RemoveCallback_MouseButton(const std::string& name) {
+    std::lock_guard lock(_callbackMutex);
+    _mouseButtonCallbacks.erase(name);
+}
+
+// The slot's arrays are rewritten in place, never reallocated: see the header.
 void Window::SetJoystick(int jid, const Joystick& joystick) {
+    if (jid < 0 || jid > JOYSTICK_LAST) return;
     std::lock_guard lock(_mutex);
-    if (jid >= 0 && jid <= JOYSTICK_LAST) _joysticks[jid] = joystick;
+    JoystickSlot& slot = _joysticks[size_t(jid)];
+    slot.present = true;
+    slot.name = joystick.name;
+    slot.guid = joystick.guid;
+    slot.isGamepad = joystick.isGamepad;
+    slot.gamepad = joystick.gamepad;
+    auto copy = [](const auto& from, auto& to, int& count) {
+        count = int(std::min(from.size(), to.size()));
+        std::fill(std::copy_n(from.begin(), count, to.begin()), to.end(), 0);
+    };
+    copy(joystick.axes, slot.axes, slot.axisCount);
+    copy(joystick.buttons, slot.buttons, slot.buttonCount);
+    copy(joystick.hats, slot.hats, slot.hatCount);
 }
 
 void Window::RemoveJoystick(int jid) {
+    if (jid < 0 || jid > JOYSTICK_LAST) return;
     std::lock_guard lock(_mutex);
-    _joysticks.erase(jid);
+    JoystickSlot& slot = _joysticks[size_t(jid)];
+    slot.present = false;
+    slot.isGamepad = false;
+    slot.name.clear();
+    slot.guid.clear();
+    slot.gamepad = GamepadState{};
+    slot.axisCount = slot.buttonCount = slot.hatCount = 0;
+    slot.axes.fill(0.0f);
+    slot.buttons.fill(0);
+    slot.hats.fill(0);
 }
 
 }  // namespace quorl::graphics

@@ -1,6 +1,7 @@
 #pragma once
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -19,6 +20,10 @@ constexpr int PRESS = 1;
 constexpr int KEY_LAST = 348;
 constexpr int MOUSE_BUTTON_LAST = 7;
 constexpr int JOYSTICK_LAST = 15;
+// Per device, the most axes, buttons and hats kept; a device reporting more is cut to these.
+constexpr int JOYSTICK_AXES_MAX = 64;
+constexpr int JOYSTICK_BUTTONS_MAX = 512;
+constexpr int JOYSTICK_HATS_MAX = 16;
 
 // GLFW's gamepad record: 15 button bytes, 6 axis floats.
 struct GamepadState {
@@ -29,8 +34,13 @@ struct GamepadState {
 // The application window: input state, cursor, joysticks and clipboard.
 //
 // This class is the headless backend: nothing is shown and every input is state that the host or
-// a test sets (SetFocused, SetKey, SetJoystick...). A windowing backend derives from it and
-// overrides the queries. All calls are safe from any thread.
+// a test sets (SetFocused, SetSize, SetKey, SetMouseButton, SetCursorPos, SetJoystick...). A
+// windowing backend derives from it and feeds the same setters from its events. All calls are
+// safe from any thread.
+//
+// Key and mouse-button events reach the callbacks registered by name, on the thread that made
+// the event, after the state is stored (a callback may query the window, add or remove
+// callbacks; one removed during an event is not called after its removal).
 class Window {
 public:
     struct Joystick {
@@ -43,6 +53,9 @@ public:
         GamepadState gamepad;
     };
 
+    using KeyCallback = std::function<void(int key, int scancode, int action, int mods)>;
+    using MouseButtonCallback = std::function<void(int button, int action, int mods)>;
+
     Window() = default;
     virtual ~Window() = default;
     Window(const Window&) = delete;
@@ -52,6 +65,8 @@ public:
     virtual void SetInputMode(int mode, int value);
     virtual int GetInputMode(int mode) const;
     virtual bool IsFocused() const;
+    int GetWidth() const;
+    int GetHeight() const;
     virtual void SetCursorPos(double x, double y);
     virtual void GetCursorPos(double& x, double& y) const;
     // PRESS or RELEASE; RELEASE for a number out of range.
@@ -60,8 +75,16 @@ public:
     virtual std::string GetClipboardString() const;
     virtual void SetClipboardString(const std::string& text);
 
-    // Joysticks by slot 0..JOYSTICK_LAST. The array pointers stay valid until the next change of
-    // that slot; a missing slot gives null and a count of 0.
+    // Callbacks by name; adding under a name in use replaces that callback.
+    void AddCallback_Key(const std::string& name, KeyCallback callback);
+    void RemoveCallback_Key(const std::string& name);
+    void AddCallback_MouseButton(const std::string& name, MouseButtonCallback callback);
+    void RemoveCallback_MouseButton(const std::string& name);
+
+    // Joysticks by slot 0..JOYSTICK_LAST. The array pointers stay valid as long as the window:
+    // each slot's arrays have a fixed place, rewritten in place when the device changes and
+    // zeroed when it goes, so a reader holding an old pointer reads no freed memory. A missing
+    // slot gives null and a count of 0.
     virtual bool JoystickPresent(int jid) const;
     virtual bool JoystickIsGamepad(int jid) const;
     virtual std::string GetJoystickName(int jid) const;
@@ -71,22 +94,44 @@ public:
     virtual const unsigned char* GetJoystickHats(int jid, int& count) const;
     virtual bool GetGamepadState(int jid, GamepadState& state) const;
 
-    // Headless state setters.
+    // Setters of the state, used by tests and by the windowing backend. A key or button event
+    // stores PRESS for any action but RELEASE (GLFW's REPEAT included) and then calls the
+    // callbacks with the action as given; codes out of range are ignored.
     void SetFocused(bool focused);
-    void SetKey(int key, int action);
-    void SetMouseButton(int button, int action);
+    void SetSize(int width, int height);
+    void SetKey(int key, int action) { KeyEvent(key, 0, action, 0); }
+    void SetMouseButton(int button, int action) { MouseButtonEvent(button, action, 0); }
+    void KeyEvent(int key, int scancode, int action, int mods);
+    void MouseButtonEvent(int button, int action, int mods);
     void SetJoystick(int jid, const Joystick& joystick);
     void RemoveJoystick(int jid);
 
 private:
+    struct JoystickSlot {
+        bool present = false;
+        std::string name, guid;
+        bool isGamepad = false;
+        int axisCount = 0, buttonCount = 0, hatCount = 0;
+        std::array<float, JOYSTICK_AXES_MAX> axes{};
+        std::array<unsigned char, JOYSTICK_BUTTONS_MAX> buttons{};
+        std::array<unsigned char, JOYSTICK_HATS_MAX> hats{};
+        GamepadState gamepad;
+    };
+    const JoystickSlot* FindSlot(int jid) const;  // a present slot, or null; caller holds _mutex
+
     mutable std::mutex _mutex;
     bool _focused = true;
+    int _width = 1280, _height = 720;
     int _cursorMode = CURSOR_NORMAL;
     double _cursorX = 0, _cursorY = 0;
     std::array<unsigned char, KEY_LAST + 1> _keys{};
     std::array<unsigned char, MOUSE_BUTTON_LAST + 1> _mouseButtons{};
     std::string _clipboard;
-    std::map<int, Joystick> _joysticks;
+    std::array<JoystickSlot, JOYSTICK_LAST + 1> _joysticks;
+
+    std::mutex _callbackMutex;
+    std::map<std::string, KeyCallback> _keyCallbacks;
+    std::map<std::string, MouseButtonCallback> _mouseButtonCallbacks;
 };
 
 }  // namespace quorl::graphics

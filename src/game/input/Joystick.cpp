@@ -25,15 +25,19 @@ Joystick::Joystick(int id_) : id(id_) {
 
 void Joystick::InputUpdate() {
     quorl::graphics::Window* w = Game::window;
-    if (!w) {
+    // A device the window no longer reports is gone: it reads as nothing from now on, and the
+    // finders skip it.
+    if (!w || !w->JoystickPresent(id)) {
+        connected = false;
         axes = nullptr, buttons = nullptr, hats = nullptr;
         axisCount = buttonCount = hatCount = 0;
+        gamepadState = quorl::graphics::GamepadState{};
         return;
     }
     axes = w->GetJoystickAxes(id, axisCount);
     buttons = w->GetJoystickButtons(id, buttonCount);
     hats = w->GetJoystickHats(id, hatCount);
-    if (isGamepad) w->GetGamepadState(id, gamepadState);
+    if (isGamepad && !w->GetGamepadState(id, gamepadState)) gamepadState = quorl::graphics::GamepadState{};
     if (axisMinimum.size() < size_t(axisCount)) {
         axisMinimum.resize(size_t(axisCount), 0.0f);
         axisMaximum.resize(size_t(axisCount), 0.0f);

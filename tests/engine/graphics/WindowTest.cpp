@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "quorl/graphics/GlfwWindow.h"
 #include "quorl/graphics/Window.h"
@@ -43,6 +45,67 @@ TEST(GraphicsWindow, JoysticksBySlot) {
     w.RemoveJoystick(3);
     EXPECT_FALSE(w.GetGamepadState(3, state));
     EXPECT_EQ(w.GetJoystickButtons(3, count), nullptr);
+}
+
+TEST(GraphicsWindow, KeyAndMouseCallbacksByName) {
+    Window w;
+    std::vector<std::string> seen;
+    w.AddCallback_Key("a", [&](int key, int, int action, int mods) {
+        seen.push_back("a" + std::to_string(key) + "/" + std::to_string(action) + "/" + std::to_string(mods));
+        EXPECT_EQ(w.GetKey(key), action == RELEASE ? RELEASE : PRESS);  // state is stored first
+    });
+    w.AddCallback_Key("b", [&](int, int, int, int) {
+        seen.push_back("b");
+        w.RemoveCallback_Key("c");  // removed during the event: not called any more
+    });
+    w.AddCallback_Key("c", [&](int, int, int, int) { seen.push_back("c"); });
+    w.AddCallback_MouseButton("m", [&](int button, int action, int) {
+        seen.push_back("m" + std::to_string(button) + "/" + std::to_string(action));
+    });
+    w.KeyEvent(65, 38, 2, 1);  // a repeat reads as pressed
+    w.SetKey(KEY_LAST + 1, PRESS);  // out of range: no event
+    w.AddCallback_Key("a", [&](int, int, int, int) { seen.push_back("a'"); });  // replaces "a"
+    w.SetKey(65, RELEASE);
+    w.MouseButtonEvent(1, PRESS, 0);
+    w.SetMouseButton(MOUSE_BUTTON_LAST + 1, PRESS);
+    w.RemoveCallback_MouseButton("m");
+    w.SetMouseButton(1, RELEASE);
+    EXPECT_EQ(seen, (std::vector<std::string>{"a65/2/1", "b", "a'", "b", "m1/1"}));
+    EXPECT_EQ(w.GetMouseButton(1), RELEASE);
+}
+
+// A reader that kept a pointer into a slot's arrays reads the device's new values, and zeros
+// once it is gone, never freed memory.
+TEST(GraphicsWindow, JoystickArraysStayInPlace) {
+    Window w;
+    Window::Joystick stick;
+    stick.axes = {0.25f, -0.5f};
+    stick.buttons = {1, 0, 1};
+    stick.axes.resize(JOYSTICK_AXES_MAX + 10, 0.75f);  // more than a slot keeps
+    w.SetJoystick(2, stick);
+    int count = 0;
+    const float* axes = w.GetJoystickAxes(2, count);
+    EXPECT_EQ(count, JOYSTICK_AXES_MAX);
+    stick.axes = {0.5f};
+    w.SetJoystick(2, stick);
+    EXPECT_EQ(w.GetJoystickAxes(2, count), axes);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(axes[0], 0.5f);
+    EXPECT_EQ(axes[1], 0.0f);
+    const unsigned char* buttons = w.GetJoystickButtons(2, count);
+    w.RemoveJoystick(2);
+    EXPECT_FALSE(w.JoystickPresent(2));
+    EXPECT_EQ(axes[0], 0.0f);
+    EXPECT_EQ(buttons[0], 0);
+    EXPECT_EQ(w.GetJoystickName(2), "");
+}
+
+TEST(GraphicsWindow, HeadlessSize) {
+    Window w;
+    EXPECT_GT(w.GetHeight(), 0);
+    w.SetSize(640, 480);
+    EXPECT_EQ(w.GetWidth(), 640);
+    EXPECT_EQ(w.GetHeight(), 480);
 }
 
 // Without a display the desktop window fails with an error, never a crash.

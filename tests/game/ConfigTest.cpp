@@ -1,0 +1,392 @@
+// game::Config: the YAML forms a module writes, the lookup rules modules rely on (a miss returns
+// the node asked), the conversions and classifiers, and what bad text leaves behind.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <yaml-cpp/exceptions.h>
+
+#include "game/Config.h"
+#include "game/Game.h"
+
+using game::Config;
+
+namespace {
+
+constexpr size_t npos = Config::Node::npos;
+
+void Parse(Config& config, std::string text) { config.Parse(text.data()); }
+
+// The children of a node, front to back, as "key=value" (or "value" without a key).
+std::vector<std::string> Members(const Config::Node& node) {
+    std::vector<std::string> out;
+    for (auto it = node.begin(); it != node.end(); ++it) {
+        Config::Node child = *it;
+        out.push_back(child.HasKey() ? child.Key() + "=" + child.AsString() : child.AsString());
+    }
+    return out;
+}
+
+// A sequence of the texts, each a double-quoted scalar, so that blanks and signs stay as written.
+std::string QuotedList(const std::vector<std::string>& texts) {
+    std::string doc;
+    for (const std::string& t : texts) doc += "- \"" + t + "\"\n";
+    return doc;
+}
+
+}  // namespace
+
+TEST(Config, NothingParsedReadsAsNeutralValues) {
+    Config config;
+    for (const char* text : {static_cast<const char*>(nullptr), "", "# a comment only\n\n"}) {
+        std::string copy = text ? text : "";
+        config.Parse(text ? copy.data() : nullptr);
+        EXPECT_FALSE(config["x"]);
+        EXPECT_FALSE(config[0]);
+        EXPECT_EQ(config["x"].AsInt(), 0);
+        EXPECT_EQ(config["x"].AsDouble(), 0.0);
+        EXPECT_EQ(config["x"].AsString(), "");
+        EXPECT_EQ(config["x"]["y"][2].Size(), 0u);
+        EXPECT_EQ(config["x"].Index(), npos);
+        EXPECT_FALSE(config["x"].IsString());
+        EXPECT_TRUE(config["x"].begin() == config["x"].end());
+    }
+}
+
+TEST(Config, AMissOnAContainerReturnsTheContainerItself) {
+    Config config;
+    Parse(config, "a: 1\nb: {c: 2}\nlist: [x, y]\n");
+    Config::Node root = config["nope"];
+    EXPECT_TRUE(root);
+    EXPECT_TRUE(root.IsMap());
+    EXPECT_FALSE(root.HasKey());
+    EXPECT_EQ(root.Id(), 0u);
+    // So a chain through a missing key goes on looking in the root.
+    EXPECT_EQ(config["nope"]["a"].AsInt(), 1);
+    EXPECT_EQ(config["b"]["nope"].Key(), "b");
+    // An index past the end of a sequence gives the sequence.
+    Config::Node list = config["list"];
+    EXPECT_EQ(list[1].AsString(), "y");
+    EXPECT_EQ(list[5].Id(), list.Id());
+    EXPECT_TRUE(list[5].IsArray());
+    // The wrong kind of lookup is invalid, and so is all below it.
+    EXPECT_FALSE(config[3]);
+    EXPECT_FALSE(list["x"]);
+    EXPECT_FALSE(config["a"]["x"]);
+    EXPECT_FALSE(config["a"][0]);
+    EXPECT_FALSE(list["x"][0]["y"]);
+
+    Parse(config, "- a\n- b\n");
+    EXPECT_FALSE(config["a"]);
+    EXPECT_EQ(config[1].AsString(), "b");
+    EXPECT_EQ(config[2].Id(), 0u);
+    Parse(config, "[]");
+    EXPECT_TRUE(config[0].IsArray());
+    EXPECT_EQ(config[0].Id(), 0u);
+}
+
+TEST(Config, IntegersTakeBasesAndGiveZeroForAnyStrayCharacter) {
+    struct Case {
+        const char* text;
+        int32_t asInt;
+        int64_t asInt64;
+        uint64_t asUInt64;
+    };
+    const std::vector<Case> cases = {
+        {"42", 42, 42, 42},
+        {"-0x10", -16, -16, 0},
+        {"0x1fF", 511, 511, 511},
+        {"0b101", 5, 5, 5},
+        {"0o17", 15, 15, 15},
+        {"012", 12, 12, 12},
+        {"0", 0, 0, 0},
+        {"0x", 0, 0, 0},
+        {"0b102", 0, 0, 0},
+        {"12a", 0, 0, 0},
+        {"+5", 0, 0, 0},
+        {"-", 0, 0, 0},
+        {" 5", 0, 0, 0},
+        {"5 ", 0, 0, 0},
+        {"1.0", 0, 0, 0},
+        {"-1", -1, -1, 0},
+        {"4294967296", 0, 4294967296, 4294967296},
+        {"2147483648", INT32_MIN, 2147483648, 2147483648},
+        {"18446744073709551615", -1, -1, UINT64_MAX},
+        {"18446744073709551616", 0, 0, 0},
+    };
+    std::vector<std::string> texts;
+    for (const Case& c : cases) texts.push_back(c.text);
+    Config config;
+    Parse(config, QuotedList(texts));
+    for (size_t i = 0; i < cases.size(); ++i) {
+        Config::Node n = config[i];
+        ASSERT_EQ(n.AsString(), cases[i].text);
+        EXPECT_EQ(n.AsInt(), cases[i].asInt) << cases[i].text;
+        EXPECT_EQ(n.AsInt64(), cases[i].asInt64) << cases[i].text;
+        EXPECT_EQ(n.AsUInt64(), cases[i].asUInt64) << cases[i].text;
+    }
+}
+
+TEST(Config, RealsReadHexadecimalAndTheLeadingNumberOfDecimalText) {
+    Config config;
+    Parse(config, QuotedList({"1.5abc", "-2.25", "+2.5", "1e3", "0x1.8p1", "-0X10", "0x.8", "0x1p-2",
+                              "0x1.00000000000008p0", "0x1.000000000000080001p0", "0x1g", "abc", "", "0.1",
+                              "inf", "+-1"}));
+    EXPECT_EQ(config[0].AsDouble(), 1.5);
+    EXPECT_EQ(config[1].AsDouble(), -2.25);
+    EXPECT_EQ(config[2].AsDouble(), 2.5);
+    EXPECT_EQ(config[3].AsFloat(), 1000.0f);
+    EXPECT_EQ(config[4].AsDouble(), 3.0);
+    EXPECT_EQ(config[5].AsDouble(), -16.0);
+    EXPECT_EQ(config[6].AsDouble(), 0.5);
+    EXPECT_EQ(config[7].AsFloat(), 0.25f);
+    // Exactly half way between 1 and the next double rounds to even; a bit beyond rounds up.
+    EXPECT_EQ(config[8].AsDouble(), 1.0);
+    EXPECT_EQ(config[9].AsDouble(), 1.0 + 0x1p-52);
+    EXPECT_EQ(config[10].AsDouble(), 0.0);
+    EXPECT_EQ(config[11].AsDouble(), 0.0);
+    EXPECT_EQ(config[12].AsDouble(), 0.0);
+    EXPECT_EQ(config[13].AsFloat(), 0.1f);
+    EXPECT_EQ(config[13].AsDouble(), 0.1);
+    EXPECT_TRUE(std::isinf(config[14].AsDouble()));
+    EXPECT_EQ(config[15].AsDouble(), 0.0);
+    // A container has no value to read.
+    Parse(config, "a: [1]");
+    EXPECT_EQ(config["a"].AsDouble(), 0.0);
+}
+
+TEST(Config, ClassifiersNeedTheWholeScalarToBeOneNumber) {
+    const std::vector<std::string> ints = {"12", "-12", "+12", "0x1F", "0b10", "0o7", "007"};
+    const std::vector<std::string> reals = {"1.5", "-.5", "5.", "1e5", "2.5E-3", "inf", "-infinity", "nan",
+                                            "0x1.8p1", "+0b1.1", "0o7p2"};
+    const std::vector<std::string> strings = {" 12", "12 ", "1 2", "\t", "abc", "0x", "0xg", ".", "1e", "e5",
+                                              "1.5abc", "Inf", "--1", "0x1.8q1", "1_000"};
+    std::vector<std::string> all = ints;
+    all.insert(all.end(), reals.begin(), reals.end());
+    all.insert(all.end(), strings.begin(), strings.end());
+    Config config;
+    Parse(config, QuotedList(all) + "- \"\"\n- \n- [1]\n");
+    size_t i = 0;
+    for (const std::string& t : ints) {
+        Config::Node n = config[i++];
+        EXPECT_TRUE(n.IsInt()) << t;
+        EXPECT_TRUE(n.IsNumeric()) << t;
+        EXPECT_FALSE(n.IsString()) << t;
+    }
+    for (const std::string& t : reals) {
+        Config::Node n = config[i++];
+        EXPECT_FALSE(n.IsInt()) << t;
+        EXPECT_TRUE(n.IsFloat()) << t;
+        EXPECT_TRUE(n.IsNumeric()) << t;
+        EXPECT_FALSE(n.IsString()) << t;
+    }
+    for (const std::string& t : strings) {
+        Config::Node n = config[i++];
+        EXPECT_FALSE(n.IsNumeric()) << "'" << t << "'";
+        EXPECT_TRUE(n.IsString()) << "'" << t << "'";
+    }
+    // An empty scalar and a null are strings; a sequence is neither.
+    for (size_t k : {i, i + 1}) {
+        EXPECT_TRUE(config[k].IsString());
+        EXPECT_FALSE(config[k].IsNumeric());
+    }
+    EXPECT_TRUE(config[i + 2].IsArray());
+    EXPECT_FALSE(config[i + 2].IsString());
+    EXPECT_FALSE(config[i + 2].IsNumeric());
+    // Integers are reals too.
+    EXPECT_TRUE(config[0].IsFloat());
+}
+
+TEST(Config, TextKeysEqualityIndexSizeAndIteration) {
+    Config config;
+    std::string text = "first: one\nsecond: two\n";
+    config.Parse(text.data());
+    // The scalars live in the document: the caller's buffer may change afterwards.
+    std::memset(text.data(), 'x', text.size());
+    for (Config::Node n : {config["nope"], config["first"], config["second"]}) EXPECT_EQ(n.Size(), 3u);
+    Config::Node root = config["nope"], second = config["second"];
+    EXPECT_EQ(Members(root), (std::vector<std::string>{"first=one", "second=two"}));
+    EXPECT_EQ(config["first"].Index(), 0u);
+    EXPECT_EQ(second.Index(), 1u);
+    EXPECT_EQ(std::string(second), "two");
+    EXPECT_TRUE(second == "two");
+    EXPECT_TRUE(second == std::string("two"));
+    EXPECT_TRUE(second != "tw");
+    EXPECT_TRUE(second != std::string("two2"));
+    // A map has no value: it equals the empty text.
+    EXPECT_TRUE(root == "");
+    EXPECT_FALSE(root != "");
+    EXPECT_EQ(root.Key(), "");
+    EXPECT_EQ(root.AsString(), "");
+    // Stepping both ways among siblings; off either end is the end.
+    auto it = root.begin();
+    ++it;
+    EXPECT_EQ((*it).Key(), "second");
+    --it;
+    EXPECT_EQ((*it).Key(), "first");
+    --it;
+    EXPECT_TRUE(it == root.end());
+    --it;
+    EXPECT_TRUE(it == root.end());
+    Config::Iterator none;
+    ++none;
+    EXPECT_TRUE(none == Config::Node().begin());
+    EXPECT_TRUE(none == Config::Node().end());
+    EXPECT_TRUE(second.begin() == second.end());
+}
+
+TEST(Config, BlockAndFlowFormsCommentsAndQuotes) {
+    Config config;
+    Parse(config,
+          "# the scene\n"
+          "name: \"Demo \\\"world\\\"\\t\\u00e9\"  # trailing comment\n"
+          "single: 'it''s # not a comment'\n"
+          "plain: a plain scalar\n"
+          "  that goes on\n"
+          "literal: |\n"
+          "  line one\n"
+          "    indented\n"
+          "folded: >-\n"
+          "  one\n"
+          "  two\n"
+          "\n"
+          "  three\n"
+          "flow: {x: 1, y: [2, 3, {z: 4}], 'q k': \"v\"}\n"
+          "block:\n"
+          "  - a\n"
+          "  - - nested\n"
+          "    - list\n"
+          "  - key: value\n"
+          "    other: 5\n"
+          "dup: first\n"
+          "dup: second\n");
+    EXPECT_EQ(config["name"].AsString(), "Demo \"world\"\t\xc3\xa9");
+    EXPECT_EQ(config["single"].AsString(), "it's # not a comment");
+    EXPECT_EQ(config["plain"].AsString(), "a plain scalar that goes on");
+    EXPECT_EQ(config["literal"].AsString(), "line one\n  indented\n");
+    EXPECT_EQ(config["folded"].AsString(), "one two\nthree");
+    Config::Node flow = config["flow"];
+    EXPECT_EQ(Members(flow), (std::vector<std::string>{"x=1", "y=", "q k=v"}));
+    EXPECT_EQ(flow["y"][2]["z"].AsInt(), 4);
+    EXPECT_EQ(flow["y"][1].AsInt(), 3);
+    Config::Node block = config["block"];
+    EXPECT_EQ(block[1][1].AsString(), "list");
+    EXPECT_EQ(block[2]["other"].AsInt(), 5);
+    EXPECT_EQ(block[2].Index(), 2u);
+    // The first of two equal keys is found, and both are kept in order.
+    EXPECT_EQ(config["dup"].AsString(), "first");
+    EXPECT_EQ(config["dup"].Index(), 7u);
+    EXPECT_EQ(config["nope"][9].AsString(), "");  // the root is a map: no index lookup
+    EXPECT_EQ(Members(config["nope"]).back(), "dup=second");
+}
+
+TEST(Config, NullsKeepTheirTextAndEmptyValuesAreEmpty) {
+    Config config;
+    Parse(config, "a:\nnull: 1\nb: ~\nc: &n NULL\nd: *n\ne: [~, null, , x]\nf: {g: , h: ~}\n~: tilde key\n");
+    EXPECT_EQ(Members(config["nope"]),
+              (std::vector<std::string>{"a=", "null=1", "b=~", "c=NULL", "d=NULL", "e=", "f=", "~=tilde key"}));
+    EXPECT_TRUE(config["a"].IsValue());
+    EXPECT_TRUE(config["a"].IsString());
+    EXPECT_EQ(Members(config["e"]), (std::vector<std::string>{"~", "null", "", "x"}));
+    EXPECT_EQ(Members(config["f"]), (std::vector<std::string>{"g=", "h=~"}));
+}
+
+TEST(Config, AliasesCopyTheAnchoredNode) {
+    Config config;
+    Parse(config,
+          "base: &base {mass: 2, size: [1, 2]}\n"
+          "copy: *base\n"
+          "name: &n box\n"
+          "again: *n\n"
+          "&k key: keyed\n"
+          "*k : by alias\n");
+    Config::Node copy = config["copy"];
+    EXPECT_EQ(copy.Key(), "copy");
+    EXPECT_TRUE(copy.IsMap());
+    EXPECT_EQ(copy["mass"].AsInt(), 2);
+    EXPECT_EQ(copy["size"][1].AsInt(), 2);
+    EXPECT_NE(copy["size"].Id(), config["base"]["size"].Id());
+    EXPECT_EQ(config["again"].AsString(), "box");
+    EXPECT_EQ(config["key"].AsString(), "keyed");
+    EXPECT_EQ(Members(config["nope"]).back(), "key=by alias");
+    // root, 6 members, 2 x (mass, size and its 2 items)
+    EXPECT_EQ(config["nope"].Size(), 1u + 6u + 2u * 4u);
+}
+
+TEST(Config, SeveralDocumentsReadAsASequenceOfThem) {
+    Config config;
+    Parse(config, "---\na: &x 1\n...\n---\n- b\n---\nplain\n");
+    EXPECT_EQ(Members(config[5]), (std::vector<std::string>{"", "", "plain"}));
+    EXPECT_EQ(config[0]["a"].AsInt(), 1);
+    EXPECT_EQ(config[1][0].AsString(), "b");
+    EXPECT_EQ(config[0].Size(), 6u);
+    // Anchors don't reach into the next document.
+    std::string text = "a: &x 1\n---\n- *x\n";
+    EXPECT_THROW(config.Parse(text.data()), YAML::Exception);
+    Parse(config, "a: 1\n---\n- x\n");
+    EXPECT_TRUE(config[0].IsMap());
+    EXPECT_TRUE(config[1].IsArray());
+    EXPECT_EQ(config[0]["a"].Index(), 0u);
+    EXPECT_EQ(config[0].Index(), 0u);
+    EXPECT_EQ(config[1].Index(), 1u);
+}
+
+TEST(Config, BomAndCarriageReturnsDontShowInValues) {
+    Config config;
+    Parse(config, "\xEF\xBB\xBFkey: ~\r\nother: value\r\nlast: null\r\n");
+    EXPECT_EQ(Members(config["nope"]), (std::vector<std::string>{"key=~", "other=value", "last=null"}));
+}
+
+TEST(Config, ASyntaxErrorReachesTheCallerWithTheOldDocumentGone) {
+    Config config;
+    Parse(config, "a: 1\n");
+    for (const char* bad : {"a: [1, 2\n", "a: 'open", "a: {b: 1\n", "a: *nowhere\n", "{a: 1}}", "a: b: c\n"}) {
+        Parse(config, "a: 1\n");
+        ASSERT_EQ(config["a"].AsInt(), 1);
+        std::string text = bad;
+        try {
+            config.Parse(text.data());
+            ADD_FAILURE() << "accepted: " << bad;
+        } catch (const YAML::Exception& e) {
+            EXPECT_NE(std::string(e.what()).find("line"), std::string::npos) << e.what();
+        }
+        EXPECT_FALSE(config["a"]) << bad;
+        EXPECT_EQ(config["a"].Size(), 0u);
+    }
+}
+
+TEST(Config, WhatTheTreeCannotHoldIsRefusedWithAReason) {
+    Config config;
+    auto refusal = [&](std::string text) -> std::string {
+        try {
+            config.Parse(text.data());
+        } catch (const YAML::ParserException& e) {
+            EXPECT_FALSE(config["x"]);
+            return e.msg;
+        }
+        return "accepted";
+    };
+    EXPECT_EQ(refusal("? [a, b]\n: c\n"), "a map key must be a scalar");
+    EXPECT_EQ(refusal("{? {a: 1} : c}"), "a map key must be a scalar");
+    EXPECT_EQ(refusal("base: &b {x: 1}\n*b : c\n"), "a map key must be a scalar");
+    EXPECT_EQ(refusal("a: &a [1, *a]\n"), "an alias can't stand inside the node it names");
+    // Each level doubles: 2^30 nodes from a few hundred bytes.
+    std::string laughs = "l0: &l0 [x, x]\n";
+    for (int i = 1; i <= 30; ++i)
+        laughs += "l" + std::to_string(i) + ": &l" + std::to_string(i) + " [*l" + std::to_string(i - 1) + ", *l" +
+                  std::to_string(i - 1) + "]\n";
+    EXPECT_NE(refusal(laughs).find("aliases expand the document past"), std::string::npos);
+    // A Config that refused a text parses the next one.
+    EXPECT_EQ(refusal("a: [1]\n"), "accepted");
+    EXPECT_EQ(config["a"][0].AsInt(), 1);
+}
+
+TEST(Config, GameStopClearsTheGlobalDocument) {
+    std::string text = "module: demo\n";
+    game::Game::config.Parse(text.data());
+    ASSERT_EQ(game::Game::config["module"].AsString(), "demo");
+    game::Game::Stop();
+    EXPECT_FALSE(game::Game::config["module"]);
+}
