@@ -37,6 +37,7 @@ class Joystick;
 
 namespace game {
 
+class ElectronWebview;
 class GameSettings;
 
 // The library's process-wide state and entry points; static members only. The host fills the
@@ -70,6 +71,8 @@ public:
     static quorl::audio::Studio* audio;
     static audio::EnvironmentAudio* environmentAudio;
     static GameSettings* settings;
+    // The web view (game/ElectronWebview.h); the host runs its pipe loops (WebviewHost).
+    static ElectronWebview electronWebview;
 
     // Run control.
     static std::atomic<bool> isActive;
