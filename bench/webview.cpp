@@ -72,10 +72,11 @@ double RawPipeSeconds(size_t bytes) {
     static std::map<size_t, double> measured;
     if (auto found = measured.find(bytes); found != measured.end()) return found->second;
     const std::string message = Message(bytes);
-    const int count = 200;
+    const int count = 100;
     std::vector<char> buffer(message.size());
-    const auto start = Clock::now();
-    {
+    double best = 1e9;
+    for (int round = 0; round < 7; ++round) {  // the fastest round: the least disturbed by the machine
+        const auto start = Clock::now();
         Stream stream(message, count);
         for (int i = 0; i < count; ++i)
             for (size_t got = 0; got < message.size();) {
@@ -83,9 +84,10 @@ double RawPipeSeconds(size_t bytes) {
                 if (n <= 0) break;
                 got += size_t(n);
             }
+        best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count() / count);
         ::close(stream.fds[0]);
     }
-    return measured[bytes] = std::chrono::duration<double>(Clock::now() - start).count() / count;
+    return measured[bytes] = best;
 }
 
 void RawPipe(benchmark::State& state) {
@@ -121,17 +123,17 @@ void ReadFromPipe(benchmark::State& state) {
     benchmark::DoNotOptimize(delivered);
 }
 
-constexpr const char* kClickPage = R"(<!DOCTYPE html><html><body style="margin:0;background:rgb(255,0,0)">
+constexpr const char* kClickPage = R"html(<!DOCTYPE html><html><body style="margin:0;background:rgb(255,0,0)">
 <script>document.addEventListener('click', () => document.body.style.background =
   document.body.style.background === 'rgb(0, 0, 255)' ? 'rgb(255, 0, 0)' : 'rgb(0, 0, 255)');</script>
-</body></html>)";
+</body></html>)html";
 
-constexpr const char* kAnimatedPage = R"(<!DOCTYPE html><html><body style="margin:0;overflow:hidden">
+constexpr const char* kAnimatedPage = R"html(<!DOCTYPE html><html><body style="margin:0;overflow:hidden">
 <canvas id="c" width="512" height="512"></canvas><script>
 const g = document.getElementById('c').getContext('2d'); let t = 0;
 (function draw() { t++; g.fillStyle = `rgb(${t % 256}, ${(t * 3) % 256}, 128)`; g.fillRect(0, 0, 512, 512);
   g.fillStyle = '#fff'; g.fillRect((t * 4) % 480, 240, 32, 32); requestAnimationFrame(draw); })();
-</script></body></html>)";
+</script></body></html>)html";
 
 // A texture that counts its frames and keeps the first pixel of the last one.
 struct CountingTexture {
@@ -243,8 +245,8 @@ void AnimatedPage512(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(RawPipe)->Arg(320 * 240 * 4)->Arg(512 * 512 * 4);
-BENCHMARK(ReadFromPipe)->Arg(320 * 240 * 4)->Arg(512 * 512 * 4);
+BENCHMARK(RawPipe)->Arg(320 * 240 * 4)->Arg(512 * 512 * 4)->UseRealTime();
+BENCHMARK(ReadFromPipe)->Arg(320 * 240 * 4)->Arg(512 * 512 * 4)->UseRealTime();
 BENCHMARK(ClickToPixels)->UseRealTime()->Unit(benchmark::kMillisecond)->MinTime(3.0);
 BENCHMARK(AnimatedPage512)->UseRealTime()->Unit(benchmark::kMillisecond)->MinTime(3.0);
 
