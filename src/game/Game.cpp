@@ -7,6 +7,7 @@
 #include <glm/geometric.hpp>
 #include <imgui.h>
 
+#include "game/ElectronWebview.h"
 #include "game/GAME_Mod.h"
 #include "game/GameSettings.h"
 #include "game/Options.h"
@@ -31,6 +32,7 @@ quorl::audio::Studio* Game::audio = nullptr;
 audio::EnvironmentAudio* Game::environmentAudio = nullptr;
 GameSettings* Game::settings = nullptr;
 Config Game::config;
+ElectronWebview Game::electronWebview;
 
 std::atomic<bool> Game::isActive{false};
 int32_t Game::_mode = 0;

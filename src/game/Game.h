@@ -38,6 +38,7 @@ class Joystick;
 
 namespace game {
 
+class ElectronWebview;
 class GameSettings;
 
 // The library's process-wide state and entry points; static members only. The host fills the
@@ -73,6 +74,8 @@ public:
     static GameSettings* settings;
     // The process-wide YAML document for modules: empty at start, cleared by Stop.
     static Config config;
+    // The web view (game/ElectronWebview.h); the host runs its pipe loops (WebviewHost).
+    static ElectronWebview electronWebview;
 
     // Run control.
     static std::atomic<bool> isActive;
