@@ -16,6 +16,7 @@
 #include "game/entity/ClientSideEntity.h"
 #include "game/entity/ServerSideEntity.h"
 #include "game/graphics/GameRenderer.h"
+#include "game/graphics/ui/Element.h"
 #include "game/input/Joystick.h"
 #include "quorl/audio/Studio.h"
 #include "quorl/graphics/Window.h"
@@ -293,4 +294,30 @@ TEST_F(GameState, StyleFontsAndHelpWindow) {
     EXPECT_NE(ImGui::FindWindowByName("Help Tooltips"), nullptr);
     ImGui::DestroyContext(context);
     std::filesystem::remove(ini);
+}
+
+// Game::Stop empties the element registry outside its lock: what the registry's last
+// references keep alive may look at the registry as it goes.
+TEST_F(GameState, StopReleasesElementsOutsideTheRegistryLock) {
+    using game::graphics::ui::Element;
+    struct Looking : Element {
+        bool* couldRead = nullptr;
+        ~Looking() override {
+            if (!Element::_sharedObjectsMutex.try_lock_shared()) return;
+            *couldRead = true;
+            Element::_sharedObjectsMutex.unlock_shared();
+        }
+    };
+    bool couldRead = false;
+    {
+        auto owner = std::make_shared<Looking>();
+        owner->couldRead = &couldRead;
+        // The deleter keeps the owner until the child's record goes, with the registry's entry.
+        std::shared_ptr<Element> child(new Element, [owner](Element* e) { delete e; });
+        std::unique_lock lock(Element::_sharedObjectsMutex);
+        Element::_sharedObjects.push_back(child);
+    }
+    EXPECT_FALSE(couldRead);
+    Game::Stop();
+    EXPECT_TRUE(couldRead);
 }
