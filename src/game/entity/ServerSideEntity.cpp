@@ -496,6 +496,13 @@ void ServerSideEntity::DeserializeCheckpoint() {
         std::cerr << "Invalid checkpoint file (" << e.what() << ")" << std::endl;
         return;
     }
+    // The module's state is the last part read: if it refuses its block, the pose stays too.
+    try {
+        _interface->DeserializeState(block);
+    } catch (const std::exception& e) {
+        std::cerr << "Invalid checkpoint state (" << e.what() << ")" << std::endl;
+        return;
+    }
     position = newPosition;
     rotation = newRotation;
     velocity = newVelocity;
@@ -505,7 +512,6 @@ void ServerSideEntity::DeserializeCheckpoint() {
     parentEnvironmentId = newParentEnvironment;
     isDetachable = newDetachable;
     if (isDetachable) restTime = 0;
-    _interface->DeserializeState(block);
     RefreshCache();
 }
 

@@ -223,6 +223,10 @@ TEST_F(EntitySaveFormat, BadCheckpointsPrintAndChangeNothing) {
     }
     for (size_t cut : {size_t(0), size_t(10), size_t(100), size_t(170), good.size() - 1})
         probe(std::vector<unsigned char>(good.begin(), good.begin() + long(cut)), "Invalid checkpoint file");
+    // A whole file whose state the module refuses: read whole before anything is applied.
+    PayloadInterface::throwOnDeserializeState = true;
+    probe(good, "Invalid checkpoint state (module refuses its state)");
+    PayloadInterface::throwOnDeserializeState = false;
 }
 
 TEST_F(EntitySaveFormat, CorruptStateFilesThrowWithTheIdAndStayOnDisk) {
