@@ -6,6 +6,8 @@
 #include <functional>
 #include <thread>
 
+#include <unistd.h>
+
 #include <imgui.h>
 #include <imgui_internal.h>
 
@@ -259,11 +261,16 @@ TEST_F(GameState, JoystickFinders) {
 }
 
 TEST_F(GameState, StyleFontsAndHelpWindow) {
+    // Run where a stray imgui.ini would show: the test's context writes no file.
+    const auto previous = std::filesystem::current_path();
+    const auto scratch = std::filesystem::temp_directory_path() / ("zendola_imgui_" + std::to_string(::getpid()));
+    std::filesystem::create_directories(scratch);
+    std::filesystem::current_path(scratch);
     ImGuiContext* context = ImGui::CreateContext();
-    auto previous = std::filesystem::current_path();
+    ImGui::GetIO().IniFilename = nullptr;
     std::filesystem::current_path(std::string(ZENDOLA_SOURCE_DIR) + "/data");
     Game::LoadFonts();
-    std::filesystem::current_path(previous);
+    std::filesystem::current_path(scratch);
     EXPECT_EQ(ImGui::GetIO().Fonts->Fonts.Size, 2);
 
     std::filesystem::path ini = std::filesystem::temp_directory_path() / "zendola_game_style.ini";
@@ -294,6 +301,9 @@ TEST_F(GameState, StyleFontsAndHelpWindow) {
     EXPECT_NE(ImGui::FindWindowByName("Help Tooltips"), nullptr);
     ImGui::DestroyContext(context);
     std::filesystem::remove(ini);
+    std::filesystem::current_path(previous);
+    EXPECT_TRUE(std::filesystem::is_empty(scratch));
+    std::filesystem::remove_all(scratch);
 }
 
 // Game::Stop empties the element registry outside its lock: what the registry's last
