@@ -15,6 +15,7 @@
 #include "game/entity/Registry.h"
 #include "quorl/Assert.h"
 #include "quorl/cpu/Profiler.h"
+#include "quorl/filesystem/AtomicFile.h"
 #include "quorl/filesystem/BinaryFileStream.h"
 
 namespace game::entity {
@@ -519,6 +520,8 @@ void ServerSideEntity::LoadAllEntities() {
     std::filesystem::path folder = GetCheckpointDir();
     std::error_code ec;
     if (!std::filesystem::is_directory(folder, ec)) return;
+    // Saves killed mid-write leave their temporary files beside the world: they go now.
+    quorl::filesystem::AtomicFile::RemoveAbandoned(folder.string());
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (!entry.is_regular_file()) continue;
         if (entry.path().extension() != ".entitystate") continue;

@@ -154,7 +154,8 @@ public:
     // saved entities keep their files; components and entities not saved go with theirs, as when
     // destroyed in play.
     static void UnloadAllEntities();
-    // Restores every ".entitystate" file of the current world. Exceptions stop the load.
+    // Restores every ".entitystate" file of the current world, after removing the temporary files
+    // of saves that were killed mid-write. Exceptions stop the load.
     static void LoadAllEntities();
     // The side's lookup of an item type's module; unknown types raise std::out_of_range.
     static quorl::modular::ModuleID FindModuleIDFromItemType(const std::string& type);

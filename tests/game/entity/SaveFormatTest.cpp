@@ -394,6 +394,9 @@ TEST_F(EntitySaveFormat, KilledSaverLeavesAWholeWorld) {
             live.swap(ServerSideEntity::_sharedObjects);
         }
         ASSERT_NO_THROW(ServerSideEntity::LoadAllEntities()) << "round " << rounds;
+        // The temporary file of the save that was cut short is gone with the load.
+        for (const auto& entry : std::filesystem::directory_iterator(ServerSideEntity::GetCheckpointDir()))
+            EXPECT_NE(entry.path().extension(), ".tmp") << "round " << rounds << ": " << entry.path();
         size_t loaded = 0;
         for (const Id& id : ids) {
             auto e = ServerSideEntity::Get(id);
