@@ -316,8 +316,13 @@ void Game::Stop() {
     }
     if (renderer) renderer->Cleanup();
     {
-        std::unique_lock lock(graphics::ui::Element::_sharedObjectsMutex);
-        graphics::ui::Element::_sharedObjects.clear();
+        // As for the entities: whatever the last reference to an element's record keeps alive
+        // (a deleter's captures) goes after the lock, free to look at the registry.
+        std::vector<std::weak_ptr<graphics::ui::Element>> released;
+        {
+            std::unique_lock lock(graphics::ui::Element::_sharedObjectsMutex);
+            released.swap(graphics::ui::Element::_sharedObjects);
+        }
     }
     delete environmentAudio;
     environmentAudio = nullptr;

@@ -204,6 +204,7 @@ void GameSettings::ReadConfig() {
 
 // Same order as ReadConfig, without the first call: debug_window and dev_tools are never saved.
 void GameSettings::WriteConfig() {
+    WriteBatch batch(*this);  // one replacement of the file for the six sections
     WriteToINI("game", GameRows());
     WriteToINI("graphics", GraphicsRows());
     WriteToINI("performance", PerformanceRows());

@@ -69,14 +69,15 @@ public:
 
     // Loads "modules/" + name + "/" + name + "." + ClassWord (plus the suffix), relative to the
     // current directory. A name that is empty or holds '/', '\\' or ".." is refused: nothing is
-    // opened, the error is written on the error stream and, with reportFailure, passed to the
-    // load-error callback.
+    // opened. With reportFailure the error is written on the error stream and passed to the
+    // load-error callback; without it a failed load is silent.
     static Ptr LoadModule(const std::string& name, bool reportFailure);
 
     // Loads the library at `path` (without suffix) under `name`. Loading a name twice returns
-    // the module already loaded. On failure returns null; with reportFailure the load-error
-    // callback receives "Module '<path>' failed to load with error: <number>". ModuleLoad and
-    // the load and load-error callbacks run inside the exclusive lock.
+    // the module already loaded. On failure returns null, silently without reportFailure; with
+    // it the loader's text goes to the error stream and the load-error callback receives
+    // "Module '<path>' failed to load with error: <number>". ModuleLoad and the load and
+    // load-error callbacks run inside the exclusive lock.
     template <class T = M>
     static Ptr LoadModuleLib(const std::string& name, const std::string& classWord, bool reportFailure,
                              const std::string& path);

@@ -53,8 +53,11 @@ typename Module<M>::Ptr Module<M>::LoadModule(const std::string& name, bool repo
     if (!IsValidName(name)) {
         const std::string message = "Module name '" + name + "' of kind " + M::ClassWord +
                                     " refused: a name must not be empty nor contain '/', '\\' or '..'";
-        std::cerr << message << std::endl;
-        if (reportFailure && _modulesLoadErrorCallback) _modulesLoadErrorCallback(message.c_str());
+        // With reportFailure false a failed load is silent.
+        if (reportFailure) {
+            std::cerr << message << std::endl;
+            if (_modulesLoadErrorCallback) _modulesLoadErrorCallback(message.c_str());
+        }
         return nullptr;
     }
     return LoadModuleLib<M>(name, M::ClassWord, reportFailure,
@@ -86,7 +89,8 @@ typename Module<M>::Ptr Module<M>::LoadModuleLib(const std::string& name, const 
             module->lastWriteTime = double(ns.count()) / 1e6;
         }
     }
-    module->handle = DynamicLibrary::Open(module->path, module->lastError);
+    std::string loaderText;
+    module->handle = DynamicLibrary::Open(module->path, module->lastError, &loaderText);
     if (module->handle) {
         auto bind = [&](const char* exportName, auto& slot) {
             slot = reinterpret_cast<std::remove_reference_t<decltype(slot)>>(
@@ -99,6 +103,7 @@ typename Module<M>::Ptr Module<M>::LoadModuleLib(const std::string& name, const 
 
     if (!module->handle) {
         if (reportFailure) {
+            std::cerr << loaderText << std::endl;
             const std::string message =
                 "Module '" + path + "' failed to load with error: " + std::to_string(module->lastError);
             if (_modulesLoadErrorCallback) _modulesLoadErrorCallback(message.c_str());

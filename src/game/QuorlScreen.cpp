@@ -261,11 +261,12 @@ void QuorlScreen::WriteLineImpl(int64_t x, int64_t y, uint32_t color, std::strin
 void QuorlScreen::Write(int32_t x, int32_t y, uint32_t color, std::string_view text) {
     if (color == 0) return;
 
-    // Lines end at a real line feed or at the two characters '\' 'n'.
+    // Lines end at a real line feed (a last one too) or at the two characters '\' 'n'; a text
+    // of one character is one line.
     std::vector<std::string_view> lines;
     size_t start = 0;
-    for (size_t i = 0; i + 1 < text.size();) {
-        if (text[i] == '\\' && text[i + 1] == 'n') {
+    for (size_t i = 0; text.size() >= 2 && i < text.size();) {
+        if (text[i] == '\\' && i + 1 < text.size() && text[i + 1] == 'n') {
             lines.push_back(text.substr(start, i - start));
             i += 2;
             start = i;

@@ -2,6 +2,7 @@
 
 #include "TestFiles.h"
 
+#include <sys/inotify.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -131,6 +132,31 @@ TEST_F(GameSettingsTest, EveryKeyRoundTrips) {
     }
     EXPECT_LT(text.find("[ide]"), text.find("[audio]"));
     EXPECT_EQ(CountLines(text), 6u /*headers*/ + 5u /*separators*/ + 2 + 18 + 1 + 2 + 4 + 67) << text;
+}
+
+// A save of the six sections replaces the file once, not once per section.
+TEST_F(GameSettingsTest, ASaveReplacesTheFileOnce) {
+    GameSettings s(path, 0);
+    s.WriteConfig();
+    const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(watch, 0);
+    ASSERT_GE(::inotify_add_watch(watch, dir.c_str(), IN_MOVED_TO | IN_CLOSE_WRITE), 0);
+    s.fov = 80.0f;
+    s.WriteConfig();
+    int renames = 0, writes = 0;
+    alignas(inotify_event) char buffer[4096];
+    for (ssize_t n; (n = ::read(watch, buffer, sizeof buffer)) > 0;) {
+        for (char* at = buffer; at < buffer + n;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(at);
+            renames += (event->mask & IN_MOVED_TO) && std::strcmp(event->name, "settings.ini") == 0;
+            writes += (event->mask & IN_CLOSE_WRITE) != 0;
+            at += sizeof(inotify_event) + event->len;
+        }
+    }
+    ::close(watch);
+    EXPECT_EQ(renames, 1);
+    EXPECT_EQ(writes, 1);
+    EXPECT_EQ(GameSettings(path, 0).fov, 80.0f);
 }
 
 TEST_F(GameSettingsTest, DebugKeysAreReadButNeverWritten) {

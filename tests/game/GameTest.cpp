@@ -6,6 +6,8 @@
 #include <functional>
 #include <thread>
 
+#include <unistd.h>
+
 #include <imgui.h>
 #include <imgui_internal.h>
 
@@ -16,6 +18,7 @@
 #include "game/entity/ClientSideEntity.h"
 #include "game/entity/ServerSideEntity.h"
 #include "game/graphics/GameRenderer.h"
+#include "game/graphics/ui/Element.h"
 #include "game/input/Joystick.h"
 #include "quorl/audio/Studio.h"
 #include "quorl/graphics/Window.h"
@@ -258,11 +261,16 @@ TEST_F(GameState, JoystickFinders) {
 }
 
 TEST_F(GameState, StyleFontsAndHelpWindow) {
+    // Run where a stray imgui.ini would show: the test's context writes no file.
+    const auto previous = std::filesystem::current_path();
+    const auto scratch = std::filesystem::temp_directory_path() / ("zendola_imgui_" + std::to_string(::getpid()));
+    std::filesystem::create_directories(scratch);
+    std::filesystem::current_path(scratch);
     ImGuiContext* context = ImGui::CreateContext();
-    auto previous = std::filesystem::current_path();
+    ImGui::GetIO().IniFilename = nullptr;
     std::filesystem::current_path(std::string(ZENDOLA_SOURCE_DIR) + "/data");
     Game::LoadFonts();
-    std::filesystem::current_path(previous);
+    std::filesystem::current_path(scratch);
     EXPECT_EQ(ImGui::GetIO().Fonts->Fonts.Size, 2);
 
     std::filesystem::path ini = std::filesystem::temp_directory_path() / "zendola_game_style.ini";
@@ -293,4 +301,33 @@ TEST_F(GameState, StyleFontsAndHelpWindow) {
     EXPECT_NE(ImGui::FindWindowByName("Help Tooltips"), nullptr);
     ImGui::DestroyContext(context);
     std::filesystem::remove(ini);
+    std::filesystem::current_path(previous);
+    EXPECT_TRUE(std::filesystem::is_empty(scratch));
+    std::filesystem::remove_all(scratch);
+}
+
+// Game::Stop empties the element registry outside its lock: what the registry's last
+// references keep alive may look at the registry as it goes.
+TEST_F(GameState, StopReleasesElementsOutsideTheRegistryLock) {
+    using game::graphics::ui::Element;
+    struct Looking : Element {
+        bool* couldRead = nullptr;
+        ~Looking() override {
+            if (!Element::_sharedObjectsMutex.try_lock_shared()) return;
+            *couldRead = true;
+            Element::_sharedObjectsMutex.unlock_shared();
+        }
+    };
+    bool couldRead = false;
+    {
+        auto owner = std::make_shared<Looking>();
+        owner->couldRead = &couldRead;
+        // The deleter keeps the owner until the child's record goes, with the registry's entry.
+        std::shared_ptr<Element> child(new Element, [owner](Element* e) { delete e; });
+        std::unique_lock lock(Element::_sharedObjectsMutex);
+        Element::_sharedObjects.push_back(child);
+    }
+    EXPECT_FALSE(couldRead);
+    Game::Stop();
+    EXPECT_TRUE(couldRead);
 }

@@ -183,11 +183,18 @@ TEST_F(ModuleLoader, FailedLoadsReportThroughTheCallbackAndStopNothing) {
     int loadCallbacks = 0;
     GAME_Mod::ModulesSetLoadCallback([&](GAME_Mod::Ptr) { ++loadCallbacks; });
 
+    // Without reportFailure nothing is said, neither to the callback nor on the error stream.
+    testing::internal::CaptureStderr();
     EXPECT_EQ(GAME_Mod::LoadModule("TS_nothere", false), nullptr);
+    EXPECT_EQ(GAME_Mod::LoadModule("TS_broken", false), nullptr);
+    EXPECT_EQ(GAME_Mod::LoadModule("../evil", false), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_TRUE(errors.empty());
 
+    testing::internal::CaptureStderr();
     EXPECT_EQ(GAME_Mod::LoadModule("TS_nothere", true), nullptr);
     EXPECT_EQ(GAME_Mod::LoadModule("TS_broken", true), nullptr);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("TS_broken.GAME_Mod.so"), std::string::npos);
     ASSERT_EQ(errors.size(), 2u);
     EXPECT_EQ(errors[0], "Module 'modules/TS_nothere/TS_nothere.GAME_Mod' failed to load with error: 2");
     EXPECT_EQ(errors[1], "Module 'modules/TS_broken/TS_broken.GAME_Mod' failed to load with error: 1");

@@ -5,7 +5,9 @@
 #include <cmath>
 
 #include "NodeTestHarness.h"
+#include "game/Game.h"
 #include "game/graphics/ui/NodeEditor.h"
+#include "quorl/graphics/Window.h"
 
 using game::UniqueId;
 using game::graphics::ui::Node;
@@ -120,6 +122,25 @@ TEST(NodeGraphModel, CopyPasteKeepsInnerWiresAndDropsOuterOnes) {
     ImGui::SetClipboardText("other program");
     editor.Paste();
     EXPECT_EQ(editor.nodes.size(), 5u);
+}
+
+// With a window, the operating system's clipboard is the window's.
+TEST(NodeGraphModel, CopyAndPasteUseTheWindowsClipboard) {
+    ImGuiHarness ui;
+    quorl::graphics::Window window;
+    quorl::graphics::Window* previous = game::Game::window;
+    game::Game::window = &window;
+    Editor editor("p");
+    editor.AddNode("time", ImVec2(0, 0), {})->selected = true;
+    window.SetClipboardString("keep me");
+    editor.Copy();
+    EXPECT_EQ(window.GetClipboardString(), "");
+    editor.Paste();
+    EXPECT_EQ(editor.nodes.size(), 2u);
+    window.SetClipboardString("other program");
+    editor.Paste();
+    EXPECT_EQ(editor.nodes.size(), 2u);
+    game::Game::window = previous;
 }
 
 TEST(NodeGraphModel, ConstantsPasteOnlyIntoAnotherEditor) {
@@ -287,6 +308,29 @@ TEST(NodeEditorInput, ReadOnlyCanvasRefusesChanges) {
     EXPECT_EQ(add->pos.x, 300.0f);
     EXPECT_EQ(editor.AddNode("time", ImVec2(0, 0), {}), nullptr);
     EXPECT_EQ(editor.nodes.size(), 2u);
+}
+
+// Inside nodes too: a node's text field takes no typing on a read-only canvas.
+TEST(NodeEditorInput, ReadOnlyRefusesChangesInsideNodes) {
+    ImGuiHarness ui;
+    Editor editor("p");
+    auto* text = dynamic_cast<Editor::ConstTextNode*>(editor.AddNode("const $t = \"hi\"", ImVec2(100, 100), {}));
+    ASSERT_NE(text, nullptr);
+    text->size = ImVec2(200, 60);  // the field spans the node between its pin columns
+    const auto typeIntoTheField = [&] {
+        ui.Frame(editor);
+        ui.Click(editor, ImVec2(150, 116));  // in the value's field, below the title
+        ui.Key(editor, nodetest::kKeyEnd);
+        ui.io().AddInputCharactersUTF8("!");
+        ui.Frames(editor, 2);
+        ui.Click(editor, ImVec2(700, 500));  // away: the field lets go
+    };
+    editor.readOnly = true;
+    typeIntoTheField();
+    EXPECT_EQ(text->value, "hi");
+    editor.readOnly = false;
+    typeIntoTheField();
+    EXPECT_EQ(text->value, "hi!");
 }
 
 TEST(NodeEditorInput, CanvasMenuAddsNodeCentredOnTheClick) {

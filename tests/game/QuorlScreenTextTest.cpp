@@ -192,6 +192,15 @@ TEST(ScreenTextWrite, SplitsAtBackslashNAndAtLineFeed) {
     QuorlScreen s(40, 40, kBlack);
     s.Write(0, 0, kWhite, "\\");
     EXPECT_EQ(InkOf(s), LineInk(40, 40, 0, 0, "\\"));
+    // A last line feed ends a line like any other: an empty line follows, as after "\\n".
+    const auto bottom = [](std::string_view text) {
+        QuorlScreen t(40, 40, kBlack);
+        t.textAlign = QuorlScreen::AlignBottom;
+        t.Write(0, 0, kWhite, text);
+        return InkOf(t);
+    };
+    EXPECT_EQ(bottom("ab\n"), bottom("ab\\n"));
+    EXPECT_NE(bottom("ab\n"), bottom("ab"));
 }
 
 TEST(ScreenTextWrite, HorizontalAlignment) {

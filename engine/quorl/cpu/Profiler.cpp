@@ -138,10 +138,9 @@ double NsPerTick() {
 }
 
 // The calling thread's tree: a plain pointer with no dynamic initialisation, so a scope costs
-// one thread-local read; the first scope of a thread creates and registers the tree. Initial-exec
-// model: libquorl is always loaded with the program (it is the one loading modules), and the
-// eight bytes fit the static TLS reserve even under dlopen; it saves the __tls_get_addr call.
-[[gnu::tls_model("initial-exec")]] thread_local ThreadTree* t_tree = nullptr;
+// one thread-local read; the first scope of a thread creates and registers the tree. The default
+// model, as for all thread-local data of the shared libraries: they may be opened late with dlopen.
+thread_local ThreadTree* t_tree = nullptr;
 
 [[gnu::noinline]] ThreadTree* CreateTree() {
     InitClock();

@@ -1,6 +1,5 @@
 #include "quorl/filesystem/BinaryFileStream.h"
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -8,24 +7,6 @@
 #include <unistd.h>
 
 namespace quorl::filesystem {
-
-namespace {
-
-std::atomic<uint64_t> temporaryCounter{0};
-
-// Folder and file name of a path, split at its last slash.
-void SplitPath(const std::string& path, std::string& folder, std::string& name) {
-    size_t slash = path.rfind('/');
-    if (slash == std::string::npos) {
-        folder = ".";
-        name = path;
-    } else {
-        folder = slash == 0 ? "/" : path.substr(0, slash);
-        name = path.substr(slash + 1);
-    }
-}
-
-}  // namespace
 
 BinaryFileStream::BinaryFileStream(const std::string& path, Mode mode) : _path(path), _mode(mode) {
     if (mode == Mode::Read) {
@@ -41,20 +22,16 @@ BinaryFileStream::BinaryFileStream(const std::string& path, Mode mode) : _path(p
         _fileSize = uint64_t(st.st_size);
         return;
     }
-    std::string folder, name;
-    SplitPath(path, folder, name);
-    _tempPath = (folder == "/" ? "" : folder) + "/." + name + "." + std::to_string(::getpid()) + "." +
-                std::to_string(temporaryCounter.fetch_add(1)) + ".tmp";
-    _fd = ::open(_tempPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (_fd < 0) {
-        int e = errno;
-        throw StreamError("cannot create " + _tempPath + ": " + std::strerror(e));
-    }
+    _out = std::make_unique<AtomicFile>(path);
 }
 
 BinaryFileStream::~BinaryFileStream() {
     if (_fd >= 0) ::close(_fd);
-    if (_mode == Mode::Write && !_committed) ::unlink(_tempPath.c_str());
+}
+
+const std::string& BinaryFileStream::TemporaryPath() const {
+    static const std::string none;
+    return _out ? _out->TemporaryPath() : none;
 }
 
 void BinaryFileStream::Fail(const std::string& what) const {
@@ -62,17 +39,7 @@ void BinaryFileStream::Fail(const std::string& what) const {
     throw StreamError(what + " " + _path + ": " + std::strerror(e));
 }
 
-void BinaryFileStream::WriteOut(const unsigned char* data, size_t size) {
-    while (size > 0) {
-        ssize_t n = ::write(_fd, data, size);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            Fail("cannot write");
-        }
-        data += n;
-        size -= size_t(n);
-    }
-}
+void BinaryFileStream::WriteOut(const unsigned char* data, size_t size) { _out->Write(data, size); }
 
 void BinaryFileStream::Write(const unsigned char* data, size_t size) {
     if (_mode != Mode::Write || _committed) throw StreamError("stream is not writable: " + _path);
@@ -123,19 +90,15 @@ void BinaryFileStream::Flush() {
     if (_mode != Mode::Write || _committed) return;
     WriteOut(_buffer, _bufferUsed);
     _bufferUsed = 0;
-    if (::fdatasync(_fd) != 0) Fail("cannot flush");
+    _out->Sync();
 }
 
 void BinaryFileStream::Commit() {
     if (_mode != Mode::Write) throw StreamError("only a writer can commit: " + _path);
     if (_committed) return;
-    Flush();
-    if (::close(_fd) != 0) {
-        _fd = -1;
-        Fail("cannot close");
-    }
-    _fd = -1;
-    if (::rename(_tempPath.c_str(), _path.c_str()) != 0) Fail("cannot rename the temporary file over");
+    WriteOut(_buffer, _bufferUsed);
+    _bufferUsed = 0;
+    _out->Commit();
     _committed = true;
 }
 

@@ -1,19 +1,19 @@
 #pragma once
+#include <memory>
 #include <string>
 
+#include "quorl/filesystem/AtomicFile.h"
 #include "quorl/filesystem/Stream.h"
 
 namespace quorl::filesystem {
 
 // A file, buffered in 1024-byte pieces.
 //
-// Read mode opens the file as it is. Write mode never writes the named file in place: it writes a
-// temporary file in the same folder (".<name>.<pid>.<n>.tmp"); Flush() writes the buffer out and
-// forces the data to the disk, and Commit() flushes and renames the temporary file over the named
-// one. So the named file is at every moment either the old file or the new one, whole, also after
-// a power cut (the data is on the disk before the rename). The folder itself is not synced per
-// file: after a power cut the last renames may be undone, leaving the previous whole file. A writer destroyed without Commit() removes its temporary file and leaves the
-// named file alone.
+// Read mode opens the file as it is. Write mode never writes the named file in place: it writes
+// through an AtomicFile (a temporary file beside it); Flush() writes the buffer out and forces the
+// data to the disk, and Commit() flushes and renames the temporary file over the named one. So the
+// named file is at every moment either the old file or the new one, whole. A writer destroyed
+// without Commit() removes its temporary file and leaves the named file alone.
 class BinaryFileStream : public Stream {
 public:
     using Stream::Read;
@@ -36,16 +36,17 @@ public:
     void Commit();
 
     const std::string& Path() const { return _path; }
-    const std::string& TemporaryPath() const { return _tempPath; }
+    // The temporary file of a writer; empty for a reader.
+    const std::string& TemporaryPath() const;
 
 private:
     void WriteOut(const unsigned char* data, size_t size);
     [[noreturn]] void Fail(const std::string& what) const;
 
     std::string _path;
-    std::string _tempPath;
     Mode _mode;
-    int _fd = -1;
+    int _fd = -1;  // read mode
+    std::unique_ptr<AtomicFile> _out;  // write mode
     bool _committed = false;
     uint64_t _fileSize = 0;   // read mode
     uint64_t _filePos = 0;    // read mode: position of the buffer's start in the file

@@ -18,6 +18,7 @@
 #include <stdexcept>
 
 #include "quorl/String.h"
+#include "quorl/filesystem/AtomicFile.h"
 
 namespace quorl::filesystem {
 
@@ -451,8 +452,12 @@ bool ConfigFile::ReadFromINI(const SectionHandler& handler) {
 bool ConfigFile::WriteToINI(const std::string& section, std::vector<Conf> rows) {
     std::lock_guard lock(_mutex);
     const std::string& path = String();
+    // In a batch the rows join the batch's document, which is written once when it ends.
     IniDocument doc;
-    if (LoadLocked()) {
+    IniDocument* target = &doc;
+    if (_batchDepth > 0 && _batchHasDocument) {
+        target = &_batchDocument;
+    } else if (LoadLocked()) {
         doc = _document;
     } else if (!_documentMissing) {
         Report(path + ": not saved, the file is left as it is");
@@ -465,41 +470,27 @@ bool ConfigFile::WriteToINI(const std::string& section, std::vector<Conf> rows) 
                    std::to_string(IniDocument::kMaxLineLength) + " characters, not saved");
             continue;
         }
-        doc.Set(section, row.key, value);
+        target->Set(section, row.key, value);
     }
-    const std::string bytes = doc.Serialize();
+    if (_batchDepth > 0) {
+        if (!_batchHasDocument) {
+            _batchDocument = std::move(doc);
+            _batchHasDocument = true;
+        }
+        return true;
+    }
+    return WriteDocumentLocked(std::move(doc));
+}
 
-    struct stat old {};
-    const mode_t mode = ::stat(path.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644;
-    std::string temp = path + ".XXXXXX";
-    int fd = ::mkstemp(temp.data());
-    if (fd < 0) {
-        Report(path + ": not saved, cannot create a temporary file (" + std::strerror(errno) + ")");
-        return false;
-    }
-    bool ok = true;
-    size_t done = 0;
-    while (ok && done < bytes.size()) {
-        ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) ok = false;
-        else done += static_cast<size_t>(n);
-    }
-    int savedErrno = errno;
-    if (ok && ::fchmod(fd, mode) != 0) ok = false;
-    if (ok && ::fsync(fd) != 0) ok = false;
-    if (!ok) savedErrno = errno;
-    if (::close(fd) != 0 && ok) {
-        ok = false;
-        savedErrno = errno;
-    }
-    if (ok && ::rename(temp.c_str(), path.c_str()) != 0) {
-        ok = false;
-        savedErrno = errno;
-    }
-    if (!ok) {
-        ::unlink(temp.c_str());
-        Report(path + ": not saved (" + std::strerror(savedErrno) + "), the file is left as it is");
+bool ConfigFile::WriteDocumentLocked(IniDocument doc) {
+    const std::string& path = String();
+    try {
+        AtomicFile file(path);
+        const std::string bytes = doc.Serialize();
+        file.Write(bytes.data(), bytes.size());
+        file.Commit();
+    } catch (const StreamError& e) {
+        Report(path + ": not saved (" + e.what() + "), the file is left as it is");
         return false;
     }
     // The new version is this object's own: cache it, and let the reload thread skip it.
@@ -510,6 +501,19 @@ bool ConfigFile::WriteToINI(const std::string& section, std::vector<Conf> rows) 
     _documentIdentity = id;
     _seenIdentity = id;
     return true;
+}
+
+ConfigFile::WriteBatch::WriteBatch(ConfigFile& file) : _file(file) {
+    std::lock_guard lock(_file._mutex);
+    ++_file._batchDepth;
+}
+
+ConfigFile::WriteBatch::~WriteBatch() {
+    std::lock_guard lock(_file._mutex);
+    if (--_file._batchDepth > 0 || !_file._batchHasDocument) return;
+    _file._batchHasDocument = false;
+    _file.WriteDocumentLocked(std::move(_file._batchDocument));
+    _file._batchDocument = IniDocument();
 }
 
 // ---- auto-reload ---------------------------------------------------------------------------

@@ -130,6 +130,22 @@ public:
     // line would be longer than the longest line read back is reported and not saved.
     bool WriteToINI(const std::string& section, std::vector<Conf> rows);
 
+    // Gathers the WriteToINI calls made on the file while it lives (from any thread) into one
+    // replacement of the file when it ends, so that a save of several sections writes the file
+    // once. Inside a batch WriteToINI returns false only for a file that it could not read; a
+    // failed write at the end is reported as for a single call. Batches may nest: the outermost
+    // one writes.
+    class WriteBatch {
+    public:
+        explicit WriteBatch(ConfigFile& file);
+        ~WriteBatch();
+        WriteBatch(const WriteBatch&) = delete;
+        WriteBatch& operator=(const WriteBatch&) = delete;
+
+    private:
+        ConfigFile& _file;
+    };
+
     void StartAutoReloadThread();
     void StopAutoReloadThread();  // returns once the thread has ended; a reload in progress finishes first
     bool IsAutoReloadThreadRunning() const { return _thread.joinable(); }
@@ -160,6 +176,8 @@ private:
     // Loads and parses the file unless the cached document is of the same version. Caller
     // holds _mutex. False when the file can't be read as text.
     bool LoadLocked();
+    // Replaces the file with doc and caches it. Caller holds _mutex. False, reported, on failure.
+    bool WriteDocumentLocked(IniDocument doc);
     void ReloadLoop();
 
     std::optional<int> _option;
@@ -171,6 +189,9 @@ private:
     bool _documentLoaded = false;
     Identity _seenIdentity;      // last version read or written by this object
     bool _documentMissing = false;  // the last load found no file
+    int _batchDepth = 0;              // open WriteBatch objects
+    bool _batchHasDocument = false;   // a WriteToINI in the batch has loaded _batchDocument
+    IniDocument _batchDocument;
     std::mutex _reportMutex;
     std::set<std::string> _reported;
 

@@ -5,11 +5,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <iostream>
 
 namespace quorl::modular {
 
-void* DynamicLibrary::Open(const std::string& file, uint32_t& error) {
+void* DynamicLibrary::Open(const std::string& file, uint32_t& error, std::string* message) {
     // dlopen searches the library path for a bare name; "./" pins it to the current directory.
     const std::string path = file.find('/') == std::string::npos ? "./" + file : file;
     void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -17,10 +16,10 @@ void* DynamicLibrary::Open(const std::string& file, uint32_t& error) {
         error = 0;
         return handle;
     }
-    const char* message = dlerror();
+    const char* text = dlerror();
     struct stat st;
     error = (stat(path.c_str(), &st) != 0 && errno == ENOENT) ? ErrorFileNotFound : ErrorLoadFailed;
-    std::cerr << (message ? message : path.c_str()) << std::endl;
+    if (message) *message = text ? text : path;
     return nullptr;
 }
 

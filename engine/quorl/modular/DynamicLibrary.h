@@ -16,9 +16,9 @@ struct DynamicLibrary {
 
     // Opens the library at `file` (the full file name, suffix included). A name without a
     // slash is taken relative to the current directory, never searched on the library path.
-    // On failure returns null, sets `error` to ErrorFileNotFound or ErrorLoadFailed and
-    // writes the loader's message on the error stream.
-    static void* Open(const std::string& file, uint32_t& error);
+    // On failure returns null, sets `error` to ErrorFileNotFound or ErrorLoadFailed and, when
+    // `message` is given, the loader's text there. Nothing is printed: the caller decides.
+    static void* Open(const std::string& file, uint32_t& error, std::string* message = nullptr);
 
     // Address of the symbol `name` defined by the library itself; null when the library does
     // not define it (a symbol found only in one of its dependencies does not count).

@@ -16,15 +16,10 @@ namespace game::entity {
 
 void BaseEntity::ReadConfigOnce(const std::shared_ptr<EntityConfig>& cfg) {
     if (!cfg) return;
-    // The configuration objects that have been read, by address; a weak pointer tells a live
-    // object from a new one at a reused address.
-    static std::mutex mutex;
-    static std::unordered_map<const EntityConfig*, std::weak_ptr<EntityConfig>> read;
-    std::lock_guard lock(mutex);
-    auto it = read.find(cfg.get());
-    if (it != read.end() && !it->second.expired()) return;
+    std::lock_guard lock(cfg->readOnceMutex);
+    if (cfg->loaded) return;
     cfg->ReadConfig();
-    read[cfg.get()] = cfg;
+    cfg->loaded = true;
 }
 
 void BaseEntity::InitNodes() {

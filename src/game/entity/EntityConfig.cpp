@@ -249,8 +249,9 @@ void EntityConfig::ReadConfig() {
                     float f[3] = {values[0][k], values[1][k], values[2][k]};
                     ReadFloats(in, f, 3, check, key);
                     for (int i = 0; i < 3; ++i) values[i][k] = f[i];
-                    bool* given = linear ? &j.linear_x : &j.angular_x;
-                    given[k] = true;
+                    bool* const linearGiven[3] = {&j.linear_x, &j.linear_y, &j.linear_z};
+                    bool* const angularGiven[3] = {&j.angular_x, &j.angular_y, &j.angular_z};
+                    *(linear ? linearGiven : angularGiven)[k] = true;
                 }
             });
             if (!check.problem.empty()) return reject(keyword, name, check.problem);

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -123,6 +124,10 @@ public:
     mutable std::shared_ptr<graphics::Mesh> mesh;
     mutable std::filesystem::file_time_type meshWriteTime{};
     JointSolver jointSolver{this};
+    // BaseEntity::ReadConfigOnce reads the file under readOnceMutex the first time only: one
+    // model's first read does not wait for another's.
+    std::mutex readOnceMutex;
+    bool loaded = false;
 
     // Reads the file. Cameras, joints, targets and renderables are replaced by the file's;
     // colliders, adapters, light boxes and nodes are updated by name and keep entries the file no

@@ -15,6 +15,7 @@
 #include "game/entity/Registry.h"
 #include "quorl/Assert.h"
 #include "quorl/cpu/Profiler.h"
+#include "quorl/filesystem/AtomicFile.h"
 #include "quorl/filesystem/BinaryFileStream.h"
 
 namespace game::entity {
@@ -496,6 +497,13 @@ void ServerSideEntity::DeserializeCheckpoint() {
         std::cerr << "Invalid checkpoint file (" << e.what() << ")" << std::endl;
         return;
     }
+    // The module's state is the last part read: if it refuses its block, the pose stays too.
+    try {
+        _interface->DeserializeState(block);
+    } catch (const std::exception& e) {
+        std::cerr << "Invalid checkpoint state (" << e.what() << ")" << std::endl;
+        return;
+    }
     position = newPosition;
     rotation = newRotation;
     velocity = newVelocity;
@@ -505,7 +513,6 @@ void ServerSideEntity::DeserializeCheckpoint() {
     parentEnvironmentId = newParentEnvironment;
     isDetachable = newDetachable;
     if (isDetachable) restTime = 0;
-    _interface->DeserializeState(block);
     RefreshCache();
 }
 
@@ -513,6 +520,8 @@ void ServerSideEntity::LoadAllEntities() {
     std::filesystem::path folder = GetCheckpointDir();
     std::error_code ec;
     if (!std::filesystem::is_directory(folder, ec)) return;
+    // Saves killed mid-write leave their temporary files beside the world: they go now.
+    quorl::filesystem::AtomicFile::RemoveAbandoned(folder.string());
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (!entry.is_regular_file()) continue;
         if (entry.path().extension() != ".entitystate") continue;

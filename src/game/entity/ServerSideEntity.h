@@ -150,10 +150,12 @@ public:
     // deleteFilesOnDestroy was cleared, its files are removed. Returns whether it was registered.
     static bool Destroy(Id id);
 
-    // Saves every non-component entity whose saveOnUnload is set, then empties the registry. Files
-    // are never deleted on this path: an entity that was not saved keeps whatever file it had.
+    // Saves every non-component entity whose saveOnUnload is set, then empties the registry. The
+    // saved entities keep their files; components and entities not saved go with theirs, as when
+    // destroyed in play.
     static void UnloadAllEntities();
-    // Restores every ".entitystate" file of the current world. Exceptions stop the load.
+    // Restores every ".entitystate" file of the current world, after removing the temporary files
+    // of saves that were killed mid-write. Exceptions stop the load.
     static void LoadAllEntities();
     // The side's lookup of an item type's module; unknown types raise std::out_of_range.
     static quorl::modular::ModuleID FindModuleIDFromItemType(const std::string& type);
@@ -179,6 +181,8 @@ public:
     void SerializeCheckpoint();
     // Reads the state file into this entity and returns the interface block.
     quorl::filesystem::ReadOnlyStream Deserialize();
+    // Reads the whole checkpoint (the module's state last), then applies the pose; a bad file or a
+    // module that refuses its state prints one line and changes no field of the entity.
     void DeserializeCheckpoint();
     std::string GetStateSaveFile() const;
     std::string GetCheckpointSaveFile() const;

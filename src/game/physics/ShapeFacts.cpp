@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <memory>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -62,9 +63,11 @@ void FindShapeFacts(const ConvexMeshCollider& c, ShapeFacts& out) {
 constinit thread_local ShapeCache* ShapeCache::tThisThread = nullptr;
 
 ShapeCache& ShapeCache::MakeForThisThread() {
-    thread_local ShapeCache cache;  // the owner, destroyed when the thread ends
-    tThisThread = &cache;
-    return cache;
+    // The owner, destroyed when the thread ends; the table itself (tens of kilobytes) is on the heap.
+    thread_local std::unique_ptr<ShapeCache> owner;
+    owner = std::make_unique<ShapeCache>();
+    tThisThread = owner.get();
+    return *owner;
 }
 
 void ShapeCache::Get(const ConvexMeshCollider& a, const ConvexMeshCollider& b, const ShapeFacts*& factsA,

@@ -33,8 +33,9 @@ struct ShapeFacts {
 // vertex array: a world holds few distinct shapes.
 class __attribute__((visibility("hidden"))) ShapeCache {
 public:
-    // The calling thread's table, made on its first use. Reached through a thread-local pointer of
-    // the initial-exec kind, which costs one load (the library is linked, never opened late).
+    // The calling thread's table, made on its first use. Only a pointer is thread-local, in the
+    // default model: libzendola may be opened late with dlopen, where large or initial-exec
+    // thread-local data has no room.
     static ShapeCache& ForThisThread() {
         if (!tThisThread) [[unlikely]] return MakeForThisThread();
         return *tThisThread;
@@ -61,7 +62,7 @@ private:
     };
 
     static ShapeCache& MakeForThisThread();
-    [[gnu::tls_model("initial-exec")]] static constinit thread_local ShapeCache* tThisThread;
+    static constinit thread_local ShapeCache* tThisThread;
 
     // The slot of c's facts, filled if need be; `taken` is a slot that must keep its entry.
     size_t Find(const entity::ConvexMeshCollider& c, size_t taken);

@@ -29,6 +29,7 @@ inline const char* kModule = "TEST_entities";
 struct PayloadInterface : ServerSideEntity::Interface {
     static inline int inits = 0;
     static inline bool throwOnDeserialize = false;
+    static inline bool throwOnDeserializeState = false;
     static inline bool saveAfterLoad = true;
     std::string payload;
     uint64_t generation = 0;
@@ -53,7 +54,10 @@ struct PayloadInterface : ServerSideEntity::Interface {
         if (c != Checksum()) throw std::runtime_error("payload checksum mismatch");
     }
     void SerializeState(WriteOnlyStream& s) override { s.Write(stateValue); }
-    void DeserializeState(ReadOnlyStream& s) override { s.Read(stateValue); }
+    void DeserializeState(ReadOnlyStream& s) override {
+        if (throwOnDeserializeState) throw std::runtime_error("module refuses its state");
+        s.Read(stateValue);
+    }
     void Init() override {
         ++inits;
         if (saveAfterLoad) entity.lock()->saveOnUnload = 1;
@@ -110,6 +114,7 @@ protected:
         game::Game::_current_world = "testworld";
         PayloadInterface::inits = 0;
         PayloadInterface::throwOnDeserialize = false;
+        PayloadInterface::throwOnDeserializeState = false;
         PayloadInterface::saveAfterLoad = true;
         RegisterPayloadKind();
     }

@@ -3,6 +3,7 @@
 // its slot; the two destructors take slots 0 and 1.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -63,4 +64,50 @@ TEST(EntityLayout, EntitySlots) {
     EXPECT_EQ(Slot(&ClientSideEntity::AfterUpdate), 4);
     EXPECT_EQ(Slot(&ClientSideEntity::Ui), 5);
     EXPECT_EQ(Slot(&ClientSideEntity::SetVisibility), 6);
+}
+
+// Field offsets that compiled modules read and write directly (x86-64, libstdc++).
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+TEST(EntityLayout, BaseEntityFieldOffsets) {
+    EXPECT_EQ(offsetof(BaseEntity, moduleId), 8u);
+    EXPECT_EQ(offsetof(BaseEntity, type), 24u);
+    EXPECT_EQ(offsetof(BaseEntity, config), 56u);
+    EXPECT_EQ(offsetof(BaseEntity, mass), 72u);
+    EXPECT_EQ(offsetof(BaseEntity, position), 80u);
+    EXPECT_EQ(offsetof(BaseEntity, rotation), 104u);
+    EXPECT_EQ(offsetof(BaseEntity, boundsMin), 136u);
+    EXPECT_EQ(offsetof(BaseEntity, boundsRadius), 256u);
+    EXPECT_EQ(offsetof(BaseEntity, localAcceleration), 312u);
+    EXPECT_EQ(offsetof(BaseEntity, parentEntity), 336u);
+    EXPECT_EQ(offsetof(BaseEntity, nodeTransforms), 352u);
+    EXPECT_EQ(offsetof(BaseEntity, colliders), 464u);
+    EXPECT_EQ(offsetof(BaseEntity, ignoredEntities), 520u);
+    EXPECT_EQ(offsetof(BaseEntity, nodesMoved), 576u);
+    EXPECT_EQ(offsetof(BaseEntity, isComponent), 579u);
+    EXPECT_EQ(sizeof(BaseEntity), 584u);
+}
+
+TEST(EntityLayout, ServerInterfaceFieldOffsets) {
+    using I = ServerSideEntity::Interface;
+    EXPECT_EQ(offsetof(I, entity), 8u);
+    EXPECT_EQ(offsetof(I, self), 24u);
+    EXPECT_EQ(offsetof(I, id), 40u);
+    EXPECT_EQ(offsetof(I, initialized), 56u);
+    EXPECT_EQ(offsetof(I, config), 64u);
+    EXPECT_EQ(sizeof(I), 80u);
+}
+#pragma GCC diagnostic pop
+
+// A module reads a rotation as four doubles w, x, y, z.
+TEST(EntityLayout, QuaternionsAreStoredWFirst) {
+    BaseEntity e;
+    e.rotation = glm::dquat(1.0, 2.0, 3.0, 4.0);  // w, x, y, z
+    double stored[4];
+    std::memcpy(stored, &e.rotation, sizeof stored);
+    EXPECT_EQ(stored[0], 1.0);
+    EXPECT_EQ(stored[1], 2.0);
+    EXPECT_EQ(stored[3], 4.0);
+    glm::quat f(5.0f, 6.0f, 7.0f, 8.0f);
+    EXPECT_EQ(reinterpret_cast<const float*>(&f)[0], 5.0f);
 }

@@ -223,6 +223,10 @@ TEST_F(EntitySaveFormat, BadCheckpointsPrintAndChangeNothing) {
     }
     for (size_t cut : {size_t(0), size_t(10), size_t(100), size_t(170), good.size() - 1})
         probe(std::vector<unsigned char>(good.begin(), good.begin() + long(cut)), "Invalid checkpoint file");
+    // A whole file whose state the module refuses: read whole before anything is applied.
+    PayloadInterface::throwOnDeserializeState = true;
+    probe(good, "Invalid checkpoint state (module refuses its state)");
+    PayloadInterface::throwOnDeserializeState = false;
 }
 
 TEST_F(EntitySaveFormat, CorruptStateFilesThrowWithTheIdAndStayOnDisk) {
@@ -390,6 +394,9 @@ TEST_F(EntitySaveFormat, KilledSaverLeavesAWholeWorld) {
             live.swap(ServerSideEntity::_sharedObjects);
         }
         ASSERT_NO_THROW(ServerSideEntity::LoadAllEntities()) << "round " << rounds;
+        // The temporary file of the save that was cut short is gone with the load.
+        for (const auto& entry : std::filesystem::directory_iterator(ServerSideEntity::GetCheckpointDir()))
+            EXPECT_NE(entry.path().extension(), ".tmp") << "round " << rounds << ": " << entry.path();
         size_t loaded = 0;
         for (const Id& id : ids) {
             auto e = ServerSideEntity::Get(id);

@@ -1,11 +1,7 @@
-// This file replaces the global operator new/delete to count allocations; GCC then sees frees of
-// memory from operator new in inlined library code and warns wrongly.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
 
 #include <glm/gtc/matrix_transform.hpp>
 
@@ -238,29 +234,3 @@ TEST_F(EntityServerSide, TickHooksRunOnlyWhenInitialized) {
     EXPECT_EQ(c->after, 1);
 }
 
-// Counts allocations made on this thread while armed. Other tests of this binary arm it too
-// (declared in tests/game/AllocationCounter.h).
-thread_local bool countAllocations = false;
-thread_local size_t allocations = 0;
-
-void* operator new(size_t size) {
-    if (countAllocations) ++allocations;
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-
-TEST_F(EntityServerSide, WalkAllocatesNothing) {
-    for (int i = 0; i < 500; ++i) Bare();
-    size_t seen = 0;
-    std::function<void(std::shared_ptr<ServerSideEntity>)> visit = [&seen](std::shared_ptr<ServerSideEntity> e) {
-        seen += e->isComponent ? 0 : 1;
-    };
-    allocations = 0;
-    countAllocations = true;
-    ServerSideEntity::ForEach(std::move(visit));
-    countAllocations = false;
-    EXPECT_EQ(seen, 500u);
-    EXPECT_EQ(allocations, 0u);
-}

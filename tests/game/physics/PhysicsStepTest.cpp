@@ -10,7 +10,6 @@
 #include <tuple>
 #include <vector>
 
-#include "../AllocationCounter.h"
 #include "EnvironmentWorld.h"
 #include "PhysicsStepReference.h"
 #include "game/Game.h"
@@ -362,20 +361,6 @@ TEST_F(PhysicsStep, OptimisedStepMatchesThePlainReadingPoseForPose) {
         for (auto& e : made) ServerSideEntity::Destroy(e->id);
         made.clear();
     }
-}
-
-TEST_F(PhysicsStep, SteadyFramesAllocateNothing) {
-    Slab();
-    for (int i = 0; i < 30; ++i) Spawn("cube", {(i % 6) * 1.5 - 4, 0.6 + (i / 6) * 1.1, 0});
-    auto flyer = Spawn("cube", {0, 80, 0});
-    flyer->relativeEnvironmentId = 0;
-    flyer->parentEnvironmentId = kEnv;
-    for (int i = 0; i < 20; ++i) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    allocations = 0;
-    countAllocations = true;
-    for (int i = 0; i < 10; ++i) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    countAllocations = false;
-    EXPECT_EQ(allocations, 0u);
 }
 
 }  // namespace

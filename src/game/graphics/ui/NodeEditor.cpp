@@ -6,6 +6,9 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "game/Game.h"
+#include "quorl/graphics/Window.h"
+
 namespace game::graphics::ui {
 
 using nlohmann::json;
@@ -17,6 +20,33 @@ static ImVec2 operator+(ImVec2 a, ImVec2 b) { return ImVec2(a.x + b.x, a.y + b.y
 static ImVec2 operator-(ImVec2 a, ImVec2 b) { return ImVec2(a.x - b.x, a.y - b.y); }
 static ImVec2 operator*(ImVec2 a, float k) { return ImVec2(a.x * k, a.y * k); }
 static ImVec2 operator/(ImVec2 a, float k) { return ImVec2(a.x / k, a.y / k); }
+
+// The operating system's clipboard is the window's; without a window (tests, tools), ImGui's.
+static std::string SystemClipboardText() {
+    if (Game::window) return Game::window->GetClipboardString();
+    if (!ImGui::GetCurrentContext()) return {};
+    const char* text = ImGui::GetClipboardText();
+    return text ? text : "";
+}
+
+static void SetSystemClipboardText(const char* text) {
+    if (Game::window) Game::window->SetClipboardString(text);
+    else if (ImGui::GetCurrentContext()) ImGui::SetClipboardText(text);
+}
+
+// Runs draw with every widget it makes refusing input when readOnly, in its usual colours.
+template <class F>
+static void DrawNodeWidgets(bool readOnly, F&& draw) {
+    if (!readOnly) {
+        draw();
+        return;
+    }
+    ImGui::PushStyleVar(ImGuiStyleVar_DisabledAlpha, 1.0f);
+    ImGui::BeginDisabled();
+    draw();
+    ImGui::EndDisabled();
+    ImGui::PopStyleVar();
+}
 
 NodeEditor::~NodeEditor() {
     for (Node* n : nodes) delete n;
@@ -154,15 +184,12 @@ void NodeEditor::Copy() {
         clipboard.push_back(n->Serialize());
     }
     // Wiping the system clipboard marks the node clipboard as the current one.
-    if (!clipboard.empty() && ImGui::GetCurrentContext()) ImGui::SetClipboardText("");
+    if (!clipboard.empty()) SetSystemClipboardText("");
 }
 
 void NodeEditor::Paste() {
     if (readOnly || !clipboard.is_array() || clipboard.empty()) return;
-    if (ImGui::GetCurrentContext()) {
-        const char* text = ImGui::GetClipboardText();
-        if (text && *text) return;  // something else was copied since
-    }
+    if (!SystemClipboardText().empty()) return;  // something else was copied since
     pasteArmed = false;
     json objects = clipboard;
     std::unordered_map<UniqueId, UniqueId> renamed;
@@ -281,7 +308,9 @@ bool NodeEditor::RenderNode(Node* node, float k, float r) {
     dl->ChannelsSplit(2);
     dl->ChannelsSetCurrent(1);
     ImGui::SetCursorPos(ImVec2(pinW, titleH));
-    node->DrawContent(dl, ImVec2(sizePx.x - 2.0f * pinW, sizePx.y - titleH), k);
+    // What nodes draw inside (pin types, "Add" buttons, inline values, text fields) is refused on
+    // a read-only canvas too.
+    DrawNodeWidgets(readOnly, [&] { node->DrawContent(dl, ImVec2(sizePx.x - 2.0f * pinW, sizePx.y - titleH), k); });
 
     if (boxActive) {
         ImVec2 bmin(std::min(boxStart.x, boxEnd.x), std::min(boxStart.y, boxEnd.y));
@@ -389,7 +418,7 @@ bool NodeEditor::RenderNode(Node* node, float k, float r) {
                     wireFromInputPin = pin;
                 }
             }
-            node->DrawInput(dl, centre, r, k, pin);
+            DrawNodeWidgets(readOnly, [&] { node->DrawInput(dl, centre, r, k, pin); });
             pinPositions.push_back(centre);
             if (size_t(pin) < node->inputs.size() && !node->inputs[size_t(pin)].IsNull())
                 pendingWires.push_back({centre, node->inputs[size_t(pin)], node->GetInputColor(pinHovered, pin), pinHovered});
@@ -412,7 +441,7 @@ bool NodeEditor::RenderNode(Node* node, float k, float r) {
                 mouseCaptured = true;
                 if (ImGui::IsMouseDragging(ImGuiMouseButton_Left)) node->draggingOutput = true;
             }
-            node->DrawOutput(dl, centre, r, k);
+            DrawNodeWidgets(readOnly, [&] { node->DrawOutput(dl, centre, r, k); });
             outputPinPositions[node->id] = centre;
         } else {
             outputPinPositions.erase(node->id);

@@ -1,0 +1,109 @@
+// Paths that must not touch the heap once warm. This binary replaces the global operator new to
+// count allocations; it is a binary of its own so that the other suites keep the sanitizers'
+// checks of new and delete.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"  // GCC misreads frees in inlined library code
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "game/Game.h"
+#include "game/entity/EntityConfig.h"
+#include "game/entity/ServerSideEntity.h"
+#include "game/physics/EnvironmentWorld.h"
+
+using game::Game;
+using game::entity::EntityConfig;
+using game::entity::Id;
+using game::entity::ServerSideEntity;
+using quorl::modular::ModuleID;
+
+namespace {
+
+// Allocations made on this thread while countAllocations is set.
+thread_local bool countAllocations = false;
+thread_local size_t allocations = 0;
+
+constexpr const char* kModule = "TEST_allocations";
+constexpr game::entity::EnvironmentId kEnv = 43;
+
+class Allocations : public ::testing::Test {
+protected:
+    physics_test::EnvironmentWorld world;
+    std::vector<std::shared_ptr<ServerSideEntity>> made;
+
+    void SetUp() override {
+        world.gravity = {0, -9.81, 0};
+        world.up = 1;
+        world.groundHeight = -100;
+        world.liquidSurface = -1e9;
+        world.pressure = 101325;
+        for (const char* type : {"cube", "slab"}) {
+            auto config = std::make_shared<EntityConfig>(std::string(ZENDOLA_SOURCE_DIR) + "/data/models/" + type + ".ini");
+            ServerSideEntity::_registered_interfaces[kModule][type] = {
+                config, [] { return std::make_shared<ServerSideEntity::Interface>(); }};
+        }
+        Game::_environmentFunctions[kEnv] = [this](const glm::dvec3& p, game::physics::EnvironmentInfoFlags f,
+                                                   const double&) { return world.Query(p, f); };
+    }
+    void TearDown() override {
+        for (auto& e : made) ServerSideEntity::Destroy(e->id);
+        Game::_environmentFunctions.erase(kEnv);
+        ServerSideEntity::_registered_interfaces.erase(kModule);
+    }
+
+    std::shared_ptr<ServerSideEntity> Spawn(const std::string& type, glm::dvec3 position, bool detachable = true) {
+        auto e = ServerSideEntity::Create<ServerSideEntity>(ModuleID(kModule), type, Id());
+        e->deleteFilesOnDestroy = false;
+        e->isRigidbody = true;
+        e->isDetachable = detachable;
+        e->relativeEnvironmentId = kEnv;
+        e->position = position;
+        made.push_back(e);
+        return e;
+    }
+};
+
+}  // namespace
+
+void* operator new(size_t size) {
+    if (countAllocations) ++allocations;
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, size_t) noexcept { std::free(p); }
+
+TEST_F(Allocations, EntityWalkAllocatesNothing) {
+    for (int i = 0; i < 500; ++i) made.push_back(ServerSideEntity::Create<ServerSideEntity>(ModuleID(), "", Id()));
+    size_t seen = 0;
+    std::function<void(std::shared_ptr<ServerSideEntity>)> visit = [&seen](std::shared_ptr<ServerSideEntity> e) {
+        seen += e->isComponent ? 0 : 1;
+    };
+    allocations = 0;
+    countAllocations = true;
+    ServerSideEntity::ForEach(std::move(visit));
+    countAllocations = false;
+    EXPECT_EQ(seen, 500u);
+    EXPECT_EQ(allocations, 0u);
+}
+
+TEST_F(Allocations, SteadyPhysicsFramesAllocateNothing) {
+    constexpr double kDt = 1.0 / 60.0;
+    constexpr int kSubsteps = 4;
+    Spawn("slab", {0, 0, 0}, false);
+    for (int i = 0; i < 30; ++i) Spawn("cube", {(i % 6) * 1.5 - 4, 0.6 + (i / 6) * 1.1, 0});
+    auto flyer = Spawn("cube", {0, 80, 0});  // in the environment of its parent, far from the others
+    flyer->relativeEnvironmentId = 0;
+    flyer->parentEnvironmentId = kEnv;
+    for (int i = 0; i < 20; ++i) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    allocations = 0;
+    countAllocations = true;
+    for (int i = 0; i < 10; ++i) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    countAllocations = false;
+    EXPECT_EQ(allocations, 0u);
+}
