@@ -550,31 +550,23 @@ TEST(PhysicsConvexCollision, BoxPreTestGoesOneWay) {
     EXPECT_TRUE(PotentialBoxBoxIntersection(ca, cb));
 }
 
-TEST(PhysicsConvexCollision, CollidersShareNameAndCallbackBetweenCopies) {
-    struct Counted {
-        int* copies;
-        Counted(int* c) : copies(c) {}
-        Counted(const Counted& o) : copies(o.copies) { ++*copies; }
-        bool operator()(game::physics::RigidbodyBase*, ConvexMeshCollider*, ConvexMeshCollider*, Collision& c, double) const {
-            c.depth = 0;
-            return false;
-        }
-    };
-    int copies = 0;
-    const std::string longName = "a collider name far too long for any small-string buffer";
+// A collider is a value: a copy has its own name and its own callback, state and all.
+TEST(PhysicsConvexCollision, CollidersCopyTheirNameAndCallback) {
     ConvexMeshCollider original = Cube();
-    original.name = longName;
-    original.callback = Counted(&copies);
-    const int afterSetting = copies;
-    std::vector<ConvexMeshCollider> many(100, original);
-    EXPECT_EQ(copies, afterSetting);
-    EXPECT_EQ(&many[99].name.str(), &original.name.str());
+    original.name = "a collider name far too long for any small-string buffer";
+    int lastCount = 0;
+    original.callback = [count = 0, &lastCount](game::physics::RigidbodyBase*, ConvexMeshCollider*,
+                                                ConvexMeshCollider*, Collision&, double) mutable {
+        lastCount = ++count;
+        return true;
+    };
+    ConvexMeshCollider copy = original;
     Collision c;
-    c.depth = 1;
-    EXPECT_FALSE(many[42].callback(nullptr, &many[42], nullptr, c, 0.1));
-    EXPECT_EQ(c.depth, 0);
-    many[0].name = "other";  // renaming or clearing a copy leaves the others alone
-    many[0].callback = nullptr;
-    EXPECT_EQ(original.name.str(), longName);
-    EXPECT_TRUE(bool(original.callback));
+    copy.callback(nullptr, &copy, nullptr, c, 0.1);
+    copy.callback(nullptr, &copy, nullptr, c, 0.1);
+    EXPECT_EQ(lastCount, 2);
+    original.callback(nullptr, &original, nullptr, c, 0.1);
+    EXPECT_EQ(lastCount, 1);  // the original counts its own calls
+    copy.name += " of the copy";
+    EXPECT_EQ(original.name, "a collider name far too long for any small-string buffer");
 }
