@@ -495,6 +495,12 @@ void ServerSideEntity::PhysicsUpdate(double deltaTime, int substeps) {
         for (Table& t : s.tables) {
             t.groups.clear();
             t.environments = 0;
+            // An entity makes at most one group: a group that appears for the first time (a body
+            // joining a parent) then finds room.
+            if (t.groups.capacity() < population) {
+                t.groups.reserve(population);
+                t.order.reserve(population);
+            }
         }
         s.deltaTime = deltaTime;
         // One pointer of capture: the walk's function object stays in its small buffer.
