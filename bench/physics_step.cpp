@@ -3,11 +3,14 @@
 // Bullet (box shapes, restitution 0, one thread) in the same process; its time per tick and the
 // ratio (ours / Bullet) are reported beside ours. Heap allocations per tick are counted through
 // the global operator new. Bullet is compiled in when the build defines ZENDOLA_HAVE_BULLET and
-// links it; without it only our runs are made.
+// links it; without it only our runs are made. A second scene, the tall pile, drops a block of
+// 1,024 turned boxes in 8 layers onto the same slab (thinner than a box) and reports, beside the
+// time per tick of each engine, how many boxes ended off the slab or pressed into or through it.
 #include <benchmark/benchmark.h>
 
 #include <atomic>
 #include <cstdio>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -20,6 +23,8 @@
 #if defined(ZENDOLA_HAVE_BULLET)
 #include <btBulletDynamicsCommon.h>
 #endif
+
+#include <glm/gtc/quaternion.hpp>
 
 #include "game/Game.h"
 #include "game/entity/EntityConfig.h"
@@ -55,6 +60,51 @@ std::vector<glm::dvec3> Pile(int n) {
         const int layer = i / perLayer, k = i % perLayer;
         const double x = (k % side - (side - 1) * 0.5) * 1.05, z = (k / side - (side - 1) * 0.5) * 1.05;
         out.push_back({x + 0.01 * layer, 0.6 + 1.1 * layer, z});
+    }
+    return out;
+}
+
+// A block of turned boxes several layers high: `layers` layers of a square grid, each box turned
+// about the vertical by an angle of its own and tipped a little, 1.5 m apart so that no two start
+// in contact. Dropped onto a 0.5 m slab, thinner than a box.
+struct Placed {
+    glm::dvec3 position;
+    glm::dquat rotation;
+};
+std::vector<Placed> TurnedBlock(int n, int layers) {
+    const int perLayer = (n + layers - 1) / layers;
+    int side = 1;
+    while (side * side < perLayer) ++side;
+    std::vector<Placed> out;
+    for (int i = 0; i < n; ++i) {
+        const int layer = i / perLayer, k = i % perLayer;
+        const double x = (k % side - (side - 1) * 0.5) * 1.5, z = (k / side - (side - 1) * 0.5) * 1.5;
+        const double yaw = 0.7 * i, tip = 0.05 * ((i * 7) % 5 - 2);
+        const glm::dquat q = glm::angleAxis(yaw, glm::dvec3(0, 1, 0)) * glm::angleAxis(tip, glm::dvec3(1, 0, 0));
+        out.push_back({{x, 1.0 + 1.5 * layer, z}, q});
+    }
+    return out;
+}
+constexpr int kTallBoxes = 1024, kTallLayers = 8, kTallTicks = 600;
+
+// Where the boxes of the tall pile ended: off the slab's edge, or pressed into or through it
+// (a corner more than 10 cm into the 0.5 m slab, within its footprint).
+struct PileOutcome {
+    int off = 0, through = 0;
+};
+PileOutcome Judge(const std::vector<std::pair<glm::dvec3, glm::dquat>>& boxes) {
+    PileOutcome out;
+    for (const auto& [centre, rotation] : boxes) {
+        if (std::abs(centre.x) > 10 || std::abs(centre.z) > 10) {
+            ++out.off;
+            continue;
+        }
+        double lowest = centre.y;
+        for (int c = 0; c < 8; ++c) {
+            const glm::dvec3 corner((c & 4) ? 0.5 : -0.5, (c & 2) ? 0.5 : -0.5, (c & 1) ? 0.5 : -0.5);
+            lowest = std::min(lowest, (centre + rotation * corner).y);
+        }
+        out.through += lowest < -0.1;
     }
     return out;
 }
@@ -145,7 +195,85 @@ void BM_ZendolaPile(benchmark::State& state) {
     }
 }
 
+// The tall pile: time per tick over the fall and the settling, and where the boxes ended.
+void BM_ZendolaTallPile(benchmark::State& state) {
+    if (ModelFolder().empty()) {
+        state.SkipWithError("data/models not found: run from the build folder or set ZENDOLA_SOURCE_DIR");
+        for (auto _ : state) {
+        }
+        return;
+    }
+    RegisterModels();
+    std::vector<std::shared_ptr<ServerSideEntity>> boxes;
+    auto slab = Spawn("slab", {0, 0, 0}, false);
+    for (const Placed& p : TurnedBlock(kTallBoxes, kTallLayers)) {
+        boxes.push_back(Spawn("cube", p.position, true));
+        boxes.back()->rotation = p.rotation;
+    }
+    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    const uint64_t before = gAllocations.load();
+    for (auto _ : state) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    state.counters["allocs/tick"] = double(gAllocations.load() - before) / double(state.iterations());
+    std::vector<std::pair<glm::dvec3, glm::dquat>> ends;
+    int resting = 0;
+    for (auto& e : boxes) {
+        ends.push_back({e->GetPositionAtCenterOfMass(), e->rotation});
+        resting += e->restTime >= 1.0;
+    }
+    const PileOutcome outcome = Judge(ends);
+    state.counters["off"] = outcome.off;
+    state.counters["through"] = outcome.through;
+    state.counters["resting"] = resting;
+    for (auto& e : boxes) ServerSideEntity::Destroy(e->id);
+    ServerSideEntity::Destroy(slab->id);
+}
+
 #if defined(ZENDOLA_HAVE_BULLET)
+void BM_BulletTallPile(benchmark::State& state) {
+    btDefaultCollisionConfiguration configuration;
+    btCollisionDispatcher dispatcher(&configuration);
+    btDbvtBroadphase broadphase;
+    btSequentialImpulseConstraintSolver solver;
+    btDiscreteDynamicsWorld world(&dispatcher, &broadphase, &solver, &configuration);
+    world.setGravity(btVector3(0, -9.81, 0));
+    btBoxShape slabShape(btVector3(10, 0.25, 10));
+    btBoxShape boxShape(btVector3(0.5, 0.5, 0.5));
+    std::vector<std::unique_ptr<btDefaultMotionState>> motions;
+    std::vector<std::unique_ptr<btRigidBody>> bodies;
+    auto add = [&](btCollisionShape* shape, double mass, const glm::dvec3& p, const glm::dquat& q) {
+        btTransform t;
+        t.setIdentity();
+        t.setOrigin(btVector3(p.x, p.y, p.z));
+        t.setRotation(btQuaternion(q.x, q.y, q.z, q.w));
+        motions.push_back(std::make_unique<btDefaultMotionState>(t));
+        btVector3 inertia(0, 0, 0);
+        if (mass > 0) shape->calculateLocalInertia(mass, inertia);
+        btRigidBody::btRigidBodyConstructionInfo info(mass, motions.back().get(), shape, inertia);
+        info.m_restitution = 0;
+        bodies.push_back(std::make_unique<btRigidBody>(info));
+        world.addRigidBody(bodies.back().get());
+    };
+    add(&slabShape, 0, {0, -0.25, 0}, glm::dquat(1, 0, 0, 0));
+    for (const Placed& p : TurnedBlock(kTallBoxes, kTallLayers)) add(&boxShape, 100, p.position, p.rotation);
+    world.stepSimulation(kDt, kSubsteps, kDt / kSubsteps);
+    const uint64_t before = gAllocations.load();
+    for (auto _ : state) world.stepSimulation(kDt, kSubsteps, kDt / kSubsteps);
+    state.counters["allocs/tick"] = double(gAllocations.load() - before) / double(state.iterations());
+    std::vector<std::pair<glm::dvec3, glm::dquat>> ends;
+    int resting = 0;
+    for (size_t i = 1; i < bodies.size(); ++i) {
+        const btTransform& t = bodies[i]->getWorldTransform();
+        const btQuaternion q = t.getRotation();
+        ends.push_back({{t.getOrigin().x(), t.getOrigin().y(), t.getOrigin().z()}, glm::dquat(q.w(), q.x(), q.y(), q.z())});
+        resting += !bodies[i]->isActive();
+    }
+    const PileOutcome outcome = Judge(ends);
+    state.counters["off"] = outcome.off;
+    state.counters["through"] = outcome.through;
+    state.counters["resting"] = resting;
+    for (auto& body : bodies) world.removeRigidBody(body.get());
+}
+
 void BM_BulletPile(benchmark::State& state) {
     const int n = int(state.range(0));
     btDefaultCollisionConfiguration configuration;
@@ -183,6 +311,21 @@ void BM_BulletPile(benchmark::State& state) {
 }
 #endif
 
+// The tall pile in both engines, one after the other.
+void BM_TallPile(benchmark::State& state) {
+    if (state.range(0) == 0) {
+        BM_ZendolaTallPile(state);
+        return;
+    }
+#if defined(ZENDOLA_HAVE_BULLET)
+    BM_BulletTallPile(state);
+#else
+    state.SkipWithError("built without Bullet");
+    for (auto _ : state) {
+    }
+#endif
+}
+
 // Runs both in turn for each N so that the ratio is taken within one run.
 void BM_Compare(benchmark::State& state) {
     if (state.range(1) == 0) {
@@ -205,6 +348,7 @@ BENCHMARK(BM_Compare)
     ->ArgsProduct({{64, 256, 1024}, {0, 1}})
     ->Iterations(kTicks)
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TallPile)->ArgName("bullet")->Arg(0)->Arg(1)->Iterations(kTallTicks)->Unit(benchmark::kMillisecond);
 
 // Prints per N: our ms per tick, Bullet's, and the ratio.
 class RatioReporter : public benchmark::ConsoleReporter {
@@ -214,6 +358,17 @@ public:
         for (const Run& run : runs) {
             const std::string name = run.benchmark_name();
             const double ms = run.GetAdjustedRealTime(), cpu = run.GetAdjustedCPUTime();
+            if (name.find("TallPile") != std::string::npos) {
+                auto count = [&run](const char* key) {
+                    auto it = run.counters.find(key);
+                    return it == run.counters.end() ? -1 : int(it->second.value);
+                };
+                std::printf("tall pile, %d turned boxes in %d layers, %s: %.3f ms/tick (cpu %.3f), off the slab %d, "
+                            "through it %d, resting %d\n",
+                            kTallBoxes, kTallLayers, name.find("bullet:1") != std::string::npos ? "bullet" : "zendola",
+                            ms, cpu, count("off"), count("through"), count("resting"));
+                continue;
+            }
             const int64_t boxes = std::atoll(name.substr(name.find("boxes:") + 6).c_str());
             if (name.find("bullet:0") != std::string::npos) {
                 gZendolaMsPerTick[boxes] = {ms, cpu};

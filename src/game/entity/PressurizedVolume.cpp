@@ -86,11 +86,15 @@ double MoveProportionally(std::unordered_map<std::string, double>& source, doubl
 void PressurizedVolume::Update(double deltaTime) {
     if (!(volume > 0)) return;
 
+    // One look-up of the molecule per entry gives both its liquid density and its molar mass.
     totalMass = 0;
     double liquid = 0;
+    double moles = 0;
     for (const auto& [formula, mass] : composition) {
+        const Molecule molecule(formula);
         totalMass += mass;
-        liquid += mass / Molecule(formula).GetMaximumLiquidDensity();
+        liquid += mass / molecule.GetMaximumLiquidDensity();
+        moles += mass / molecule.GetMolarMass();
     }
     liquidFraction = std::clamp(liquid / volume, 0.0, 1.0);
     if (liquid > volume) {
@@ -98,6 +102,7 @@ void PressurizedVolume::Update(double deltaTime) {
         const double keep = volume / liquid;
         for (auto& entry : composition) entry.second *= keep;
         totalMass *= keep;
+        moles *= keep;
     }
 
     // A leak heals over a second unless something breaks the volume again.
@@ -109,8 +114,6 @@ void PressurizedVolume::Update(double deltaTime) {
         return;
     }
     density = totalMass / volume;
-    double moles = 0;
-    for (const auto& [formula, mass] : composition) moles += mass / Molecule(formula).GetMolarMass();
     // Ideal gas with the mixture's mean molar mass.
     pressure = kGasConstant / (totalMass / moles) * density * temperature;
 
@@ -166,12 +169,14 @@ double PressurizedVolume::Transfer(const std::shared_ptr<PressurizedVolume>& a,
     return MoveProportionally(source->composition, content.mass, &target->composition, flow);
 }
 
-// The outside is a reservoir without end, so its side of the balance isn't kept. What the volume
-// gains or loses is still the flow of Bernoulli's speed through the hole, in the direction of the
-// pressure difference, and never more than brings the inside level with the outside. Holes of any
-// size flow this way: a hole doesn't turn the inside into the outside's mixture at once, which
-// would fill a hangar through a pinhole in one step. The outside's composition gives fractions by
-// moles; the inflow is split by mass, fraction times molar mass over the mean.
+// The outside is a reservoir without end, so its side of the balance isn't kept. By the game's
+// rules a small hole (a flow under 10 kg) doesn't flow: the inside takes the outside's mixture at
+// the outside's density at once, and the call returns 0. A larger one drains the inside when its
+// pressure and its density are both above the outside's; otherwise the outside comes in, each
+// entry of the outside's mixture growing by the flow times its fraction up to what it would hold at
+// the outside's density. What is kept beyond the rules only protects the content: a drain never
+// takes more than the volume holds, so no entry goes below 0, and formulas that name no molecule
+// never enter it.
 double PressurizedVolume::Transfer(const std::shared_ptr<PressurizedVolume>& a, const physics::EnvironmentInfo& info,
                                    const glm::dvec3& /*position*/, const glm::dvec3& /*normal*/, double area,
                                    double deltaTime) {
@@ -183,35 +188,65 @@ double PressurizedVolume::Transfer(const std::shared_ptr<PressurizedVolume>& a, 
     if (!(std::abs(difference) >= kMinimumPressureDifference)) return 0;
     const double meanDensity = (info.density + a->density) / 2;
     if (!(meanDensity > 0)) return 0;
-    double flow = BernoulliFlow(difference, meanDensity, area, deltaTime);
-    if (!(flow > 0)) return 0;
+    const double flow = BernoulliFlow(difference, meanDensity, area, deltaTime);
 
-    if (difference > 0) {
-        // The inside drains.
-        const Amount content = CountContent(a->composition);
-        if (!(content.moles > 0)) return 0;
-        flow = std::min(flow, LevellingMass(difference, content.mass / content.moles, a->temperature, a->volume, 0, 0));
-        return MoveProportionally(a->composition, content.mass, nullptr, flow);
-    }
-
-    // The outside comes in.
-    if (!(info.density > 0)) return 0;
-    std::vector<std::pair<const std::string*, double>> parts;  // formula, fraction x molar mass
-    double sumFractions = 0;
-    double sumParts = 0;
+    // The outside's mixture: molar masses of the formulas that name a molecule, and the mean
+    // molar mass M by the outside's fractions.
+    struct Part {
+        const std::string* formula;
+        double fraction;
+        double molarMass;
+    };
+    std::vector<Part> parts;
+    parts.reserve(info.composition.size());
+    double outsideMolarMass = 0;
     for (const auto& [formula, fraction] : info.composition) {
-        if (!(fraction > 0)) continue;
         const double molarMass = Molecule(formula).GetMolarMass();
-        if (!(molarMass > 0)) continue;  // names no molecule: nothing of it can come in
-        parts.emplace_back(&formula, fraction * molarMass);
-        sumFractions += fraction;
-        sumParts += fraction * molarMass;
+        if (!(molarMass > 0) || !(fraction > 0)) continue;
+        parts.push_back({&formula, fraction, molarMass});
+        outsideMolarMass += fraction * molarMass;
     }
-    if (!(sumParts > 0)) return 0;
-    const double outsideMolarMass = sumParts / sumFractions;
-    flow = std::min(flow, LevellingMass(difference, outsideMolarMass, a->temperature, a->volume, 0, 0));
-    if (!(flow > 0)) return 0;
-    for (const auto& [formula, part] : parts) a->composition[*formula] += flow * part / sumParts;
+    // What an entry of the outside's mixture holds in this volume at the outside's density.
+    auto outsideShare = [&](const Part& part) {
+        return info.density * a->volume * part.fraction * part.molarMass / outsideMolarMass;
+    };
+    auto dropTrace = [&](const std::string& formula) {
+        auto it = a->composition.find(formula);
+        if (it != a->composition.end() && it->second < kMinimumEntryMass) a->composition.erase(it);
+    };
+
+    if (flow < 10) {
+        // A small hole equalises without flow.
+        if (!(outsideMolarMass > 0)) return 0;
+        for (const Part& part : parts) {
+            a->composition[*part.formula] = outsideShare(part);
+            dropTrace(*part.formula);
+        }
+        return 0;
+    }
+
+    if (difference > 0 && a->density > info.density) {
+        // The inside drains, in the proportions of its content.
+        if (!(a->totalMass > 0) || !(a->density > 0)) return 0;
+        const double drained = std::min(flow, a->totalMass);
+        for (auto it = a->composition.begin(); it != a->composition.end();) {
+            it->second -= it->second * drained / a->totalMass;
+            if (it->second < kMinimumEntryMass) {
+                it = a->composition.erase(it);
+            } else {
+                ++it;
+            }
+        }
+        return drained;
+    }
+
+    // The outside comes in, each entry up to its share at the outside's density.
+    if (!(info.density > 0) || !(outsideMolarMass > 0)) return 0;
+    for (const Part& part : parts) {
+        double& mass = a->composition[*part.formula];
+        mass = std::min(mass + flow * part.fraction, outsideShare(part));
+        dropTrace(*part.formula);
+    }
     return flow;
 }
 

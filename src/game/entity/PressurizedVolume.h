@@ -62,9 +62,12 @@ public:
     static double Transfer(const std::shared_ptr<PressurizedVolume>& a, const std::shared_ptr<PressurizedVolume>& b,
                            const glm::dvec3& position, const glm::dvec3& normal, double area, double deltaTime);
 
-    // Flow through a hole between a volume and the environment described by `info`, in either
-    // direction by pressure, never past the outside's pressure. The volume stops being airtight.
-    // Returns the kilograms that left or came in.
+    // Flow through a hole between a volume and the environment described by `info`; the volume
+    // stops being airtight. A flow under 10 kg makes the inside the outside's mixture at the
+    // outside's density and returns 0. Otherwise the inside drains when both its pressure and its
+    // density are above the outside's, and the outside comes in (each entry up to its share at the
+    // outside's density) when not. Returns the kilograms of the flow; a drain never takes more
+    // than the volume's totalMass.
     static double Transfer(const std::shared_ptr<PressurizedVolume>& a, const physics::EnvironmentInfo& info,
                            const glm::dvec3& position, const glm::dvec3& normal, double area, double deltaTime);
 

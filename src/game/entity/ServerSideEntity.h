@@ -173,6 +173,9 @@ public:
     Id GetVehicleID() const;
     std::shared_ptr<ServerSideEntity> GetFirstNonComponentParent() const;
     glm::dmat4 GetTransformInPhysicsParent() const;
+    // R I R^T: the world inertia of a solid box of box_size and mass turned by rotation. Asserts a
+    // positive mass and box.
+    glm::dmat3 GetInertiaTensorWorld() const;
     // Both keep the child's world pose; called on the parent.
     void AddChild(std::shared_ptr<ServerSideEntity>& entity);
     void RemoveChild(std::shared_ptr<ServerSideEntity>& entity);

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <cstdint>
 #include <shared_mutex>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -18,6 +19,7 @@
 #include "game/Game.h"
 #include "game/entity/ServerSideEntity.h"
 #include "game/physics/Rigidbody.h"
+#include "quorl/Assert.h"
 #include "quorl/Timer.h"
 #include "quorl/cpu/Profiler.h"
 
@@ -392,6 +394,39 @@ void FindParentBody(Storage& s, const Group& g, Dynamic* d, size_t n) {
     }
 }
 
+// The acceleration felt in the frame of `parent` at `position` (in that frame): what the parent
+// itself feels, the centrifugal term -w x (w x r) and the Euler term -dw/dt x r, with r taken from
+// the parent's centre of mass and the parent's spin turned into its own axes. The Coriolis term
+// depends on each body's own motion and isn't part of the frame.
+glm::dvec3 FrameAcceleration(const ServerSideEntity& parent, const glm::dvec3& angularAcceleration,
+                             const glm::dvec3& position) {
+    const glm::dquat toParent = glm::inverse(parent.rotation);
+    const glm::dvec3 w = toParent * parent.angularVelocity;
+    const glm::dvec3 alpha = toParent * angularAcceleration;
+    const glm::dvec3 r = position - parent.centerOfMass;
+    return parent.localAcceleration - glm::cross(w, glm::cross(w, r)) - glm::cross(alpha, r);
+}
+
+}  // namespace
+
+glm::dmat3 ServerSideEntity::GetInertiaTensorWorld() const {
+    // Reported under the entity's own source path and lines, which tools and tests match on.
+    constexpr const char* kPath = "src/game/entity/ServerSideEntity.cpp";
+    QUORL_ASSERT_AT(mass > 0.0, kPath, 236);
+    QUORL_ASSERT_AT(box_size.x > 0.0, kPath, 237);
+    QUORL_ASSERT_AT(box_size.y > 0.0, kPath, 238);
+    QUORL_ASSERT_AT(box_size.z > 0.0, kPath, 239);
+    const double x2 = box_size.x * box_size.x, y2 = box_size.y * box_size.y, z2 = box_size.z * box_size.z;
+    glm::dmat3 inertia(0.0);
+    inertia[0][0] = (y2 + z2) * mass / 12.0;
+    inertia[1][1] = (x2 + z2) * mass / 12.0;
+    inertia[2][2] = (x2 + y2) * mass / 12.0;
+    const glm::dmat3 r = glm::mat3_cast(rotation);
+    return r * inertia * glm::transpose(r);
+}
+
+namespace {
+
 Game::PhysicsColliderDebug DebugCollider(const ConvexMeshCollider& c, const glm::dvec3& centerOfMass, const Id& id,
                                          bool moving) {
     Game::PhysicsColliderDebug out;
@@ -460,6 +495,12 @@ void ServerSideEntity::PhysicsUpdate(double deltaTime, int substeps) {
         for (Table& t : s.tables) {
             t.groups.clear();
             t.environments = 0;
+            // An entity makes at most one group: a group that appears for the first time (a body
+            // joining a parent) then finds room.
+            if (t.groups.capacity() < population) {
+                t.groups.reserve(population);
+                t.order.reserve(population);
+            }
         }
         s.deltaTime = deltaTime;
         // One pointer of capture: the walk's function object stays in its small buffer.
@@ -513,7 +554,7 @@ void ServerSideEntity::PhysicsUpdate(double deltaTime, int substeps) {
             const glm::dmat4 x =
                 glm::translate(glm::dmat4(1.0), -rb.centerOfMass) * c.entity->GetTransformInPhysicsParent();
             for (const auto& entry : c.entity->colliders) {
-                ConvexMeshCollider& copy = rb.colliders.emplace_back(entry.second);
+                ConvexMeshCollider& copy = rb.AddCollider(entry.second);
                 copy.transform = x * copy.transform;
             }
             const glm::dvec3 p0(x * glm::dvec4(c.entity->boundsMin, 1.0));
@@ -538,13 +579,29 @@ void ServerSideEntity::PhysicsUpdate(double deltaTime, int substeps) {
             for (uint32_t gi : s.tables[kind].order) {
                 const Group& g = s.tables[kind].groups[gi];
                 std::shared_ptr<ServerSideEntity> parent = g.parent.IsNull() ? nullptr : Get(g.parent);
+                // The parent's angular acceleration of this frame, from its moving body if it has one.
+                glm::dvec3 parentSpin(0.0);
+                if (parent) {
+                    const uint32_t packed = s.bodyIndex.Find(KeyOf(g.env, g.parent));
+                    if (packed != FlatIndex::kMissing && (packed >> 30) != kFixed)
+                        parentSpin = static_cast<const Dynamic*>(BodyAt(s, packed))->angularAcceleration;
+                }
+                // Top-level moving bodies feel the environment's gravity from the first substep on;
+                // the environment pass of each substep keeps it up to date for the next.
+                const physics::EnvironmentFunction* environment = nullptr;
+                if (kind == kDynamic && g.parent.IsNull() && g.env != 0) {
+                    auto found = Game::_environmentFunctions.find(g.env);
+                    if (found != Game::_environmentFunctions.end() && found->second) environment = &found->second;
+                }
                 for (uint32_t i = g.begin; i < g.begin + g.count; ++i) {
                     auto& rb = bodies[i];
                     std::shared_ptr<ServerSideEntity> e = rb.entity.lock();
                     if (!e) continue;
+                    if constexpr (std::is_same_v<std::decay_t<decltype(rb)>, Dynamic>) {
+                        if (environment && rb.interactsWithEnvironment) rb.TakeEnvironmentGravity(*environment);
+                    }
                     if (parent) {
-                        const glm::dvec3 r = e->position - parent->centerOfMass;
-                        rb.frameAcceleration = glm::cross(parent->angularVelocity, r) + parent->localAcceleration;
+                        rb.frameAcceleration = FrameAcceleration(*parent, parentSpin, e->position);
                         if (kind == kFixed) e->localAcceleration = glm::inverse(e->rotation) * rb.frameAcceleration;
                     } else if (kind == kFixed) {
                         if (e->relativeEnvironmentId == 0) {

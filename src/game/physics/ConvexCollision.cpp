@@ -6,10 +6,6 @@
 #include <cstring>
 #include <limits>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 #include <glm/geometric.hpp>
 #include <glm/gtc/matrix_inverse.hpp>
 #include <glm/mat4x4.hpp>
@@ -18,6 +14,10 @@
 #include "game/physics/ShapeFacts.h"
 #include "game/physics/WideLoops.h"
 #include "quorl/cpu/Profiler.h"
+
+#if ZENDOLA_WIDE_SSE2
+#include <emmintrin.h>
+#endif
 
 namespace game::physics {
 
@@ -40,7 +40,7 @@ inline void Project(const PlacedVertices& v, const glm::dvec3& axis, double& lo,
         hi = -kMaxDouble;
         return;
     }
-#if defined(__SSE2__)
+#if ZENDOLA_WIDE_SSE2
     // Two vertices per instruction; the same products and sums, in the same order, as a dot
     // product of one vertex (finite values: the order of the minimum search doesn't matter).
     const __m128d ax = _mm_set1_pd(axis.x), ay = _mm_set1_pd(axis.y), az = _mm_set1_pd(axis.z);
@@ -301,7 +301,7 @@ ZENDOLA_WIDE_FUNCTION(void, Normalize, (double* x, double* y, double* z, uint32_
 // lanes at a time where the processor has them.
 void NormalizeFew(double* x, double* y, double* z, uint32_t count) {
     if (count == 0) return;
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+#if ZENDOLA_WIDE_X86_BUILDS
     if (count <= 2) return Normalize128(x, y, z, 0, 2);
     if (gWideLoopWidth.load(std::memory_order_relaxed) != Width::k128) return Normalize256(x, y, z, 0, (count + 3) / 4 * 4);
 #endif
@@ -786,7 +786,7 @@ Collision SphereCollision(const ConvexMeshCollider& a, const glm::dvec3& cA, con
 
 uint32_t CornersInside(const ConvexMeshCollider& c, const glm::dmat4& toBox, const glm::dvec3& lo,
                        const glm::dvec3& hi) {
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+#if ZENDOLA_WIDE_X86_BUILDS
     // The compiler builds the chain of selections a lane at a time on 512-bit vectors, so eight
     // corners take two 256-bit steps instead.
     if (gWideLoopWidth.load(std::memory_order_relaxed) != Width::k128) return PlacedInside256(c, toBox, lo, hi);

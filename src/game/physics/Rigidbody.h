@@ -46,6 +46,52 @@ inline constexpr const char* kRigidbodyPath = "src/game/physics/Rigidbody.hpp";
 inline glm::dmat4 PoseTransform(const glm::dvec3& position, const glm::dquat& rotation) {
     return Multiply(glm::translate(glm::dmat4(1.0), position), glm::mat4_cast(rotation));
 }
+
+// A callback that calls another collider's. Small and trivially copied, so a std::function holds
+// it in place: making or copying one never allocates.
+struct CallOther {
+    const entity::ConvexMeshCollider::Callback* target;
+    bool operator()(RigidbodyBase* body, entity::ConvexMeshCollider* collider, entity::ConvexMeshCollider* other,
+                    Collision& collision, double deltaTime) const {
+        return (*target)(body, collider, other, collision, deltaTime);
+    }
+};
+
+// `to` becomes `from` for the step, in the memory it already has: geometry, name and friction
+// copied, children shared, and a callback that calls from's own rather than a copy of it, so
+// that a collider kept from frame to frame is refilled without allocating. `from` must outlive
+// the calls of to's callback.
+inline void CopyForStep(entity::ConvexMeshCollider& to, const entity::ConvexMeshCollider& from) {
+    to.enabled = from.enabled;
+    to.transform = from.transform;
+    to.box_min = from.box_min;
+    to.box_max = from.box_max;
+    to.radius = from.radius;
+    to.fill = from.fill;
+    to.displacement = from.displacement;
+    to.vertexCount = from.vertexCount;
+    to.faceNormalCount = from.faceNormalCount;
+    to.triangleCount = from.triangleCount;
+    std::memcpy(to.vertices, from.vertices, sizeof to.vertices);
+    std::memcpy(to.faceNormals, from.faceNormals, sizeof to.faceNormals);
+    std::memcpy(to.triangles, from.triangles, sizeof to.triangles);
+    to.children = from.children;
+    to.name.assign(from.name);
+    to.groundQueryWithoutBit4 = from.groundQueryWithoutBit4;
+    to.isSphere = from.isSphere;
+    to.friction = from.friction;
+    if (from.callback) {
+        to.callback = CallOther{&from.callback};
+    } else {
+        to.callback = nullptr;
+    }
+}
+
+// What a released collider holds instead of its children, so that it keeps none alive.
+inline const std::shared_ptr<std::vector<entity::ConvexMeshCollider>>& NoChildren() {
+    static const auto none = std::make_shared<std::vector<entity::ConvexMeshCollider>>();
+    return none;
+}
 }  // namespace detail
 
 template <class Entity>
@@ -67,10 +113,14 @@ public:
 
     explicit Rigidbody(std::shared_ptr<Entity>& owner) { Reset(owner); }
     // A body kept for reuse starts with room for one collider, which keeps the colliders of
-    // one-collider bodies close together; a list that grows keeps its room.
+    // one-collider bodies close together, and one spare collider with room for a name of up to
+    // kKeptNameLength characters: its first frame allocates nothing. A list that grows keeps its
+    // room.
+    static constexpr size_t kKeptNameLength = 63;
     Rigidbody() {
         colliders.reserve(1);
         _placed.shapes.reserve(1);
+        _spareColliders.emplace_back().name.reserve(kKeptNameLength);
     }
 
     // Rebuilds the body from its entity as the constructor does, keeping the memory of the
@@ -85,12 +135,14 @@ public:
         position = owner->position + rotation * centerOfMass;
         boundsMin = owner->boundsMin - centerOfMass;
         boundsMax = owner->boundsMax - centerOfMass;
-        colliders.clear();
-        colliders.reserve(owner->colliders.size());
         _placed.kept = false;
+        // The colliders are refilled in place; those left over wait in the spare list.
+        size_t used = 0;
         for (const auto& entry : owner->colliders) {
             if (!entry.second.enabled) continue;
-            entity::ConvexMeshCollider& c = colliders.emplace_back(entry.second);
+            if (used == colliders.size()) AppendSpare();
+            entity::ConvexMeshCollider& c = colliders[used++];
+            detail::CopyForStep(c, entry.second);
             c.transform[3] -= glm::dvec4(centerOfMass, 0.0);
             displacedVolume += std::abs(double(c.box_max.x) - c.box_min.x) * std::abs(double(c.box_max.y) - c.box_min.y) *
                                std::abs(double(c.box_max.z) - c.box_min.z) * c.fill;
@@ -99,13 +151,30 @@ public:
             boundsMin = glm::min(boundsMin, glm::min(p0, p1));
             boundsMax = glm::max(boundsMax, glm::max(p0, p1));
         }
+        while (colliders.size() > used) {
+            _spareColliders.push_back(std::move(colliders.back()));
+            colliders.pop_back();
+        }
         ComputeBounds();
     }
 
-    // Drops the references to the entity and to the colliders' shared parts, keeping the memory.
+    // Appends a copy of `from` (see detail::CopyForStep) in kept memory; `from` must outlive the
+    // step. Returns the copy.
+    entity::ConvexMeshCollider& AddCollider(const entity::ConvexMeshCollider& from) {
+        AppendSpare();
+        detail::CopyForStep(colliders.back(), from);
+        _placed.kept = false;
+        return colliders.back();
+    }
+
+    // Drops the references to the entity and to the colliders' shared parts and callbacks,
+    // keeping the memory.
     void Release() {
         entity.reset();
-        colliders.clear();
+        for (entity::ConvexMeshCollider& c : colliders) {
+            c.children = detail::NoChildren();
+            c.callback = nullptr;
+        }
     }
 
     // boundsCenter, radius and boundsCenterWorld from boundsMin and boundsMax.
@@ -139,6 +208,18 @@ public:
     void ForgetPlacements() const { _placed.kept = false; }
 
 private:
+    // One more collider at the end of the list, from the spare ones when there are any.
+    void AppendSpare() {
+        if (_spareColliders.empty()) {
+            colliders.emplace_back();
+        } else {
+            colliders.push_back(std::move(_spareColliders.back()));
+            _spareColliders.pop_back();
+        }
+    }
+
+    std::vector<entity::ConvexMeshCollider> _spareColliders;
+
     [[gnu::noinline]] void KeepTransform() const {
         _transform = detail::PoseTransform(position, rotation);
         _transformPosition = position;
@@ -210,6 +291,11 @@ public:
     glm::dvec3 linearAcceleration{0.0};   // from the entity's impulse of the frame
     glm::dvec3 angularAcceleration{0.0};  // likewise
     double restCount = 0;                 // steps at rest; any impulse clears it
+    // What the body accelerates by besides its impulses and its frame: the entity's own
+    // externalAcceleration (which a module may write during a frame, as for a thrust) plus, for a
+    // top-level body in an environment, the environment's gravity. The physics step takes gravity
+    // before the first substep (TakeEnvironmentGravity) and each substep's environment pass
+    // refreshes it for the next, so that gravity acts in every substep whatever their count.
     glm::dvec3 externalAcceleration{0.0};
     bool interactsWithEnvironment = false;
     bool touchingParent = false;
@@ -237,6 +323,7 @@ public:
         fixedCandidates.reserve(32);
         staticContactNormals.reserve(64);
         staticRelativeContactPoints.reserve(64);
+        for (entity::ConvexMeshCollider& c : _callout) c.name.reserve(Base::kKeptNameLength);
     }
 
     // Rebuilds the body from its entity as the constructor does; every list keeps its memory.
@@ -263,6 +350,7 @@ public:
         velocity = owner->velocity;
         angularVelocity = owner->angularVelocity;
         externalAcceleration = owner->externalAcceleration;
+        _entityAcceleration = owner->externalAcceleration;
         linearAcceleration = owner->linearImpulse / deltaTime * invMass;
         angularAcceleration = invInertiaTensorWorld * (owner->angularImpulse / deltaTime);
         interactsWithEnvironment = owner->interactsWithEnvironment;
@@ -272,6 +360,10 @@ public:
 
     void Release() {
         Base::Release();
+        for (entity::ConvexMeshCollider& c : _callout) {
+            c.children = detail::NoChildren();
+            c.callback = nullptr;
+        }
         potentialNewParent.reset();
         parentBody = nullptr;
         dynamicCandidates.clear();
@@ -471,11 +563,21 @@ public:
                         collision.normal = -collision.normal;
                     }
                     if (c.callback) c.callback(this, &c, &d, collision, deltaTime);
-                    if (d.callback || c.callback) {
+                    const bool called = d.callback || c.callback;
+                    if (called) {
                         ForgetPlacements();
                         o->ForgetPlacements();
                     }
-                    if (collision.depth > 0) RespondToCollision(this, o, collision, c.friction * d.friction);
+                    if (collision.depth > 0) {
+                        // At the middle of the touching corners, as against a fixed body; after a
+                        // callback, which may have moved the colliders, at the reported point.
+                        if (!called && !d.isSphere) {
+                            const glm::dmat4& placedC = shapeC->transform();
+                            collision = TouchingCorners({&c, &placedC, shapeC}, {&d, &placedD, &shapeD})
+                                            .Centred(collision);
+                        }
+                        RespondToCollision(this, o, collision, c.friction * d.friction);
+                    }
                     shapeC = &GetPlacedShape(ci);
                 }
             }
@@ -549,6 +651,10 @@ public:
         owner->localAcceleration = 0.9 * owner->localAcceleration + 0.1 * local;
     }
 
+    // Before the first substep of a top-level body in an environment: externalAcceleration becomes
+    // the entity's own plus the environment's gravity at the body, as each substep's environment
+    // pass will make it again. Defined in RigidbodyEnvironment.h.
+    void TakeEnvironmentGravity(const EnvironmentFunction& function);
     // Environment forces, defined in RigidbodyEnvironment.h. Per substep of a top-level body:
     // gravity, its aerodynamic surfaces, ground contact, buoyancy, damping in liquids, rest.
     void InteractWithEnvironment(const EnvironmentFunction& function, double deltaTime);
@@ -560,6 +666,11 @@ public:
     void ComputeAerodynamicSurfaces(const EnvironmentFunction& function);
 
 private:
+    glm::dvec3 _entityAcceleration{0.0};  // the entity's own externalAcceleration of this frame
+    // What a contact callback is handed: copies of the colliders as placed for the test, kept
+    // with the body so that handing them over doesn't allocate.
+    entity::ConvexMeshCollider _callout[2];
+
     struct EnvironmentPass;
     EnvironmentInfo QueryEnvironment(EnvironmentPass& pass, const glm::dvec3& point, EnvironmentInfoFlags flags,
                                      double sampledRadius);
@@ -627,45 +738,71 @@ private:
         if (!(collision.depth > 0)) return;
         if (recordDebugLines) RecordContactLine(collision);
         bool holds = true;
+        double frictionA = as.friction, frictionB = bs.friction;
         if (as.callback) {
-            // The callback sees the colliders as placed for the test; copies are made only here.
-            entity::ConvexMeshCollider placedA = as, placedB = bs;
+            // The callback sees copies of the colliders as placed for the test, and the response
+            // obeys the friction it leaves on them.
+            entity::ConvexMeshCollider& placedA = _callout[0];
+            entity::ConvexMeshCollider& placedB = _callout[1];
+            detail::CopyForStep(placedA, as);
+            detail::CopyForStep(placedB, bs);
             placedA.transform = *a.transform;
             placedB.transform = *b.transform;
             holds = as.callback(this, &placedA, &placedB, collision, walk.deltaTime);
+            frictionA = placedA.friction;
+            frictionB = placedB.friction;
             ForgetPlacements();  // the callback may have changed this body's colliders
             if (a.prepared) a.prepared->Forget();
         }
+        const TouchArea touch = TouchingCorners(a, b);
         if (holds) {
             AddStaticContactPoint(collision.normal, collision.position);
-            AddSupportPoints(a, b, collision.normal);
+            for (int i = 0; i < touch.count; ++i) AddStaticContactPoint(collision.normal, touch.corners[i]);
         }
         if (collision.depth > 0) {
-            RespondToCollision(this, collision, as.friction * bs.friction);
-            walk.minFriction = std::min({bs.friction, as.friction, walk.minFriction});
+            RespondToCollision(this, touch.Centred(collision), frictionA * frictionB);
+            walk.minFriction = std::min({frictionB, frictionA, walk.minFriction});
         }
         walk.touched = true;
     }
 
     // The contact test reports one point per pair: the first corner of the smaller shape found
-    // inside the other. A body lying on a face touches along a whole area, and with one point per
-    // substep it would collect the same corner again and again and never pass the rest test. The
-    // corners of each shape that lie inside the other's box outline that area, so they are kept as
-    // support points too; the response stays the single impulse at the reported contact.
-    void AddSupportPoints(const Placed& a, const Placed& b, const glm::dvec3& normal) {
-        if (a.shape->isSphere || b.shape->isSphere) return;
-        AddCornersInside(a, b, normal);
-        AddCornersInside(b, a, normal);
+    // inside the other. A body lying on a face touches along a whole area: the corners of each
+    // shape that lie inside the other's box outline that area. They are kept as support points,
+    // since with one point per substep a body would collect the same corner again and again and
+    // never pass the rest test; and the response acts at their middle. An impulse at one corner of
+    // a face that lands flat would set the body spinning, and the next corner's impulse would
+    // throw it up: a bounce, where contacts are meant to be perfectly inelastic.
+    struct TouchArea {
+        glm::dvec3 corners[16];
+        int count = 0;
+        // The collision moved to the middle of the corners, when there are several.
+        Collision Centred(const Collision& collision) const {
+            if (count < 2) return collision;
+            glm::dvec3 sum(0.0);
+            for (int i = 0; i < count; ++i) sum += corners[i];
+            Collision centred = collision;
+            centred.position = sum / double(count);
+            return centred;
+        }
+    };
+
+    static TouchArea TouchingCorners(const Placed& a, const Placed& b) {
+        TouchArea touch;
+        if (a.shape->isSphere || b.shape->isSphere) return touch;
+        AddCornersInside(touch, a, b);
+        AddCornersInside(touch, b, a);
+        return touch;
     }
 
-    void AddCornersInside(const Placed& corners, const Placed& box, const glm::dvec3& normal) {
+    static void AddCornersInside(TouchArea& touch, const Placed& corners, const Placed& box) {
         const glm::dmat4 toBox =
             Multiply(box.prepared ? box.prepared->inverse() : glm::affineInverse(*box.transform), *corners.transform);
         for (uint32_t inside = CornersInside(*corners.shape, toBox, glm::dvec3(box.shape->box_min),
                                              glm::dvec3(box.shape->box_max));
-             inside != 0; inside &= inside - 1) {
+             inside != 0 && touch.count < 16; inside &= inside - 1) {
             const glm::dvec3 v(corners.shape->vertices[__builtin_ctz(inside)]);
-            AddStaticContactPoint(normal, TransformPoint(*corners.transform, v));
+            touch.corners[touch.count++] = TransformPoint(*corners.transform, v);
         }
     }
 

@@ -67,10 +67,16 @@ EnvironmentInfo DynamicRigidbody<Entity>::QueryEnvironment(EnvironmentPass& pass
 }
 
 template <class Entity>
+void DynamicRigidbody<Entity>::TakeEnvironmentGravity(const EnvironmentFunction& function) {
+    const EnvironmentInfo here = function(GetPositionAtCenterOfBounds(), detail::kGravityQuery, radius / 2);
+    externalAcceleration = _entityAcceleration + here.gravity;
+}
+
+template <class Entity>
 void DynamicRigidbody<Entity>::InteractWithEnvironment(const EnvironmentFunction& function, double deltaTime) {
     EnvironmentPass pass{function, deltaTime};
     const EnvironmentInfo here = QueryEnvironment(pass, GetPositionAtCenterOfBounds(), detail::kGravityQuery, radius / 2);
-    externalAcceleration = here.gravity;
+    externalAcceleration = _entityAcceleration + here.gravity;
     const double altitude = here.altitude;
     if (here.gravity == glm::dvec3(0.0)) return;
     pass.gravity = here.gravity;
@@ -128,8 +134,9 @@ void DynamicRigidbody<Entity>::ApplySurfaceForces(EnvironmentPass& pass) {
             medium.density * speed * speed * s.area * (-n * s.liftCoefficient - d * s.dragCoefficient / 2.0);
         const double size2 = glm::dot(drag, drag);
         if (!(size2 > detail::kDoubleEpsilon)) continue;
-        // One step can never reverse the motion.
-        const double limit = speed / invMass;
+        // One step can never reverse the motion: the speed change of this step, F dt / m, is at
+        // most the speed.
+        const double limit = speed / (invMass * pass.deltaTime);
         if (size2 > limit * limit) drag *= limit / std::sqrt(size2);
         QUORL_ASSERT_AT(!isnan(drag.x) && !isnan(drag.y) && !isnan(drag.z), detail::kRigidbodyPath, 648);
         ApplyImpulse(drag * pass.deltaTime, s.position);
@@ -218,11 +225,15 @@ void DynamicRigidbody<Entity>::GroundContact(EnvironmentPass& pass, const entity
                                              const glm::dvec3& positionBeforeContacts) {
     if (recordDebugLines) RecordDebugLine(collision.position, collision.position + collision.normal, 1, 0, 1);
     bool holds = true;
+    double friction = c.friction;
     if (c.callback) {
-        // The callback sees the collider as placed for the test.
-        entity::ConvexMeshCollider placed = c;
+        // The callback sees the collider as placed for the test, and the response obeys the
+        // friction it leaves there.
+        entity::ConvexMeshCollider& placed = _callout[0];
+        detail::CopyForStep(placed, c);
         placed.transform = Multiply(GetTransform(), relative);
         holds = c.callback(this, &placed, nullptr, collision, pass.deltaTime);
+        friction = placed.friction;
     }
     if (holds) AddStaticContactPoint(collision.normal, collision.position);
     if (collision.depth > 0) {
@@ -230,9 +241,9 @@ void DynamicRigidbody<Entity>::GroundContact(EnvironmentPass& pass, const entity
         // moved the body along this normal isn't moved again.
         Collision response = collision;
         response.depth = std::max(0.0, collision.depth - glm::dot(position - positionBeforeContacts, collision.normal));
-        RespondToCollision(this, response, 0.1 * c.friction);
+        RespondToCollision(this, response, 0.1 * friction);
     }
-    if (c.friction > 0) pass.minFriction = std::min({0.1, c.friction, pass.minFriction});
+    if (friction > 0) pass.minFriction = std::min({0.1, friction, pass.minFriction});
     touchingEnvironment = true;
 }
 

@@ -4,7 +4,7 @@ namespace game::physics {
 
 Width WidestWidthAvailable() {
     static const Width widest = [] {
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+#if ZENDOLA_WIDE_X86_BUILDS
         __builtin_cpu_init();
         if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
             __builtin_cpu_supports("avx512vl")) {

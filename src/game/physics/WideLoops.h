@@ -5,6 +5,21 @@
 #include <type_traits>
 #include <utility>
 
+// Where the wide loops take their faster forms: builds for several widths on x86-64 with GCC,
+// and SSE2 intrinsics in the projection. Built with ZENDOLA_SCALAR_WIDE_LOOPS (the CMake option
+// of that name) they take their portable form everywhere, one build on two lanes of the
+// compiler's generic vectors, which is how the fallback is tested on a machine that has the rest.
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && !defined(ZENDOLA_SCALAR_WIDE_LOOPS)
+#define ZENDOLA_WIDE_X86_BUILDS 1
+#else
+#define ZENDOLA_WIDE_X86_BUILDS 0
+#endif
+#if defined(__SSE2__) && !defined(ZENDOLA_SCALAR_WIDE_LOOPS)
+#define ZENDOLA_WIDE_SSE2 1
+#else
+#define ZENDOLA_WIDE_SSE2 0
+#endif
+
 namespace game::physics {
 
 // The collision test's wide loops are written once over W doubles (or 2W floats) per vector and
@@ -29,7 +44,7 @@ extern std::atomic<Width> gWideLoopWidth;
 
 // Defines Name(params) calling Name##Body<W>(args) built for the widest vectors available, each
 // build with the attributes given for its width.
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
+#if ZENDOLA_WIDE_X86_BUILDS
 #define ZENDOLA_WIDE_FUNCTION_BUILT(Ret, Name, Params, Args, Attributes512, Attributes256) \
     Attributes512 Ret Name##512 Params { return Name##Body<8> Args; }                          \
     Attributes256 Ret Name##256 Params { return Name##Body<4> Args; }                          \

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "game/physics/Rigidbody.h"
+#include "game/physics/EnvironmentWorld.h"
 #include "game/physics/PhysicsTestEntity.h"
 
 using game::entity::ConvexMeshCollider;
@@ -21,28 +22,68 @@ using Fixed = Rigidbody<PhysicsTestEntity>;
 
 namespace {
 
-const glm::dvec3 kGravity(0, 0, -9.81);
-
-// One box over a fixed ground, frame by frame as the physics step runs it.
+// One box over a fixed ground in a vacuum, frame by frame as the physics step runs it.
 struct GroundScene {
+    physics_test::EnvironmentWorld world;  // gravity only: no medium, its own ground far below
     std::shared_ptr<PhysicsTestEntity> ground = MakeBoxEntity({20, 20, 0.5}, 1000, {0, 0, -0.5});
     std::shared_ptr<PhysicsTestEntity> box = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
 
-    GroundScene() { box->position = {0, 0, 0.5}; }
+    GroundScene() {
+        box->position = {0, 0, 0.5};
+        world.airDensity = world.airViscosity = 0;
+    }
 
     void Frame(double dt = 1.0 / 60, int substeps = 4) {
-        box->externalAcceleration = kGravity;
         Fixed fixed(ground);
         Body body(box, dt);
-        if (box->parentEntity.IsNull()) body.fixedCandidates.push_back(&fixed);
-        else body.parentBody = &fixed;
+        const auto function = world.Function();
+        const bool topLevel = box->parentEntity.IsNull();
+        if (topLevel) {
+            body.fixedCandidates.push_back(&fixed);
+            body.TakeEnvironmentGravity(function);
+        } else {
+            // Once the box has joined the ground it lives in the ground's frame, whose acceleration
+            // is what the resting ground feels: the step gives it the environment's gravity.
+            body.parentBody = &fixed;
+            body.frameAcceleration = world.gravity;
+        }
         for (int i = 0; i < substeps; ++i) {
             body.IntegrateMotion(dt / substeps);
             body.CollisionDetection(dt / substeps);
+            if (topLevel) body.InteractWithEnvironment(function, dt / substeps);
         }
+        if (!topLevel) body.InteractWithEnvironmentFromParent(ground->GetTransform(), function, dt);
         body.ApplyToEntity(dt);
     }
 };
+
+// A callback that raises the friction of the colliders it is handed makes the response obey it,
+// against a fixed body and against the environment's ground alike.
+TEST(PhysicsContact, FrictionSetByACallbackIsObeyed) {
+    for (bool environmentGround : {false, true}) {
+        SCOPED_TRACE(environmentGround ? "environment's ground" : "fixed body");
+        GroundScene scene;
+        scene.box->colliders["hull"].friction = 0;
+        scene.ground->colliders["hull"].friction = 0;
+        if (environmentGround) {
+            scene.world.groundHeight = 0;
+            scene.ground->position.z = -100;
+        }
+        int calls = 0;
+        scene.box->colliders["hull"].callback = [&calls](RigidbodyBase*, ConvexMeshCollider* self,
+                                                         ConvexMeshCollider* other, Collision&, double) {
+            ++calls;
+            self->friction = 1;
+            if (other) other->friction = 1;
+            return true;
+        };
+        scene.box->position.z = 0.5 + 1e-3;
+        scene.box->velocity = {3, 0, 0};
+        for (int frame = 0; frame < 120; ++frame) scene.Frame();
+        EXPECT_GT(calls, 0);
+        EXPECT_LT(std::abs(scene.box->velocity.x), 0.1);
+    }
+}
 
 // Records what a contact callback saw.
 struct Seen {

@@ -69,7 +69,7 @@ TEST(EnvironmentAerodynamics, WingLiftFollowsTheLiftingLine) {
 }
 
 // The same surface, facing the flow or turned away, pushes the same way: a thin plate lifts
-// from both sides. A force larger than what would stop the motion in a second is cut to that.
+// from both sides. A force larger than what would stop the motion in the step is cut to that.
 TEST(EnvironmentAerodynamics, TurnedAwayFaceIsMirroredAndForceIsClamped) {
     EnvironmentWorld world;
     auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 100);
@@ -99,7 +99,7 @@ TEST(EnvironmentAerodynamics, TurnedAwayFaceIsMirroredAndForceIsClamped) {
     huge.dragCoefficient = 0.4;
     body.aerodynamicSurfaces.push_back(huge);
     body.InteractWithEnvironment(world.Function(), 0.01);
-    EXPECT_NEAR(body.velocity.x, 10 - 10 * 0.01, 1e-9);
+    EXPECT_NEAR(body.velocity.x, 0.0, 1e-9);
 }
 
 // A box moving straight along +x shows the flow one face of 1 m^2: one drag surface with

@@ -26,15 +26,15 @@ template class game::physics::DynamicRigidbody<game::entity::ServerSideEntity>;
 
 namespace {
 
-// Frames as the physics step runs them for a top-level body, gravity set as the entity's update would.
+// Frames as the physics step runs them for a top-level body.
 struct Scene {
     EnvironmentWorld world;
     std::shared_ptr<PhysicsTestEntity> entity;
 
     void Frame(double dt = 1.0 / 60, int substeps = 4) {
-        entity->externalAcceleration = world.gravity;
         Body body(entity, dt);
         const auto function = world.Function();
+        body.TakeEnvironmentGravity(function);
         body.ComputeAerodynamicSurfaces(function);
         for (int i = 0; i < substeps; ++i) {
             body.IntegrateMotion(dt / substeps);

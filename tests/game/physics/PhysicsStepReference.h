@@ -6,6 +6,7 @@
 #include <memory>
 #include <shared_mutex>
 #include <tuple>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -106,16 +107,35 @@ inline void ReferencePhysicsUpdate(double deltaTime, int substeps) {
         });
     });
 
-    auto gravity = [&](auto& table, bool fixed) {
-        table.Each([&](EnvironmentId, auto& groups) {
+    auto gravity = [&](auto& table, bool fixed, bool takesGravity) {
+        table.Each([&](EnvironmentId env, auto& groups) {
             groups.Each([&](const Id& parentId, auto& bodies) {
                 auto p = ServerSideEntity::Get(parentId);
                 for (auto& rb : bodies) {
                     auto e = rb.entity.lock();
                     if (!e) continue;
+                    if constexpr (std::is_same_v<std::decay_t<decltype(rb)>, RefDynamic>) {
+                        if (takesGravity && parentId.IsNull() && env != 0 &&
+                            rb.interactsWithEnvironment) {
+                            auto f = Game::_environmentFunctions.find(env);
+                            if (f != Game::_environmentFunctions.end() && f->second) rb.TakeEnvironmentGravity(f->second);
+                        }
+                    }
                     if (p) {
+                        // Centrifugal and Euler terms in the parent's axes; the spin's change comes
+                        // from the parent's moving body, if it has one.
+                        glm::dvec3 alpha(0.0);
+                        auto envIndex = index.find(env);
+                        if (envIndex != index.end()) {
+                            auto found = envIndex->second.find(parentId);
+                            if (found != envIndex->second.end() && std::get<2>(found->second) != Fixed)
+                                alpha = static_cast<RefDynamic*>(bodyOf(env, found->second))->angularAcceleration;
+                        }
+                        const glm::dquat toParent = glm::inverse(p->rotation);
+                        const glm::dvec3 w = toParent * p->angularVelocity;
                         const glm::dvec3 r = e->position - p->centerOfMass;
-                        rb.frameAcceleration = glm::cross(p->angularVelocity, r) + p->localAcceleration;
+                        rb.frameAcceleration = p->localAcceleration - glm::cross(w, glm::cross(w, r)) -
+                                               glm::cross(toParent * alpha, r);
                         if (fixed) e->localAcceleration = glm::inverse(e->rotation) * rb.frameAcceleration;
                     } else if (fixed) {
                         if (e->relativeEnvironmentId == 0) {
@@ -131,9 +151,9 @@ inline void ReferencePhysicsUpdate(double deltaTime, int substeps) {
             });
         });
     };
-    gravity(fixedBodies, true);
-    gravity(dynamicBodies, false);
-    gravity(orbitBodies, false);
+    gravity(fixedBodies, true, false);
+    gravity(dynamicBodies, false, true);
+    gravity(orbitBodies, false, false);
 
     auto pairAndParent = [&](EnvironmentId env, const Id& parentId, std::vector<RefDynamic>& bodies, bool withFixed) {
         for (size_t i = 0; i < bodies.size(); ++i) {

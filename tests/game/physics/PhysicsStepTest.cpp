@@ -2,6 +2,7 @@
 // ticks through Game::ServerUpdate.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <mutex>
 #include <random>
@@ -9,6 +10,8 @@
 #include <string>
 #include <tuple>
 #include <vector>
+
+#include <glm/gtc/constants.hpp>
 
 #include "EnvironmentWorld.h"
 #include "PhysicsStepReference.h"
@@ -218,6 +221,76 @@ TEST_F(PhysicsStep, BoxInTheOceanFloats) {
     }
     EXPECT_GT(sum / 240, -0.5);
     EXPECT_LT(sum / 240, 2.0);
+}
+
+// Gravity reaches a top-level body in every substep, the first included: in a vacuum it falls
+// 0.5 g t^2 whatever the substep count, and a module's own acceleration of the frame adds to it.
+TEST_F(PhysicsStep, FreeFallInAVacuumIsHalfGTSquaredWithAnySubstepCount) {
+    world.airDensity = world.airViscosity = 0;
+    for (int substeps : {1, 2, 4, 8}) {
+        for (double thrust : {0.0, 4.0}) {
+            SCOPED_TRACE(testing::Message() << substeps << " substeps, thrust " << thrust);
+            auto box = Spawn("cube", {0, 50, 0});
+            const double y0 = box->GetPositionAtCenterOfMass().y;
+            constexpr int kFrames = 45;
+            for (int frame = 0; frame < kFrames; ++frame) {
+                box->externalAcceleration = {0, thrust, 0};  // written anew each frame, as a module does
+                ServerSideEntity::PhysicsUpdate(kDt, substeps);
+            }
+            const double t = kFrames * kDt, a = thrust - 9.81;
+            EXPECT_NEAR(box->GetPositionAtCenterOfMass().y, y0 + 0.5 * a * t * t, 1e-9);
+            EXPECT_NEAR(box->velocity.y, a * t, 1e-9);
+            EXPECT_NEAR(box->position.x, 0.0, 1e-12);
+            ServerSideEntity::Destroy(box->id);
+            made.pop_back();
+        }
+    }
+}
+
+// A free body in the frame of a spinning parent feels the frame's centrifugal acceleration
+// w^2 r outwards, and the Euler acceleration -dw/dt x r while the parent's spin is driven.
+TEST_F(PhysicsStep, SpinningParentsFrameGivesCentrifugalAndEulerAccelerations) {
+    world.gravity = glm::dvec3(0.0);
+    world.airDensity = world.airViscosity = 0;
+    auto slab = Slab();  // fixed, turning at 3 rad/s about its vertical axis
+    slab->angularVelocity = {0, 3, 0};
+    auto rider = Spawn("cube", {4, 3, 0});
+    rider->parentEntity = slab->id;
+
+    auto wheel = Spawn("cube", {0, 50, 0});  // moving, its spin driven by a torque of the frame
+    wheel->angularImpulse = {0, 20, 0};
+    auto passenger = Spawn("cube", {1.5, 0, 0});
+    passenger->parentEntity = wheel->id;
+    const glm::dvec3 alpha = glm::inverse(wheel->GetInertiaTensorWorld()) * (wheel->angularImpulse / kDt);
+    const glm::dvec3 euler = -glm::cross(alpha, passenger->position - wheel->centerOfMass);
+
+    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    const glm::dvec3 centrifugal = rider->velocity / kDt;
+    EXPECT_NEAR(centrifugal.x, 9.0 * 4.0, 1e-9);
+    EXPECT_NEAR(centrifugal.y, 0.0, 1e-9);
+    EXPECT_NEAR(centrifugal.z, 0.0, 1e-9);
+    ASSERT_GT(glm::length(euler), 1.0);
+    EXPECT_NEAR(glm::length(passenger->velocity / kDt - euler), 0.0, 1e-9);
+    EXPECT_EQ(rider->parentEntity, slab->id);
+    EXPECT_EQ(passenger->parentEntity, wheel->id);
+}
+
+TEST_F(PhysicsStep, InertiaTensorOfAnEntityIsItsBoxTurned) {
+    auto box = Spawn("cube", {0, 0, 0});
+    box->mass = 12;
+    box->box_size = {2, 4, 6};  // in its own axes: 52, 40, 20
+    box->rotation = glm::angleAxis(glm::half_pi<double>(), glm::dvec3(0, 1, 0));
+    const glm::dmat3 inertia = box->GetInertiaTensorWorld();
+    const glm::dmat3 expected(20, 0, 0, 0, 40, 0, 0, 0, 52);
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) EXPECT_NEAR(inertia[i][j], expected[i][j], 1e-12) << i << j;
+    box->mass = 0;
+    EXPECT_DEATH(box->GetInertiaTensorWorld(),
+                 "ASSERTION FAILED: \\(mass > 0.0\\) in src/game/entity/ServerSideEntity.cpp:236");
+    box->mass = 1;
+    box->box_size.y = 0;
+    EXPECT_DEATH(box->GetInertiaTensorWorld(),
+                 "ASSERTION FAILED: \\(box_size.y > 0.0\\) in src/game/entity/ServerSideEntity.cpp:238");
 }
 
 TEST_F(PhysicsStep, FastBodyOutsideAnEnvironmentTakesOneWholeStepWithoutEnvironment) {
