@@ -248,6 +248,12 @@ void* operator new(size_t size) {
     if (void* p = std::malloc(size ? size : 1)) return p;
     throw std::bad_alloc();
 }
+// The nothrow form too: libraries loaded at run time (the Vulkan driver's compiler) allocate with
+// it and free with the plain delete above.
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    if (countAllocations) ++allocations;
+    return std::malloc(size ? size : 1);
+}
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, size_t) noexcept { std::free(p); }
 
