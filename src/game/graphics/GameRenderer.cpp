@@ -2,6 +2,7 @@
 
 #include <imgui.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstring>
@@ -392,6 +393,16 @@ size_t GameRenderer::TrashSize() const {
 bool GameRenderer::SaveImage(VkImage image, VkOffset2D offset, VkExtent2D extent, VkFormat format,
                              VkImageLayout layout, const std::string& path) {
     return quorl::graphics::SaveImage::Save(GetDevice(), image, offset, extent, format, layout, path);
+}
+
+double GameRenderer::GetFixedBoundingSizeInScreenPixels(const glm::dvec3& position, double size,
+                                                       double minimumPixels) {
+    const glm::dvec3 eye(camera.worldTransform * camera.origin);
+    const double distance = glm::length(position - eye);
+    const double fov = glm::radians(double(std::clamp(Data().fov, 1.0f, 179.0f)));
+    const double height = double(GetOutputImageExtent().height);
+    if (distance <= 0.0) return std::max(minimumPixels, height);
+    return std::max(minimumPixels, size / (2.0 * distance * std::tan(fov / 2.0)) * height);
 }
 
 void GameRenderer::PushTexture(std::shared_ptr<quorl::graphics::Texture> texture) {

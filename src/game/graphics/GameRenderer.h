@@ -149,6 +149,10 @@ public:
     // Releases what the renderer holds for the game; called by Game::Stop.
     void Cleanup();
 
+    // The size in output pixels of an object of `size` metres at `position` (world coordinates)
+    // seen from the camera, at least minimumPixels: how large to draw an overlay element for it.
+    double GetFixedBoundingSizeInScreenPixels(const glm::dvec3& position, double size, double minimumPixels = 0.0);
+
     const glm::dvec4& WorldOrigin() const { return _worldOrigin; }
     const glm::i64vec3& WorldOriginInt() const { return _worldOriginInt; }
     bool OriginWasReset() const { return _originReset; }

@@ -199,6 +199,10 @@ TEST_F(GameRendererTest, WorldOriginFollowsTheCameraPastTheThreshold) {
     EXPECT_FLOAT_EQ(r->Data().viewMatrix[3][2], 0.25f);
     r->FrameInit();
     EXPECT_FALSE(r->OriginWasReset());
+    // 1 m at 10 m with a 70 degree field: a seventh of the 64 rows; never below the minimum.
+    const double pixels = r->GetFixedBoundingSizeInScreenPixels(glm::dvec3(1000.5, 0, -13.25), 1.0);
+    EXPECT_NEAR(pixels, 64.0 / (20.0 * std::tan(glm::radians(35.0))), 1e-3);
+    EXPECT_EQ(r->GetFixedBoundingSizeInScreenPixels(glm::dvec3(1000.5, 0, -13.25), 1.0, 12.0), 12.0);
 
     game::Options::Set("world_origin_reset_distance_threshold", 0.0);
     r->camera.worldTransform = glm::translate(glm::dmat4(1.0), glm::dvec3(1001.25, 2, -3));
