@@ -42,6 +42,12 @@ Texture::Texture(vk::Device& device, uint32_t width, uint32_t height, VkFormat f
         alloc.memoryTypeIndex = device.FindMemoryType(req.memoryTypeBits, 0, VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT);
         vk::Check(vkAllocateMemory(device.device, &alloc, nullptr, &_memory), "vkAllocateMemory (image)");
         vk::Check(vkBindImageMemory(device.device, _image, _memory, 0), "vkBindImageMemory");
+        // A view only for usages that read or write through one (not for transfer-only images).
+        constexpr VkImageUsageFlags viewed = VK_IMAGE_USAGE_SAMPLED_BIT | VK_IMAGE_USAGE_STORAGE_BIT |
+                                             VK_IMAGE_USAGE_COLOR_ATTACHMENT_BIT |
+                                             VK_IMAGE_USAGE_DEPTH_STENCIL_ATTACHMENT_BIT |
+                                             VK_IMAGE_USAGE_INPUT_ATTACHMENT_BIT;
+        if (!(usage & viewed)) return;
         VkImageViewCreateInfo view{};
         view.sType = VK_STRUCTURE_TYPE_IMAGE_VIEW_CREATE_INFO;
         view.image = _image;

@@ -42,6 +42,7 @@ public:
     static std::string DataPath(const std::string& relative);
 
     VkImage Image() const { return _image; }
+    // Null for a texture of transfer usages only.
     VkImageView View() const { return _view; }
     VkFormat Format() const { return _format; }
     VkExtent2D Extent() const { return _extent; }

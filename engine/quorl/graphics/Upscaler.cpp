@@ -12,7 +12,7 @@ const char* Upscaler::GetAlgoStrFromEnum(Algo algo) {
     return algo >= 0 && size_t(algo) < UPSCALER_ALGOS_STR.size() ? UPSCALER_ALGOS_STR[size_t(algo)] : "AUTO";
 }
 
-bool Upscaler::IsTemporal(Algo algo) { return Resolve(algo) == TEMPORAL; }
+bool Upscaler::IsTemporal(Algo algo) { return algo == TEMPORAL; }
 
 bool Upscaler::IsSupported(Algo algo) { return algo != TEMPORAL; }
 

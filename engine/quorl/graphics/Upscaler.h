@@ -16,6 +16,7 @@ public:
     // The enum of an upper-case name; an unknown name gives AUTO.
     static Algo GetAlgoEnumFromStr(const std::string& name);
     static const char* GetAlgoStrFromEnum(Algo algo);
+    // Whether the algorithm accumulates over frames (asked whether or not it is supported).
     static bool IsTemporal(Algo algo);
     static bool IsSupported(Algo algo);
     // AUTO resolved to the algorithm used.

@@ -150,6 +150,7 @@ void VulkanRenderer::CreateOutput(VkExtent2D offscreenExtent) {
     info.presentMode = mode;
     info.clipped = VK_TRUE;
     vk::Check(vkCreateSwapchainKHR(_device->device, &info, nullptr, &_swapchain), "vkCreateSwapchainKHR");
+    _swapchainVsync = vsync;
     _outputExtent = extent;
     _outputFormat = chosen.format;
     vkGetSwapchainImagesKHR(_device->device, _swapchain, &count, nullptr);
@@ -213,6 +214,10 @@ bool VulkanRenderer::BeginFrame() {
         int w = 0, h = 0;
         _glfw->GetFramebufferSize(w, h);
         if (w == 0 || h == 0) return false;
+        if (vsync != _swapchainVsync) {  // a changed setting takes a new present mode
+            ReCreateSwapchain();
+            return false;
+        }
         VkResult r = vkAcquireNextImageKHR(d, _swapchain, UINT64_MAX, _imageAvailable, VK_NULL_HANDLE, &_imageIndex);
         if (r == VK_ERROR_OUT_OF_DATE_KHR) {
             ReCreateSwapchain();

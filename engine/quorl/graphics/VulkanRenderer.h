@@ -102,6 +102,7 @@ private:
     VkImageUsageFlags _outputUsage = 0;
     uint32_t _imageIndex = 0;
     bool _acquired = false;
+    bool _swapchainVsync = false;  // the vsync the swapchain was made with
 
     VkCommandPool _pool = VK_NULL_HANDLE;
     VkCommandBuffer _cmd = VK_NULL_HANDLE;

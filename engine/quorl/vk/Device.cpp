@@ -1,7 +1,9 @@
 #include "quorl/vk/Device.h"
 
 #include <cstdlib>
+#include <algorithm>
 #include <cstring>
+#include <map>
 #include <iostream>
 #include <stdexcept>
 
@@ -50,13 +52,22 @@ bool HasInstanceExtension(const char* name) {
 
 }  // namespace
 
-Device::Device(const std::string& applicationName, uint32_t version, const PhysicalDevice::Features& features,
-               const std::vector<const char*>& instanceExtensions, bool presentation) {
-    const char* env = std::getenv("QUORL_VK_VALIDATION");
-    const bool wantValidation = validation.load() || (env && std::strcmp(env, "1") == 0);
+// Instances are made once per process for each set of options (validation, extensions, the
+// driver list of the environment) and kept until the process ends: loading the drivers (an LLVM
+// compiler for the software one) and layers costs more than a renderer's own set-up, and drivers
+// that stay loaded keep their own long-lived allocations reachable for leak checkers.
+VkInstance Device::SharedInstance(const std::string& applicationName, uint32_t version, bool wantValidation,
+                                  const std::vector<const char*>& extensions) {
+    static std::mutex mutex;
+    static auto* instances = new std::map<std::string, VkInstance>();
+    std::string key = wantValidation ? "validation" : "plain";
+    for (const char* e : extensions) key += std::string(";") + e;
+    for (const char* var : {"VK_ICD_FILENAMES", "VK_DRIVER_FILES", "VK_ADD_DRIVER_FILES"})
+        if (const char* value = std::getenv(var)) key += std::string(";") + var + "=" + value;
+    std::lock_guard lock(mutex);
+    if (auto it = instances->find(key); it != instances->end()) return it->second;
 
     VkApplicationInfo app{};
-
     app.sType = VK_STRUCTURE_TYPE_APPLICATION_INFO;
     app.pApplicationName = applicationName.c_str();
     app.applicationVersion = version;
@@ -64,10 +75,7 @@ Device::Device(const std::string& applicationName, uint32_t version, const Physi
     app.engineVersion = 1;
     app.apiVersion = VK_API_VERSION_1_3;
 
-    std::vector<const char*> extensions = instanceExtensions;
     std::vector<const char*> layers;
-    const bool debugUtils = HasInstanceExtension(VK_EXT_DEBUG_UTILS_EXTENSION_NAME);
-    if (debugUtils) extensions.push_back(VK_EXT_DEBUG_UTILS_EXTENSION_NAME);
     if (wantValidation) {
         if (!HasLayer(kValidationLayer))
             throw std::runtime_error(
@@ -75,6 +83,10 @@ Device::Device(const std::string& applicationName, uint32_t version, const Physi
                 "(Debian: apt-get install vulkan-validationlayers)");
         layers.push_back(kValidationLayer);
     }
+    const bool debugUtils =
+        std::find_if(extensions.begin(), extensions.end(), [](const char* e) {
+            return std::strcmp(e, VK_EXT_DEBUG_UTILS_EXTENSION_NAME) == 0;
+        }) != extensions.end();
     VkDebugUtilsMessengerCreateInfoEXT messengerInfo{};
     messengerInfo.sType = VK_STRUCTURE_TYPE_DEBUG_UTILS_MESSENGER_CREATE_INFO_EXT;
     messengerInfo.messageSeverity =
@@ -85,7 +97,6 @@ Device::Device(const std::string& applicationName, uint32_t version, const Physi
     messengerInfo.pfnUserCallback = OnValidationMessage;
 
     VkInstanceCreateInfo info{};
-
     info.sType = VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO;
     info.pApplicationInfo = &app;
     info.enabledExtensionCount = uint32_t(extensions.size());
@@ -93,6 +104,7 @@ Device::Device(const std::string& applicationName, uint32_t version, const Physi
     info.enabledLayerCount = uint32_t(layers.size());
     info.ppEnabledLayerNames = layers.data();
     if (wantValidation && debugUtils) info.pNext = &messengerInfo;
+    VkInstance instance = VK_NULL_HANDLE;
     VkResult r = vkCreateInstance(&info, nullptr, &instance);
     if (r == VK_ERROR_INCOMPATIBLE_DRIVER || r == VK_ERROR_INITIALIZATION_FAILED)
         throw std::runtime_error(std::string("No Vulkan driver found (") + ResultName(r) + "): " + kInstallDriver);
@@ -101,13 +113,27 @@ Device::Device(const std::string& applicationName, uint32_t version, const Physi
             "The Vulkan driver lacks an instance extension the window needs (surface support): " +
             std::string(kInstallDriver));
     Check(r, "vkCreateInstance");
+    if (wantValidation && debugUtils) {
+        auto create = reinterpret_cast<PFN_vkCreateDebugUtilsMessengerEXT>(
+            vkGetInstanceProcAddr(instance, "vkCreateDebugUtilsMessengerEXT"));
+        VkDebugUtilsMessengerEXT messenger = VK_NULL_HANDLE;  // lives as long as the instance
+        if (create) Check(create(instance, &messengerInfo, nullptr, &messenger), "vkCreateDebugUtilsMessengerEXT");
+    }
+    instances->emplace(key, instance);
+    return instance;
+}
+
+Device::Device(const std::string& applicationName, uint32_t version, const PhysicalDevice::Features& features,
+               const std::vector<const char*>& instanceExtensions, bool presentation) {
+    const char* env = std::getenv("QUORL_VK_VALIDATION");
+    const bool wantValidation = validation.load() || (env && std::strcmp(env, "1") == 0);
+
+    std::vector<const char*> extensions = instanceExtensions;
+    const bool debugUtils = HasInstanceExtension(VK_EXT_DEBUG_UTILS_EXTENSION_NAME);
+    if (debugUtils) extensions.push_back(VK_EXT_DEBUG_UTILS_EXTENSION_NAME);
+    instance = SharedInstance(applicationName, version, wantValidation, extensions);
 
     try {
-        if (wantValidation && debugUtils) {
-            auto create = reinterpret_cast<PFN_vkCreateDebugUtilsMessengerEXT>(
-                vkGetInstanceProcAddr(instance, "vkCreateDebugUtilsMessengerEXT"));
-            if (create) Check(create(instance, &messengerInfo, nullptr, &_messenger), "vkCreateDebugUtilsMessengerEXT");
-        }
         if (debugUtils)
             _setName = reinterpret_cast<PFN_vkSetDebugUtilsObjectNameEXT>(
                 vkGetInstanceProcAddr(instance, "vkSetDebugUtilsObjectNameEXT"));
@@ -215,16 +241,7 @@ void Device::Release() {
         vkDestroyDevice(device, nullptr);
         device = VK_NULL_HANDLE;
     }
-    if (_messenger) {
-        auto destroy = reinterpret_cast<PFN_vkDestroyDebugUtilsMessengerEXT>(
-            vkGetInstanceProcAddr(instance, "vkDestroyDebugUtilsMessengerEXT"));
-        if (destroy) destroy(instance, _messenger, nullptr);
-        _messenger = VK_NULL_HANDLE;
-    }
-    if (instance) {
-        vkDestroyInstance(instance, nullptr);
-        instance = VK_NULL_HANDLE;
-    }
+    instance = VK_NULL_HANDLE;  // shared, kept until the process ends
 }
 
 uint32_t Device::FindMemoryType(uint32_t typeBits, VkMemoryPropertyFlags required,

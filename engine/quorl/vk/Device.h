@@ -26,7 +26,7 @@ public:
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
-    VkInstance instance = VK_NULL_HANDLE;
+    VkInstance instance = VK_NULL_HANDLE;  // shared by the devices made with the same options
     VkPhysicalDevice physicalDevice = VK_NULL_HANDLE;
     VkDevice device = VK_NULL_HANDLE;
     VkQueue queue = VK_NULL_HANDLE;
@@ -59,8 +59,9 @@ public:
     static std::atomic<int> validationMessages;
 
 private:
+    static VkInstance SharedInstance(const std::string& applicationName, uint32_t version, bool validation,
+                                     const std::vector<const char*>& extensions);
     void Release();
-    VkDebugUtilsMessengerEXT _messenger = VK_NULL_HANDLE;
     PFN_vkSetDebugUtilsObjectNameEXT _setName = nullptr;
     VkPhysicalDeviceMemoryProperties _memory{};
 };
