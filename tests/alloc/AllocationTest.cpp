@@ -14,6 +14,7 @@
 
 #include "game/Game.h"
 #include "game/entity/EntityConfig.h"
+#include "game/entity/PressurizedVolume.h"
 #include "game/entity/ServerSideEntity.h"
 #include "game/physics/EnvironmentWorld.h"
 
@@ -131,4 +132,19 @@ TEST_F(Allocations, SteadyPhysicsFramesAllocateNothing) {
     countAllocations = false;
     EXPECT_EQ(allocations, 0u);
     EXPECT_GT(contacts, 0);
+}
+
+// Update looks each molecule up once, for its liquid density and its molar mass together: a
+// molecule made from its formula costs a copy of its entries, so at most one allocation per entry.
+TEST(Allocations, VolumeUpdateLooksEachMoleculeUpOnce) {
+    auto v = std::make_shared<game::entity::PressurizedVolume>();
+    v->volume = 2.0;
+    v->temperature = 300;
+    v->composition = {{"N2", 1.5}, {"O2", 0.4}, {"Ar", 0.1}, {"H2O", 0.2}};
+    v->Update(0);
+    allocations = 0;
+    countAllocations = true;
+    v->Update(0.1);
+    countAllocations = false;
+    EXPECT_LE(allocations, v->composition.size());
 }

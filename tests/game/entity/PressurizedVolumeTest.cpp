@@ -10,7 +10,6 @@
 
 #include <glm/geometric.hpp>
 
-#include "../AllocationCounter.h"
 #include "game/entity/PressurizedVolume.h"
 #include "game/entity/ServerSideEntity.h"
 
@@ -62,17 +61,6 @@ TEST(PressurizedVolumeState, IdealGasPressureOfAKnownMixture) {
     v->temperature = 600;
     v->Update(0);
     EXPECT_NEAR(v->pressure, 2 * moles * R * 300 / 2.0, 1e-6);
-}
-
-// Update looks each molecule up once, for its liquid density and its molar mass together: a
-// molecule made from its formula costs a copy of its entries, so at most one allocation per entry.
-TEST(PressurizedVolumeState, UpdateLooksEachMoleculeUpOnce) {
-    auto v = MakeVolume(2.0, 300, {{"N2", 1.5}, {"O2", 0.4}, {"Ar", 0.1}, {"H2O", 0.2}});
-    allocations = 0;
-    countAllocations = true;
-    v->Update(0.1);
-    countAllocations = false;
-    EXPECT_LE(allocations, v->composition.size());
 }
 
 TEST(PressurizedVolumeState, EmptyOrUninitialisedVolumes) {
