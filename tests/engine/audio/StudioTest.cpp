@@ -124,3 +124,27 @@ TEST(AudioStudio, TickPitchFollowsIntensityAndPlaysToItsEnd) {
     for (int i = 0; i < 100 && tick->IsPlaying(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     EXPECT_FALSE(tick->IsPlaying());
 }
+
+// A global with a slow seek speed reaches the sound gradually; set with ignoreSeek it is there at
+// once. Seen through the wind's underwater low-pass: the high frequencies stay while it seeks.
+TEST(AudioStudio, GlobalsSeekUnlessTheSeekIsIgnored) {
+    const auto dir = std::filesystem::temp_directory_path() / ("zendola-seek-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(dir);
+    const std::string bank = (dir / "slow.bank").string();
+    std::ofstream(bank) << "global \"underwater\" min 0 max 1 seek 0.2\n"
+                           "event \"event:/wind\"\n sound wind\n loop\n parameter \"wind speed\" min 0 max 50 default 20\nend\n";
+    auto highShare = [&](bool ignoreSeek) {
+        audio_test::Recording r = audio_test::Record(1.0, [&](Studio& s) {
+            EXPECT_TRUE(s.LoadBank(bank));
+            auto wind = s.EventInstance("event:/wind");
+            wind->Start();
+            s.SetParameter("underwater", 1.0f, ignoreSeek);
+            return wind;
+        });
+        return audio_test::BandShare(r.Tail(0.4), r.rate, 2000, 24000);
+    };
+    const double seeking = highShare(false), jumped = highShare(true);
+    EXPECT_GT(seeking, 0.2);
+    EXPECT_LT(jumped, 0.01 * seeking);
+    std::filesystem::remove_all(dir);
+}

@@ -4,9 +4,11 @@
 // before any device opens. Every Studio of the process then writes there, one after the other;
 // these helpers play a fresh studio for a while, read what it wrote and measure it.
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <complex>
@@ -24,6 +26,15 @@
 namespace audio_test {
 
 inline const std::filesystem::path kCaptureFolder = [] {
+    // Processes that ended without cleaning up (death tests re-run the binary and abort) leave
+    // their folders: those of processes that are gone are removed here.
+    std::error_code ec;
+    for (const auto& e : std::filesystem::directory_iterator(std::filesystem::temp_directory_path(), ec)) {
+        const std::string name = e.path().filename().string();
+        if (name.rfind("zendola-audio-", 0) != 0) continue;
+        const long pid = std::atol(name.c_str() + 14);
+        if (pid > 0 && ::kill(pid_t(pid), 0) != 0 && errno == ESRCH) std::filesystem::remove_all(e.path(), ec);
+    }
     std::filesystem::path dir =
         std::filesystem::temp_directory_path() / ("zendola-audio-" + std::to_string(::getpid()));
     std::filesystem::create_directories(dir);
