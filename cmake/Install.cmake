@@ -8,7 +8,7 @@
 #   <prefix>/include/game/..., include/quorl/...                            the two include roots
 #   <prefix>/bin/zendola-server, zendola-nodes
 #   <prefix>/lib/zendola/modules/demo/                                      the demo's two modules
-#   <prefix>/share/zendola/data/                                            fonts, models, samples
+#   <prefix>/share/zendola/data/                                            fonts, models, shaders, samples
 #   <prefix>/lib/cmake/Zendola/, lib/pkgconfig/zendola.pc
 
 include(GNUInstallDirs)
@@ -119,8 +119,10 @@ foreach(root src/game engine/quorl)
     FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp" PATTERN "*.inl")
 endforeach()
 
-# The data the library and the demo read, as the run folder's data/ folder holds it.
+# The data the library and the demo read, as the run folder's data/ folder holds it, with the
+# shaders that glslc compiled into <build>/data beside their sources.
 install(DIRECTORY ${ZENDOLA_ROOT}/data/ DESTINATION ${ZENDOLA_INSTALL_DATADIR})
+install(DIRECTORY ${CMAKE_BINARY_DIR}/data/ DESTINATION ${ZENDOLA_INSTALL_DATADIR} FILES_MATCHING PATTERN "*.spv")
 
 # The demo's modules, in the modules/<name>/ form the loader reads.
 foreach(class SERVER_Mod ZENDOLA_Mod)
