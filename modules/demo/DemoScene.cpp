@@ -1,7 +1,14 @@
 #include "DemoScene.h"
 
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
 #include <mutex>
+#include <string>
 
+#include <glm/geometric.hpp>
 #include <glm/gtc/quaternion.hpp>
 
 #include "DemoWorld.h"
@@ -34,33 +41,83 @@ std::shared_ptr<ServerSideEntity> Spawn(const std::string& type, const glm::dvec
     return e;
 }
 
-size_t SpawnScene() {
-    size_t made = 0;
-    auto add = [&](const std::string& type, const glm::dvec3& p, const glm::dquat& q = glm::dquat(1, 0, 0, 0),
-                   const glm::dvec3& v = glm::dvec3(0.0)) {
-        if (Spawn(type, p, q, v)) ++made;
-    };
-    // The slab's top face is its origin: raised by its thickness it lies on the ground.
-    add("slab", {0, 0.5, 0});
-    // Two layers of four boxes, a little apart and turned, falling from 2 m and 4 m onto the slab,
-    // and one more tumbling from 7 m.
-    for (int layer = 0; layer < 2; ++layer) {
-        for (int i = 0; i < 4; ++i) {
-            double x = (i % 2) * 1.6 - 0.8 + 0.1 * layer;
-            double z = (i / 2) * 1.6 - 0.8;
-            glm::dquat turn = glm::angleAxis(0.2 * (i + layer), glm::dvec3(0, 1, 0));
-            add("box", {x, 2.5 + 2.0 * layer, z}, turn);
-        }
+namespace {
+
+using game::Config;
+
+// The member of a map by key; invalid when there is none (a plain lookup would give the map).
+Config::Node Member(const Config::Node& map, const char* key) {
+    Config::Node child = map[key];
+    return child && child.Id() != map.Id() && child.Key() == key ? child : Config::Node();
+}
+
+// Three numbers in a sequence.
+bool ReadVector(const Config::Node& node, glm::dvec3& out) {
+    if (!node.IsArray()) return false;
+    int count = 0;
+    for (Config::Node item : node) {
+        if (count == 3 || !item.IsNumeric()) return false;
+        out[count++] = item.AsDouble();
     }
-    add("box", {0.3, 7.5, 0.2}, glm::angleAxis(0.7, glm::normalize(glm::dvec3(1, 0, 1))));
-    // The buoy drops into the sea, beyond the beach.
-    add("buoy", {130, 2, 0});
-    // The vehicle stands on the ground beside the slab; its chassis collider is 0.2 m above its origin.
-    add("vehicle", {-20, 0.0, 0});
-    // The glider is launched from 60 m at 25 m/s, leading edge first: the wing's chord runs along
-    // the model's Y axis (forward), which is the game's -z.
-    add("glider", {-40, 60, 5}, glm::dquat(1, 0, 0, 0), {0, 0, -25});
+    return count == 3;
+}
+
+// One item of the scene; an empty text when it is made, else what is wrong with it.
+std::string SpawnItem(const Config::Node& item, size_t& made) {
+    if (!item.IsMap()) return "not a map";
+    Config::Node kind = Member(item, "kind");
+    if (!kind.IsValue() || kind.AsString().empty()) return "no kind";
+    glm::dvec3 position(0.0), velocity(0.0);
+    if (!ReadVector(Member(item, "position"), position)) return "no position of three numbers";
+    if (Config::Node v = Member(item, "velocity"); v && !ReadVector(v, velocity))
+        return "a velocity that is not three numbers";
+    glm::dquat rotation(1, 0, 0, 0);
+    if (Config::Node turn = Member(item, "turn")) {
+        glm::dvec3 axis(0.0);
+        Config::Node angle = Member(turn, "angle");
+        if (!ReadVector(Member(turn, "axis"), axis) || glm::length(axis) == 0.0 || !angle.IsNumeric())
+            return "a turn without a non-zero axis and an angle";
+        rotation = glm::angleAxis(angle.AsDouble(), glm::normalize(axis));
+    }
+    if (!Spawn(kind.AsString(), position, rotation, velocity)) return "an unknown kind '" + kind.AsString() + "'";
+    ++made;
+    return {};
+}
+
+}  // namespace
+
+size_t SpawnScene(const Config& document) {
+    Config::Node scene = document["scene"];
+    if (!scene.IsArray() || scene.Key() != "scene") {
+        std::cerr << "demo: the scene document has no sequence 'scene'; nothing is made" << std::endl;
+        return 0;
+    }
+    size_t made = 0;
+    for (Config::Node item : scene) {
+        std::string problem = SpawnItem(item, made);
+        if (!problem.empty())
+            std::cerr << "demo: scene item " << item.Index() << " has " << problem << "; it is skipped" << std::endl;
+    }
     return made;
+}
+
+size_t SpawnScene() {
+    std::ifstream in(kSceneFile, std::ios::binary);
+    if (!in) {
+        std::cerr << "demo: cannot read the scene file " << std::filesystem::absolute(kSceneFile).string()
+                  << "; nothing is made" << std::endl;
+        return 0;
+    }
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    Config document;
+    try {
+        document.Parse(text.data());
+    } catch (const std::exception& e) {
+        std::cerr << "demo: the scene file " << kSceneFile << " is not valid YAML (" << e.what()
+                  << "); nothing is made" << std::endl;
+        return 0;
+    }
+    return SpawnScene(document);
 }
 
 }  // namespace demo

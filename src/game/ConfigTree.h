@@ -39,7 +39,7 @@ public:
     // Alias expansion may not grow a document beyond this many nodes per byte of its text (with
     // a floor for short texts): a few bytes of nested aliases must not make gigabytes.
     static constexpr size_t kMaxNodesPerByte = 16;
-    static constexpr size_t kMinNodeLimit = size_t(1) << 20;
+    static constexpr size_t kMinNodeLimit = size_t(1) << 16;
 
     size_t size() const { return _nodes.size(); }
     bool empty() const { return _nodes.empty(); }

@@ -158,45 +158,31 @@ TEST(Config, RealsReadHexadecimalAndTheLeadingNumberOfDecimalText) {
 }
 
 TEST(Config, ClassifiersNeedTheWholeScalarToBeOneNumber) {
-    const std::vector<std::string> ints = {"12", "-12", "+12", "0x1F", "0b10", "0o7", "007"};
-    const std::vector<std::string> reals = {"1.5", "-.5", "5.", "1e5", "2.5E-3", "inf", "-infinity", "nan",
-                                            "0x1.8p1", "+0b1.1", "0o7p2"};
-    const std::vector<std::string> strings = {" 12", "12 ", "1 2", "\t", "abc", "0x", "0xg", ".", "1e", "e5",
-                                              "1.5abc", "Inf", "--1", "0x1.8q1", "1_000"};
-    std::vector<std::string> all = ints;
-    all.insert(all.end(), reals.begin(), reals.end());
-    all.insert(all.end(), strings.begin(), strings.end());
+    // 'i': an integer (and so a real too), 'f': a real only, 's': a string.
+    const std::vector<std::pair<std::string, char>> cases = {
+        {"12", 'i'},    {"-12", 'i'},      {"+12", 'i'},   {"0x1F", 'i'},   {"0b10", 'i'},    {"0o7", 'i'},
+        {"007", 'i'},   {"1.5", 'f'},      {"-.5", 'f'},   {"5.", 'f'},     {"2.5E-3", 'f'},  {"inf", 'f'},
+        {"-infinity", 'f'}, {"nan", 'f'},  {"0x1.8p1", 'f'}, {"+0b1.1", 'f'}, {"0o7p2", 'f'}, {" 12", 's'},
+        {"12 ", 's'},   {"1 2", 's'},      {"\t", 's'},   {"abc", 's'},    {"0x", 's'},      {"0xg", 's'},
+        {".", 's'},     {"1e", 's'},       {"e5", 's'},    {"1.5abc", 's'}, {"Inf", 's'},     {"--1", 's'},
+        {"0x1.8q1", 's'}, {"1_000", 's'},  {"", 's'}};
+    std::vector<std::string> texts;
+    for (const auto& c : cases) texts.push_back(c.first);
     Config config;
-    Parse(config, QuotedList(all) + "- \"\"\n- \n- [1]\n");
-    size_t i = 0;
-    for (const std::string& t : ints) {
-        Config::Node n = config[i++];
-        EXPECT_TRUE(n.IsInt()) << t;
-        EXPECT_TRUE(n.IsNumeric()) << t;
-        EXPECT_FALSE(n.IsString()) << t;
+    Parse(config, QuotedList(texts) + "- \n- [1]\n");
+    for (size_t i = 0; i < cases.size(); ++i) {
+        Config::Node n = config[i];
+        const char kind = cases[i].second;
+        EXPECT_EQ(n.IsInt(), kind == 'i') << "'" << cases[i].first << "'";
+        EXPECT_EQ(n.IsFloat(), kind != 's') << "'" << cases[i].first << "'";
+        EXPECT_EQ(n.IsNumeric(), kind != 's') << "'" << cases[i].first << "'";
+        EXPECT_EQ(n.IsString(), kind == 's') << "'" << cases[i].first << "'";
     }
-    for (const std::string& t : reals) {
-        Config::Node n = config[i++];
-        EXPECT_FALSE(n.IsInt()) << t;
-        EXPECT_TRUE(n.IsFloat()) << t;
-        EXPECT_TRUE(n.IsNumeric()) << t;
-        EXPECT_FALSE(n.IsString()) << t;
-    }
-    for (const std::string& t : strings) {
-        Config::Node n = config[i++];
-        EXPECT_FALSE(n.IsNumeric()) << "'" << t << "'";
-        EXPECT_TRUE(n.IsString()) << "'" << t << "'";
-    }
-    // An empty scalar and a null are strings; a sequence is neither.
-    for (size_t k : {i, i + 1}) {
-        EXPECT_TRUE(config[k].IsString());
-        EXPECT_FALSE(config[k].IsNumeric());
-    }
-    EXPECT_TRUE(config[i + 2].IsArray());
-    EXPECT_FALSE(config[i + 2].IsString());
-    EXPECT_FALSE(config[i + 2].IsNumeric());
-    // Integers are reals too.
-    EXPECT_TRUE(config[0].IsFloat());
+    // A null is a string; a sequence is neither.
+    EXPECT_TRUE(config[cases.size()].IsString());
+    Config::Node list = config[cases.size() + 1];
+    ASSERT_TRUE(list.IsArray());
+    EXPECT_FALSE(list.IsString() || list.IsNumeric());
 }
 
 TEST(Config, TextKeysEqualityIndexSizeAndIteration) {
@@ -210,11 +196,8 @@ TEST(Config, TextKeysEqualityIndexSizeAndIteration) {
     EXPECT_EQ(Members(root), (std::vector<std::string>{"first=one", "second=two"}));
     EXPECT_EQ(config["first"].Index(), 0u);
     EXPECT_EQ(second.Index(), 1u);
-    EXPECT_EQ(std::string(second), "two");
-    EXPECT_TRUE(second == "two");
-    EXPECT_TRUE(second == std::string("two"));
-    EXPECT_TRUE(second != "tw");
-    EXPECT_TRUE(second != std::string("two2"));
+    EXPECT_TRUE(second == "two" && second == std::string("two"));
+    EXPECT_TRUE(second != "tw" && second != std::string("two2"));
     // A map has no value: it equals the empty text.
     EXPECT_TRUE(root == "");
     EXPECT_FALSE(root != "");
@@ -230,9 +213,8 @@ TEST(Config, TextKeysEqualityIndexSizeAndIteration) {
     EXPECT_TRUE(it == root.end());
     --it;
     EXPECT_TRUE(it == root.end());
-    Config::Iterator none;
+    Config::Iterator none = Config::Node().begin();
     ++none;
-    EXPECT_TRUE(none == Config::Node().begin());
     EXPECT_TRUE(none == Config::Node().end());
     EXPECT_TRUE(second.begin() == second.end());
 }
