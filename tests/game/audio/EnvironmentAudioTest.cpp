@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 
+#define ZENDOLA_AUDIO_TSAN_SUPPRESSIONS
 #include "engine/audio/WaveCapture.h"
 #include "game/Game.h"
 #include "game/GameSettings.h"
