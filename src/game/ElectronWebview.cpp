@@ -13,10 +13,15 @@
 #include "game/Game.h"
 #include "game/PipeServer.h"
 #include "quorl/Assert.h"
+#include "quorl/graphics/DynamicAsyncTexture.h"
 
 namespace game {
 
 char ElectronWebview::readBuffer[ElectronWebview::kReadBufferSize];
+
+// The renderer's texture of changing pixels takes pages as it is.
+template void ElectronWebview::Texture(const std::shared_ptr<quorl::graphics::DynamicAsyncTexture>&,
+                                       const std::string&, const std::string&, double);
 
 namespace {
 

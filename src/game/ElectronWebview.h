@@ -10,6 +10,7 @@
 #include <queue>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace game {
 
@@ -68,8 +69,8 @@ public:
     void Open(const std::string& name, const std::string& url, unsigned width, unsigned height, double zoom);
     // Opens a page at the texture's size whose frames go to texture->Load(data, size) while the
     // texture lives. A texture that went away leaves a silent entry behind until Close.
-    // TextureType is quorl::graphics::DynamicAsyncTexture in the game: anything with
-    // Load(const unsigned char*, size_t) and a width and height (see TextureWidth).
+    // TextureType is quorl::graphics::DynamicAsyncTexture in the game; any texture that
+    // LoadFrame and TextureWidth know serves.
     template <class TextureType>
     void Texture(const std::shared_ptr<TextureType>& texture, const std::string& name, const std::string& url,
                  double zoom);
@@ -120,25 +121,37 @@ private:
     std::condition_variable _work;
 };
 
-// Width and height of a texture, by whichever accessor it has.
+// Width and height of a texture, by whichever accessor it has (the renderer's textures give
+// their Extent()).
 template <class TextureType>
 unsigned TextureWidth(const TextureType& texture) {
-    if constexpr (requires { texture.GetWidth(); })
+    if constexpr (requires { texture.Extent().width; })
+        return unsigned(texture.Extent().width);
+    else if constexpr (requires { texture.GetWidth(); })
         return unsigned(texture.GetWidth());
-    else if constexpr (requires { texture.Width(); })
-        return unsigned(texture.Width());
     else
         return unsigned(texture.width);
 }
 
 template <class TextureType>
 unsigned TextureHeight(const TextureType& texture) {
-    if constexpr (requires { texture.GetHeight(); })
+    if constexpr (requires { texture.Extent().height; })
+        return unsigned(texture.Extent().height);
+    else if constexpr (requires { texture.GetHeight(); })
         return unsigned(texture.GetHeight());
-    else if constexpr (requires { texture.Height(); })
-        return unsigned(texture.Height());
     else
         return unsigned(texture.height);
+}
+
+// Hands a frame to a texture: Load(data, size) where the texture has it, else SetPixels with a
+// copy of the RGBA bytes (the renderer's DynamicAsyncTexture, which refuses a wrong size).
+template <class TextureType>
+void LoadFrame(TextureType& texture, const char* data, size_t size) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(data);
+    if constexpr (requires { texture.Load(bytes, size); })
+        texture.Load(bytes, size);
+    else
+        texture.SetPixels(std::vector<uint8_t>(bytes, bytes + size));
 }
 
 template <class TextureType>
@@ -147,7 +160,7 @@ void ElectronWebview::Texture(const std::shared_ptr<TextureType>& texture, const
     std::weak_ptr<TextureType> weak = texture;
     OpenWithCallback(name, url, TextureWidth(*texture), TextureHeight(*texture), zoom,
                      [weak](const char* data, size_t size) {
-                         if (auto live = weak.lock()) live->Load(reinterpret_cast<const unsigned char*>(data), size);
+                         if (auto live = weak.lock()) LoadFrame(*live, data, size);
                      });
 }
 

@@ -23,6 +23,19 @@ struct RecordingTexture {
     void Load(const unsigned char* data, size_t size) { loads.emplace_back(reinterpret_cast<const char*>(data), size); }
 };
 
+// The renderer's kind of texture: a size in an extent, and whole frames through SetPixels.
+struct PixelsTexture {
+    struct Size {
+        unsigned width, height;
+    };
+    Size Extent() const { return {2, 1}; }
+    std::vector<std::vector<uint8_t>> frames;
+    bool SetPixels(const std::vector<uint8_t>& rgba) {
+        frames.push_back(rgba);
+        return true;
+    }
+};
+
 struct Webview : testing::Test {
     ElectronWebview webview;
     WireHarness wire;
@@ -138,6 +151,13 @@ TEST_F(Webview, FramesGoToTheirPageByName) {
               WireHarness::Frame("tex", ""));
     for (int i = 0; i < 3; ++i) webview.ReadFromPipe(*wire.pipe);
     EXPECT_THAT(texture->loads, testing::ElementsAre(std::string("\x01\x00\x02", 3), ""));
+
+    auto pixels = std::make_shared<PixelsTexture>();
+    webview.Texture(pixels, "px", "u", 1);
+    EXPECT_EQ(webview.outgoing.back(), "open px u 2 1 1.000000");
+    wire.Send(WireHarness::Frame("px", "\x01\x02\x03\xff\x04\x05\x06\xff"));
+    webview.ReadFromPipe(*wire.pipe);
+    EXPECT_THAT(pixels->frames, testing::ElementsAre(std::vector<uint8_t>{1, 2, 3, 255, 4, 5, 6, 255}));
 
     // A texture that went away: its frames are dropped without a sound.
     texture.reset();
