@@ -19,9 +19,10 @@ class ConfigTree;
 //   - Size() counts the nodes of the whole document, whatever node it is asked on.
 //
 // Parse copies the scalars into the document's own arena, so the text handed to it may go away
-// after the call. Aliases are resolved by copying the anchored node (a merge key "<<" stays an
-// ordinary member holding that copy). A stream of several documents reads as one sequence whose
-// items are the documents. Nulls keep their text ("~", "null"); an empty value reads as "".
+// after the call. Aliases are resolved by copying the anchored node, and a merge key ("<<: *base"
+// or "<<: [*a, *b]") puts the members of the named maps in its place, except keys the map writes
+// itself. A stream of several documents reads as one sequence whose items are the documents.
+// Nulls keep their text ("~", "null"); an empty value reads as "".
 class Config {
 public:
     class Iterator;

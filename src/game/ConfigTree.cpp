@@ -47,12 +47,14 @@ public:
     void OnDocumentStart(const YAML::Mark&) override {
         _anchors.clear();
         _open.clear();
+        _merges.clear();
         _pending.active = false;
     }
     void OnDocumentEnd() override {}
 
     void OnNull(const YAML::Mark& mark, YAML::anchor_t anchor) override {
         ResolvePending(mark);
+        RefuseInMerge(mark);
         // The parser reports "~" and "null" as nulls without their text; the text is kept raw,
         // as every other scalar.
         Span text = Store(NullText(mark.pos));
@@ -68,12 +70,14 @@ public:
         if (text.length) _pending = {true, false, id, mark.pos};
     }
 
-    void OnScalar(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
+    void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
                   const std::string& value) override {
         ResolvePending(mark);
+        RefuseInMerge(mark);
         Span text = Store(value);
         if (KeyExpected()) {
             SetKey(text);
+            _open.back().mergeKey = tag == "?" && value == "<<";
             RecordAnchor(anchor, ConfigTree::kNone, text);
             return;
         }
@@ -97,13 +101,29 @@ public:
             }
             return;
         }
+        for (const Open& o : _open)
+            if (o.node == a.node && a.node != ConfigTree::kNone)
+                throw YAML::ParserException(mark, "an alias can't stand inside the node it names");
+        const bool isMap = a.node != ConfigTree::kNone && (_nodes[a.node].type & ConfigTree::MAP);
+        if (!_open.empty() && _open.back().merging) {
+            if (!isMap) throw YAML::ParserException(mark, "a merge key takes aliases of maps");
+            _merges.push_back({_open[_open.size() - 2].node, _open.back().mergeAfter, a.node, mark});
+            return;
+        }
+        if (isMap && !_open.empty() && _open.back().isMap && _open.back().mergeKey) {
+            Open& map = _open.back();
+            _merges.push_back({map.node, map.lastChild(_nodes), a.node, mark});
+            map.haveKey = map.mergeKey = false;
+            return;
+        }
         if (a.node == ConfigTree::kNone) {
             SetVal(Place(mark, ConfigTree::VAL), a.text);
             return;
         }
-        for (const Open& o : _open)
-            if (o.node == a.node) throw YAML::ParserException(mark, "an alias can't stand inside the node it names");
-        Copy(mark, a.node);
+        uint32_t copy = CopyDetached(mark, a.node);
+        _nodes[copy].type &= ~ConfigTree::KEY;
+        _nodes[copy].keyLength = 0;
+        Link(mark, copy);
     }
 
     void OnSequenceStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t anchor,
@@ -116,7 +136,10 @@ public:
                     YAML::EmitterStyle::value) override {
         OpenContainer(mark, anchor, ConfigTree::MAP);
     }
-    void OnMapEnd() override { _open.pop_back(); }
+    void OnMapEnd() override {
+        Merge(_open.back().node);
+        _open.pop_back();
+    }
 
     void OnAnchor(const YAML::Mark& mark, const std::string&) override { ResolvePending(mark); }
 
@@ -126,6 +149,16 @@ private:
         bool isMap;
         bool haveKey = false;
         Span key;
+        bool mergeKey = false;  // the pending key is a plain "<<"
+        bool merging = false;   // the sequence of maps a merge key takes: no node of its own
+        uint32_t mergeAfter = ConfigTree::kNone;
+        uint32_t lastChild(const std::vector<ConfigTree::NodeData>& nodes) const { return nodes[node].lastChild; }
+    };
+    // The members of `source` go into `map` behind `after` (at the front for kNone) when the map
+    // ends, except those whose key the map already has.
+    struct PendingMerge {
+        uint32_t map, after, source;
+        YAML::Mark mark;
     };
     // What an anchor names: a node, or the text of a key (keys are not nodes of their own).
     struct Anchor {
@@ -235,36 +268,97 @@ private:
     // A new node where the next event belongs: a document's root, the next item of the open
     // sequence, or the value of the open map's key.
     uint32_t Place(const YAML::Mark& mark, uint32_t type) {
-        uint32_t parent = ConfigTree::kNone;
-        if (!_open.empty())
-            parent = _open.back().node;
-        else if (!_nodes.empty())
-            parent = StreamRoot(mark);
         uint32_t id = NewNode(mark);
         _nodes[id].type = type;
-        if (!_open.empty() && _open.back().isMap) {
-            _nodes[id].type |= ConfigTree::KEY;
-            _nodes[id].keyOffset = _open.back().key.offset;
-            _nodes[id].keyLength = _open.back().key.length;
-            _open.back().haveKey = false;
-        }
-        if (parent != ConfigTree::kNone) Attach(parent, id);
+        Link(mark, id);
         return id;
+    }
+
+    void Link(const YAML::Mark& mark, uint32_t id) {
+        if (_open.empty()) {
+            if (id != 0) Attach(StreamRoot(mark), id);
+            return;
+        }
+        Open& top = _open.back();
+        if (top.isMap) {
+            _nodes[id].type |= ConfigTree::KEY;
+            _nodes[id].keyOffset = top.key.offset;
+            _nodes[id].keyLength = top.key.length;
+            top.haveKey = top.mergeKey = false;
+        }
+        Attach(top.node, id);
+    }
+
+    // Links a child into the parent's chain right behind `after`, or first for kNone.
+    void InsertAfter(uint32_t parent, uint32_t after, uint32_t child) {
+        ConfigTree::NodeData& p = _nodes[parent];
+        uint32_t next = after == ConfigTree::kNone ? p.firstChild : _nodes[after].nextSibling;
+        _nodes[child].parent = parent;
+        _nodes[child].prevSibling = after;
+        _nodes[child].nextSibling = next;
+        if (after == ConfigTree::kNone)
+            p.firstChild = child;
+        else
+            _nodes[after].nextSibling = child;
+        if (next == ConfigTree::kNone)
+            p.lastChild = child;
+        else
+            _nodes[next].prevSibling = child;
+    }
+
+    // The merge keys of a map that ends: members of the named maps whose keys the map doesn't
+    // have yet, in their order, where the merge key stood. Keys written in the map win, and an
+    // earlier merged map wins over a later one.
+    void Merge(uint32_t map) {
+        size_t first = _merges.size();
+        while (first > 0 && _merges[first - 1].map == map) --first;
+        uint32_t cursor = ConfigTree::kNone;
+        for (size_t m = first; m < _merges.size(); ++m) {
+            const PendingMerge merge = _merges[m];
+            if (m == first || merge.after != _merges[m - 1].after) cursor = merge.after;
+            for (uint32_t c = _nodes[merge.source].firstChild; c != ConfigTree::kNone; c = _nodes[c].nextSibling) {
+                if (_tree.FindChild(map, _tree.Key(c)) != ConfigTree::kNone) continue;
+                uint32_t copy = CopyDetached(merge.mark, c);
+                InsertAfter(map, cursor, copy);
+                cursor = copy;
+            }
+        }
+        _merges.resize(first);
+    }
+
+    void RefuseInMerge(const YAML::Mark& mark) const {
+        if (!_open.empty() && _open.back().merging) throw YAML::ParserException(mark, "a merge key takes aliases of maps");
     }
 
     void OpenContainer(const YAML::Mark& mark, YAML::anchor_t anchor, uint32_t type) {
         ResolvePending(mark);
+        RefuseInMerge(mark);
         if (KeyExpected()) throw YAML::ParserException(mark, "a map key must be a scalar");
+        if (type == ConfigTree::SEQ && !_open.empty() && _open.back().mergeKey) {
+            Open& map = _open.back();
+            uint32_t after = map.lastChild(_nodes);
+            map.haveKey = map.mergeKey = false;
+            _open.push_back({ConfigTree::kNone, false, false, {}, false, true, after});
+            return;
+        }
         uint32_t id = Place(mark, type);
         RecordAnchor(anchor, id, {});
-        _open.push_back({id, type == ConfigTree::MAP, false, {}});
+        _open.push_back({id, type == ConfigTree::MAP, false, {}, false, false, ConfigTree::kNone});
     }
 
-    // An alias: a copy of the named node and everything under it, where the alias stands. Text
-    // is shared with the original through the arena.
-    void Copy(const YAML::Mark& mark, uint32_t source) {
-        uint32_t root = Place(mark, _nodes[source].type & ~ConfigTree::KEY);
-        SetVal(root, {_nodes[source].valOffset, _nodes[source].valLength});
+    // A copy of a node and everything under it, not yet linked anywhere. Text is shared with the
+    // original through the arena.
+    uint32_t CopyDetached(const YAML::Mark& mark, uint32_t source) {
+        uint32_t root = NewNode(mark);
+        {
+            const ConfigTree::NodeData data = _nodes[source];
+            ConfigTree::NodeData& copy = _nodes[root];
+            copy.type = data.type;
+            copy.keyOffset = data.keyOffset;
+            copy.keyLength = data.keyLength;
+            copy.valOffset = data.valOffset;
+            copy.valLength = data.valLength;
+        }
         _work.clear();
         _work.emplace_back(source, root);
         while (!_work.empty()) {
@@ -283,6 +377,7 @@ private:
                 if (data.firstChild != ConfigTree::kNone) _work.emplace_back(c, id);
             }
         }
+        return root;
     }
 
     ConfigTree& _tree;
@@ -294,6 +389,7 @@ private:
     std::vector<Open> _open;
     std::vector<Anchor> _anchors;  // by the parser's anchor number, which starts anew per document
     std::vector<std::pair<uint32_t, uint32_t>> _work;
+    std::vector<PendingMerge> _merges;
     Pending _pending;
 };
 

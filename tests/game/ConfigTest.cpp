@@ -297,6 +297,27 @@ TEST(Config, AliasesCopyTheAnchoredNode) {
     EXPECT_EQ(config["nope"].Size(), 1u + 6u + 2u * 4u);
 }
 
+TEST(Config, MergeKeysBringInMembersTheMapDoesNotWrite) {
+    Config config;
+    Parse(config,
+          "base: &b {x: 1, y: 2}\n"
+          "more: &m {y: 3, z: 4}\n"
+          "item:\n"
+          "  a: 0\n"
+          "  <<: [*b, *m]\n"
+          "  x: 9\n"
+          "one: {<<: *b, q: 1}\n"
+          "'<<': *b\n");
+    // In place of the merge key; the map's own x and the first map's y win.
+    EXPECT_EQ(Members(config["item"]), (std::vector<std::string>{"a=0", "y=2", "z=4", "x=9"}));
+    EXPECT_EQ(Members(config["one"]), (std::vector<std::string>{"x=1", "y=2", "q=1"}));
+    EXPECT_EQ(config["one"]["y"].Index(), 1u);
+    // A quoted "<<" is an ordinary key.
+    EXPECT_EQ(config["<<"]["x"].AsInt(), 1);
+    std::string bad = "b: &b {x: 1}\nc: {<<: [*b, {y: 1}]}\n";
+    EXPECT_THROW(config.Parse(bad.data()), YAML::ParserException);
+}
+
 TEST(Config, SeveralDocumentsReadAsASequenceOfThem) {
     Config config;
     Parse(config, "---\na: &x 1\n...\n---\n- b\n---\nplain\n");
