@@ -320,8 +320,8 @@ public:
     DynamicRigidbody(std::shared_ptr<Entity>& owner, double deltaTime) { Reset(owner, deltaTime); }
     // A body kept for reuse starts with room for a crowd of contacts, so that its lists rarely grow.
     DynamicRigidbody() {
-        dynamicCandidates.reserve(32);
-        fixedCandidates.reserve(32);
+        dynamicCandidates.reserve(64);
+        fixedCandidates.reserve(64);
         staticContactNormals.reserve(64);
         staticRelativeContactPoints.reserve(64);
         for (entity::ConvexMeshCollider& c : _callout) c.name.reserve(Base::kKeptNameLength);
