@@ -136,7 +136,7 @@ TEST_F(Allocations, SteadyPhysicsFramesAllocateNothing) {
 
 // Update looks each molecule up once, for its liquid density and its molar mass together: a
 // molecule made from its formula costs a copy of its entries, so at most one allocation per entry.
-TEST(Allocations, VolumeUpdateLooksEachMoleculeUpOnce) {
+TEST(VolumeAllocations, UpdateLooksEachMoleculeUpOnce) {
     auto v = std::make_shared<game::entity::PressurizedVolume>();
     v->volume = 2.0;
     v->temperature = 300;

@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include <glm/geometric.hpp>
@@ -319,8 +320,8 @@ public:
     DynamicRigidbody(std::shared_ptr<Entity>& owner, double deltaTime) { Reset(owner, deltaTime); }
     // A body kept for reuse starts with room for a crowd of contacts, so that its lists rarely grow.
     DynamicRigidbody() {
-        dynamicCandidates.reserve(32);
-        fixedCandidates.reserve(32);
+        dynamicCandidates.reserve(64);
+        fixedCandidates.reserve(64);
         staticContactNormals.reserve(64);
         staticRelativeContactPoints.reserve(64);
         for (entity::ConvexMeshCollider& c : _callout) c.name.reserve(Base::kKeptNameLength);
@@ -356,6 +357,7 @@ public:
         interactsWithEnvironment = owner->interactsWithEnvironment;
         ignoredIds = owner->ignoredEntities;
         broadphaseRadius = radius + 0.5 * deltaTime * glm::length(velocity);
+        _startCentre = boundsCenterWorld;
     }
 
     void Release() {
@@ -667,6 +669,7 @@ public:
 
 private:
     glm::dvec3 _entityAcceleration{0.0};  // the entity's own externalAcceleration of this frame
+    glm::dvec3 _startCentre{0.0};         // boundsCenterWorld when the frame began
     // What a contact callback is handed: copies of the colliders as placed for the test, kept
     // with the body so that handing them over doesn't allocate.
     entity::ConvexMeshCollider _callout[2];
@@ -736,6 +739,7 @@ private:
                               : a.prepared           ? ConvexCollision(*a.prepared, bs, *b.transform)
                                                      : ConvexCollision(as, *a.transform, bs, *b.transform);
         if (!(collision.depth > 0)) return;
+        KeepStartingSide(collision, a, b);
         if (recordDebugLines) RecordContactLine(collision);
         bool holds = true;
         double frictionA = as.friction, frictionB = bs.friction;
@@ -764,6 +768,32 @@ private:
             walk.minFriction = std::min({frictionB, frictionA, walk.minFriction});
         }
         walk.touched = true;
+    }
+
+    // The contact test turns its normal by the centres of the two shapes and reports the least
+    // overlap. A body pressed into a fixed body thinner than itself (by the bodies piled on it)
+    // has its centre pass the fixed body's middle, and the normal would then push it on through.
+    // When the normal points away from the side where the body's centre began the frame, the
+    // body is pushed out on that side instead, far enough to clear it.
+    void KeepStartingSide(Collision& collision, const Placed& a, const Placed& b) const {
+        if (a.shape->isSphere || b.shape->isSphere || a.shape->vertexCount == 0 || b.shape->vertexCount == 0) return;
+        if (!(glm::dot(_startCentre - ColliderCenter(*b.shape, *b.transform), collision.normal) < 0)) return;
+        const glm::dvec3 n = -collision.normal;
+        const double clear = Extent(b, n).second - Extent(a, n).first;
+        if (!(clear > 0)) return;
+        collision.normal = n;
+        collision.depth = clear;
+    }
+
+    // Least and greatest of a placed shape's vertices along an axis.
+    static std::pair<double, double> Extent(const Placed& p, const glm::dvec3& axis) {
+        double lo = std::numeric_limits<double>::max(), hi = -lo;
+        for (uint32_t i = 0; i < p.shape->vertexCount && i < 8; ++i) {
+            const double d = glm::dot(TransformPoint(*p.transform, glm::dvec3(p.shape->vertices[i])), axis);
+            lo = std::min(lo, d);
+            hi = std::max(hi, d);
+        }
+        return {lo, hi};
     }
 
     // The contact test reports one point per pair: the first corner of the smaller shape found

@@ -85,6 +85,23 @@ TEST(PhysicsContact, FrictionSetByACallbackIsObeyed) {
     }
 }
 
+// A box pressed past the middle of a slab thinner than itself (as the boxes piled on it can
+// press it) is pushed back out on the side where it began the frame, not on through the slab.
+TEST(PhysicsContact, ABoxPressedPastTheMiddleOfAThinSlabComesBackOnItsSide) {
+    auto slab = MakeBoxEntity({5, 5, 0.25}, 1000, {0, 0, -0.25});  // top at 0, middle at -0.25
+    for (double pressedTo : {-0.3, -0.6}) {
+        SCOPED_TRACE(pressedTo);
+        auto box = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
+        box->position = {0.3, 0.1, 0.5};  // resting on the slab when the frame begins
+        Fixed fixed(slab);
+        Body body(box, 1.0 / 60);
+        body.fixedCandidates.push_back(&fixed);
+        body.position.z = pressedTo;
+        body.CollisionDetection(1.0 / 240);
+        EXPECT_NEAR(body.position.z, 0.5, 1e-9);
+    }
+}
+
 // Records what a contact callback saw.
 struct Seen {
     int calls = 0;
