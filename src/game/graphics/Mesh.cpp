@@ -204,19 +204,25 @@ std::vector<Mesh::NodeLayout> Mesh::ParseNodes(const json& gltf, unsigned buffer
 }
 
 void Mesh::CheckIndices(const PrimitiveLayout& primitive, const std::byte* data) {
-    if (primitive.indexType == GeometryInterface::kIndexNone) return;
     const std::byte* p = data + primitive.indices;
-    for (uint64_t i = 0; i < primitive.indexCount; ++i) {
-        uint32_t index;
-        if (primitive.indexType == GeometryInterface::kIndex16) {
-            uint16_t v;
-            std::memcpy(&v, p + i * 2, 2);
-            index = v;
-        } else {
-            std::memcpy(&index, p + i * 4, 4);
+    // The largest index decides; one pass with no branch but the loop's.
+    const auto largest = [&](auto type) {
+        decltype(type) top = 0, v;
+        for (uint64_t i = 0; i < primitive.indexCount; ++i) {
+            std::memcpy(&v, p + i * sizeof v, sizeof v);
+            top = v > top ? v : top;
         }
-        if (index >= primitive.vertexCount) MESH_FAIL(!"Index refers to a vertex past POSITION's count");
-    }
+        return uint64_t(top);
+    };
+    uint64_t top;
+    if (primitive.indexType == GeometryInterface::kIndex16)
+        top = largest(uint16_t());
+    else if (primitive.indexType == GeometryInterface::kIndex32)
+        top = largest(uint32_t());
+    else
+        return;
+    if (primitive.indexCount > 0 && top >= primitive.vertexCount)
+        MESH_FAIL(!"Index refers to a vertex past POSITION's count");
 }
 
 Mesh::Mesh(const std::string& path) { Load(path); }
