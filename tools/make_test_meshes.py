@@ -1,10 +1,13 @@
 #!/usr/bin/env python3
-"""Writes the small glTF files the mesh reader's tests read (tests/game/graphics/meshes/)."""
+"""Writes glTF meshes: the small files the mesh reader's tests read (tests/game/graphics/meshes/), and
+the box-shaped models of data/models/ (each beside its model file, in that file's axes, Z up)."""
 import json
 import os
 import struct
 
-OUT = os.path.join(os.path.dirname(__file__), "..", "tests", "game", "graphics", "meshes")
+ROOT = os.path.join(os.path.dirname(__file__), "..")
+OUT = os.path.join(ROOT, "tests", "game", "graphics", "meshes")
+MODELS = os.path.join(ROOT, "data", "models")
 
 
 def floats(values):
@@ -84,14 +87,64 @@ def parts():
     return gltf, bytes(blob)
 
 
-def main():
-    os.makedirs(OUT, exist_ok=True)
-    gltf, blob = parts()
-    with open(os.path.join(OUT, "parts.gltf"), "w") as f:
+def box(name, lo, hi, material, color):
+    """One node `name`: a box from lo to hi, 24 vertices with normals, 36 16-bit indices."""
+    positions, normals, indices = [], [], []
+    for axis in range(3):
+        for side in (0, 1):
+            n = [0.0, 0.0, 0.0]
+            n[axis] = 1.0 if side else -1.0
+            u, v = (axis + 1) % 3, (axis + 2) % 3
+            first = len(positions) // 3
+            for a, b in ((0, 0), (1, 0), (1, 1), (0, 1)):
+                p = [0.0, 0.0, 0.0]
+                p[axis] = hi[axis] if side else lo[axis]
+                p[u] = hi[u] if a else lo[u]
+                p[v] = hi[v] if b else lo[v]
+                positions += p
+                normals += n
+            quad = [0, 1, 2, 0, 2, 3] if side else [0, 2, 1, 0, 3, 2]
+            indices += [first + q for q in quad]
+    blob = floats(positions) + floats(normals) + struct.pack("<%dH" % len(indices), *indices)
+    count = len(positions) // 3
+    gltf = {
+        "asset": {"version": "2.0", "generator": "make_test_meshes.py"},
+        "scene": 0,
+        "scenes": [{"nodes": [0]}],
+        "nodes": [{"name": name, "mesh": 0}],
+        "meshes": [{"name": name, "primitives": [{"attributes": {"POSITION": 0, "NORMAL": 1}, "indices": 2,
+                                                  "material": 0}]}],
+        "materials": [{"name": material, "pbrMetallicRoughness": {"baseColorFactor": color, "metallicFactor": 0.0,
+                                                                  "roughnessFactor": 0.8}}],
+        "accessors": [
+            {"bufferView": 0, "componentType": 5126, "count": count, "type": "VEC3", "min": lo, "max": hi},
+            {"bufferView": 1, "componentType": 5126, "count": count, "type": "VEC3"},
+            {"bufferView": 2, "componentType": 5123, "count": len(indices), "type": "SCALAR"},
+        ],
+        "bufferViews": [
+            {"buffer": 0, "byteOffset": 0, "byteLength": count * 12},
+            {"buffer": 0, "byteOffset": count * 12, "byteLength": count * 12},
+            {"buffer": 0, "byteOffset": count * 24, "byteLength": len(indices) * 2},
+        ],
+        "buffers": [{"uri": name + ".bin", "byteLength": len(blob)}],
+    }
+    return gltf, blob
+
+
+def write(folder, stem, gltf, blob):
+    os.makedirs(folder, exist_ok=True)
+    with open(os.path.join(folder, stem + ".gltf"), "w") as f:
         json.dump(gltf, f, indent=1)
         f.write("\n")
-    with open(os.path.join(OUT, "parts.bin"), "wb") as f:
+    with open(os.path.join(folder, stem + ".bin"), "wb") as f:
         f.write(blob)
+
+
+def main():
+    write(OUT, "parts", *parts())
+    # The collider boxes of cube.ini and slab.ini.
+    write(MODELS, "cube", *box("cube", [-0.5, -0.5, -0.5], [0.5, 0.5, 0.5], "paint", [0.8, 0.3, 0.1, 1.0]))
+    write(MODELS, "slab", *box("slab", [-10.0, -10.0, -0.5], [10.0, 10.0, 0.0], "concrete", [0.6, 0.6, 0.6, 1.0]))
 
 
 if __name__ == "__main__":
