@@ -278,6 +278,7 @@ void Game::ServerUpdate(double deltaTime, int substeps) {
     }
 
     SERVER_Mod::ForEachModule([dt](SERVER_Mod::Ptr& mod) {
+        // The debug panels know this walk by this name, not by the hook's.
         quorl::cpu::Profiler scope("ForEachModule::Server_AfterUpdate", true);
         if (mod->Server_GameUpdate) mod->Server_GameUpdate(dt);
     });
