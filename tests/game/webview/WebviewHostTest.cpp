@@ -52,6 +52,11 @@ TEST(WebviewHost, LoopsSurviveLateFramesAndAProcessThatDies) {
 
     // Frames of a closed page are caught by the read loop, which goes on.
     webview.Close("a");
+    const auto sent = [&] {
+        std::lock_guard lock(webview.mutex);
+        return webview.outgoing.empty();
+    };
+    EXPECT_TRUE(WaitFor(sent));  // the close goes out while the process still reads
     process.Send(WireHarness::Frame("a", "late") + WireHarness::Frame("a", "later"));
     EXPECT_TRUE(WaitFor([&] { return host.LateFrames() == 2; }));
     EXPECT_FALSE(host.ReadLoopEnded());
@@ -61,10 +66,7 @@ TEST(WebviewHost, LoopsSurviveLateFramesAndAProcessThatDies) {
     EXPECT_TRUE(WaitFor([&] { return host.ReadLoopEnded(); }));
     testing::internal::CaptureStderr();
     webview.Open("b", "u", 2, 2, 1);
-    EXPECT_TRUE(WaitFor([&] {
-        std::lock_guard lock(webview.mutex);
-        return webview.outgoing.empty();
-    }));
+    EXPECT_TRUE(WaitFor(sent));
     std::this_thread::sleep_for(200ms);  // a few failing pings, which stay silent
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Broken pipe with ELECTRON_WEBVIEW in Write Thread\n");
     host.Stop();
