@@ -49,6 +49,9 @@ Counts RunLoops(int ticks) {
     std::atomic<int> ran{0}, wrongThread{0};
     std::atomic<std::thread::id> gameThread;
     std::atomic<bool> inputDone{false};
+    // A fast server loop may finish its ticks before the other loops are scheduled at all: it
+    // quits only once each of them has run, as in a host whose loops all start.
+    std::atomic<bool> gameRan{false}, inputRan{false};
     Game::isActive = true;
     std::thread render([&] {
         while (Game::isActive) {
@@ -64,6 +67,7 @@ Counts RunLoops(int ticks) {
             Game::ClientUpdate();
             Game::gameFramerate.Tick();
             ++c.updates;
+            gameRan = true;
         }
         while (!inputDone) std::this_thread::yield();
         Game::Update(0);  // runs what was posted last
@@ -83,6 +87,7 @@ Counts RunLoops(int ticks) {
                 });
             }
             ++c.inputs;
+            inputRan = true;
         }
         inputDone = true;
     });
@@ -92,6 +97,7 @@ Counts RunLoops(int ticks) {
             Game::serverFramerate.Tick();
             ++c.ticks;
         }
+        while (!gameRan || !inputRan) std::this_thread::yield();
         Game::Quit();  // from a loop thread; it waits for nothing
     });
     server.join();
