@@ -15,6 +15,7 @@
 #include "game/GameSettings.h"
 #include "game/GraphicsPresets.h"
 #include "game/Options.h"
+#include "game/graphics/SceneRenderer.h"
 #include "quorl/Assert.h"
 #include "quorl/graphics/SaveImage.h"
 #include "quorl/graphics/Upscaler.h"
@@ -123,6 +124,7 @@ GameRenderer::GameRenderer(quorl::graphics::Window* window, const char* applicat
         throw std::runtime_error("Font Atlas Index is not 0");
 
     ConfigureSettingsFromPreset();
+    _scene = std::make_unique<SceneRenderer>(*this);
 
     AddRenderableHitShader("game/graphics/rt/entity_tri");
     AddRenderableHitShader("game/graphics/rt/entity_box");
@@ -290,6 +292,7 @@ void GameRenderer::FramePushCommands(VkCommandBuffer cmd) {
 
 void GameRenderer::FrameBuildCommands(VkCommandBuffer cmd) { ForAll(&GAME_Mod::Renderer_FrameBuildCommands, cmd); }
 void GameRenderer::FrameRenderCommands(VkCommandBuffer cmd) {
+    _scene->Draw(cmd, RenderableHitShaders(), _worldOrigin);
     ForSorted("render", &GAME_Mod::Renderer_FrameRenderCommands, cmd);
 }
 void GameRenderer::FrameBeforePost() { ForAll(&GAME_Mod::Renderer_FrameBeforePost); }
@@ -412,6 +415,7 @@ void GameRenderer::PushTexture(std::shared_ptr<quorl::graphics::Texture> texture
 
 void GameRenderer::Cleanup() {
     GetDevice().WaitIdle();
+    _scene->Release();
     {
         std::lock_guard lock(_texturesToPushMutex);
         _texturesToPush.clear();
