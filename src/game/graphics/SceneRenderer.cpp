@@ -47,6 +47,8 @@ SceneRenderer::SceneRenderer(quorl::renderer::QuorlRenderer& renderer) : _render
     _triangles.Create(device, _layout, pass, colors, surface, renderer.SceneExtent());
     surface.shader = "game/graphics/rt/entity_box";
     _boxes.Create(device, _layout, pass, colors, surface, renderer.SceneExtent());
+    surface.shader = "game/graphics/rt/entity_sphere";
+    _spheres.Create(device, _layout, pass, colors, surface, renderer.SceneExtent());
     // The glow adds light to what is behind it, hides nothing and is not aimed at.
     quorl::vk::GraphicsPipeline::Config glow;
     glow.shader = "game/graphics/rt/plasma";
@@ -58,9 +60,8 @@ SceneRenderer::SceneRenderer(quorl::renderer::QuorlRenderer& renderer) : _render
 }
 
 SceneRenderer::Material SceneRenderer::MaterialOf(const std::string& name) {
-    if (name == "game/graphics/rt/entity_tri" || name == "game/graphics/rt/entity_box" ||
-        name == "game/graphics/rt/entity_sphere")
-        return Material::Surface;
+    if (name == "game/graphics/rt/entity_tri" || name == "game/graphics/rt/entity_box") return Material::Surface;
+    if (name == "game/graphics/rt/entity_sphere") return Material::Sphere;
     if (name == "game/graphics/rt/plasma") return Material::Plasma;
     return Material::None;
 }
@@ -99,7 +100,10 @@ void SceneRenderer::Collect(const RenderableInstance& instance, Material materia
         if (const auto* box = dynamic_cast<const RenderableInstance::AabbGeometry*>(geometry)) {
             r.baseColor = box->baseColor;
             const uint32_t vertices = uint32_t(geometry->GetPrimitiveCount()) * kVerticesPerBox;
-            (material == Material::Plasma ? _plasmaDraws : _boxDraws).push_back({record, vertices});
+            (material == Material::Plasma   ? _plasmaDraws
+             : material == Material::Sphere ? _sphereDraws
+                                            : _boxDraws)
+                .push_back({record, vertices});
         } else if (material == Material::Plasma) {
             return;  // the glow is made for boxes
         } else {
@@ -147,6 +151,7 @@ void SceneRenderer::Draw(VkCommandBuffer cmd, const std::vector<std::string>& hi
     _records.clear();
     _triangleDraws.clear();
     _boxDraws.clear();
+    _sphereDraws.clear();
     _plasmaDraws.clear();
     _counts = {};
     const glm::dmat4 toOrigin = glm::translate(glm::dmat4(1.0), -glm::dvec3(worldOrigin));
@@ -193,7 +198,7 @@ void SceneRenderer::Draw(VkCommandBuffer cmd, const std::vector<std::string>& hi
     _layout.Push(cmd, &push, sizeof push);
     const VkExtent2D extent = _renderer.SceneExtent();
     for (auto [pipeline, draws] : {std::pair{&_triangles, &_triangleDraws}, std::pair{&_boxes, &_boxDraws},
-                                   std::pair{&_plasma, &_plasmaDraws}}) {
+                                   std::pair{&_spheres, &_sphereDraws}, std::pair{&_plasma, &_plasmaDraws}}) {
         if (draws->empty()) continue;
         pipeline->RefreshViewport(extent);
         pipeline->Bind(cmd);

@@ -28,9 +28,11 @@ class RenderableInstance;
 // Each frame it walks RenderableInstance::_sharedObjects under its shared lock and keeps the
 // instances that are alive, `visible` and enabled (the first of their two flags, `initialised`).
 // The instance's shader index picks the material by the hit shader's name:
-//   "game/graphics/rt/entity_tri", "entity_box", "entity_sphere": lit surfaces. A geometry is
-//     drawn as triangles or as boxes by its own kind (Mesh::Geometry and TriangleGeometry, or
-//     AabbGeometry), lit by every active LightSourceInstance;
+//   "game/graphics/rt/entity_tri", "entity_box": lit surfaces. A geometry is drawn as triangles
+//     or as boxes by its own kind (Mesh::Geometry and TriangleGeometry, or AabbGeometry), lit by
+//     every active LightSourceInstance;
+//   "game/graphics/rt/entity_sphere": the same, but each box is the bound of a lit sphere (an
+//     ellipsoid for a box that isn't a cube);
 //   "game/graphics/rt/plasma": the additive glow of the boxes of a plasma trail, shaped by the
 //     PlasmaData whose device address the first 8 bytes of the instance's first RenderableData
 //     record hold. Shader index 4 is the plasma trail's (PlasmaTrail sets it) and always means
@@ -45,7 +47,7 @@ class RenderableInstance;
 // flight and waits for it, so the GPU has finished with them by then.
 class SceneRenderer {
 public:
-    enum class Material : uint8_t { None, Surface, Plasma };
+    enum class Material : uint8_t { None, Surface, Sphere, Plasma };
     static constexpr unsigned kPlasmaTrailShaderIndex = 4;
     // The materials read the first 32 textures of the renderer's array: every device has that
     // many, and where arrays of samplers can't be indexed by a variable (lavapipe) the shaders
@@ -113,14 +115,14 @@ private:
 
     quorl::renderer::QuorlRenderer& _renderer;
     quorl::vk::PipelineLayout _layout;
-    quorl::vk::GraphicsPipeline _triangles, _boxes, _plasma;
+    quorl::vk::GraphicsPipeline _triangles, _boxes, _spheres, _plasma;
     std::vector<Material> _materials;  // per shader index, made at the first Draw
     // What the frame in flight reads: an owner letting go meanwhile doesn't free it under the GPU.
     std::vector<std::shared_ptr<RenderableInstance>> _shown;
     std::vector<std::shared_ptr<LightSourceInstance>> _shownLights;
     quorl::vk::Buffer _drawBuffer, _lightBuffer;
     std::vector<DrawRecord> _records;
-    std::vector<Pending> _triangleDraws, _boxDraws, _plasmaDraws;
+    std::vector<Pending> _triangleDraws, _boxDraws, _sphereDraws, _plasmaDraws;
     Counts _counts;
 };
 

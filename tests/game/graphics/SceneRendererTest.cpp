@@ -7,6 +7,7 @@
 #include <fstream>
 #include <glm/gtc/matrix_transform.hpp>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "GoldenImage.h"
@@ -123,6 +124,19 @@ TEST_F(SceneRendererTest, LitMeshesEmissionHiddenInstancesAndTheAimedOne) {
     auto glowing = Show(cube, "cube", Place({1.7, 0, -3.5}, -20));
     ASSERT_TRUE(glowing->SetEmission("paint", {0.1f, 0.5f, 1.0f}));
     ASSERT_TRUE(glowing->SetColor("paint", {0.1f, 0.1f, 0.1f, 1.0f}, 1.0f));
+    // Boxes (entity_box) and a sphere (entity_sphere) from box geometries.
+    game::graphics::AabbData stack[2] = {{-0.4f, -0.5f, -0.4f, 0.4f, 0.1f, 0.4f, {0, 0}},
+                                         {-0.2f, 0.1f, -0.2f, 0.2f, 0.7f, 0.2f, {0, 0}}};
+    auto boxes = RenderableInstance::Make<RenderableInstance>(1u, 1u);
+    auto ball = RenderableInstance::Make<RenderableInstance>(1u, 2u);
+    for (auto& [instance, count, at] : {std::tuple{boxes, 2ull, glm::dvec3(3.4, 0, -5)},
+                                        std::tuple{ball, 1ull, glm::dvec3(-2.2, 0.1, -4.5)}}) {
+        auto geometry = std::make_shared<RenderableInstance::AabbGeometry>(stack, count);
+        geometry->baseColor = {0.3f, 0.7f, 0.35f, 1.0f};
+        instance->geometries.push_back(geometry);
+        instance->transform = Place(at, 25);
+        instance->visible = instance->initialised = true;
+    }
     auto hidden = Show(cube, "cube", Place({-1.7, 0, -3}));
     hidden->visible = false;
     auto disabled = Show(cube, "cube", Place({-1.7, 1.2, -3}));
@@ -134,7 +148,7 @@ TEST_F(SceneRendererTest, LitMeshesEmissionHiddenInstancesAndTheAimedOne) {
         glm::rotate(glm::translate(glm::dmat4(1.0), glm::dvec3(0, 0.8, 0)), glm::radians(-12.0), glm::dvec3(1, 0, 0));
 
     ASSERT_TRUE(renderer->Frame());
-    EXPECT_EQ(renderer->Scene().LastCounts().instances, 3u);
+    EXPECT_EQ(renderer->Scene().LastCounts().instances, 5u);
     EXPECT_EQ(renderer->Scene().LastCounts().lights, 1u);
     EXPECT_EQ(renderer->aim.aimBuffer.AimId(), lit->aimId);
     EXPECT_EQ(std::any_cast<std::string>(renderer->aim.data), "lit cube");
@@ -144,7 +158,8 @@ TEST_F(SceneRendererTest, LitMeshesEmissionHiddenInstancesAndTheAimedOne) {
 
     // The same scene far from the world's zero: drawn relative to the origin, it looks the same.
     const glm::dmat4 far = glm::translate(glm::dmat4(1.0), glm::dvec3(250000.4, 0, -130000.7));
-    for (auto* instance : {ground.get(), lit.get(), glowing.get()}) instance->transform = far * instance->transform;
+    for (auto* instance : {ground.get(), lit.get(), glowing.get(), boxes.get(), ball.get()})
+        instance->transform = far * instance->transform;
     light.transform = far;
     renderer->camera.worldTransform = far * renderer->camera.worldTransform;
     ASSERT_TRUE(renderer->Frame());

@@ -1,9 +1,10 @@
 // Vertex stage of box geometries: 36 vertices per AabbData record, the box's corners pulled from
 // its record; no vertex buffers. Lit surfaces get world position and normal; the glow
-// (PLASMA_GLOW defined) the box's local position and the camera in the box's space.
-#ifdef PLASMA_GLOW
+// and the sphere (LOCAL_RAY defined) the box's local position and the camera in the box's space.
+#ifdef LOCAL_RAY
 layout(location = 2) out vec3 localPosition;
 layout(location = 3) flat out vec3 localCamera;
+layout(location = 5) flat out uint boxIndex;
 #else
 layout(location = 0) out vec3 worldPosition;
 layout(location = 1) out vec3 worldNormal;
@@ -28,8 +29,9 @@ void main() {
     const vec3 local = mix(lo, hi, vec3(corner & 1u, (corner >> 1) & 1u, (corner >> 2) & 1u));
     const vec4 world = draw.model * vec4(local, 1.0);
     RendererData data = RendererData(scene.rendererData);
-#ifdef PLASMA_GLOW
+#ifdef LOCAL_RAY
     localPosition = local;
+    boxIndex = box;
     localCamera = (inverse(draw.model) * vec4(data.inverseViewMatrix[3].xyz, 1.0)).xyz;
 #else
     worldPosition = world.xyz;

@@ -7,6 +7,7 @@
 layout(location = 2) in vec3 localPosition;
 layout(location = 3) flat in vec3 localCamera;
 layout(location = 4) flat in uint drawIndex;
+layout(location = 5) flat in uint boxIndex;
 layout(location = 0) out vec4 outColor;
 
 float Density(vec3 p, float top, float size, float flow, float time) {
@@ -26,7 +27,7 @@ void main() {
     const float glow = plasma.v[7];
     RendererData data = RendererData(scene.rendererData);
     // The part of the view ray inside the box, from this face.
-    Floats record = Floats(draw.positions);
+    Floats record = Floats(draw.positions + uint64_t(boxIndex) * 32ul);
     const vec3 lo = vec3(record.v[0], record.v[1], record.v[2]), hi = vec3(record.v[3], record.v[4], record.v[5]);
     const vec3 dir = normalize(localPosition - localCamera);
     const vec3 t0 = (lo - localCamera) / dir, t1 = (hi - localCamera) / dir;
