@@ -1,5 +1,5 @@
 #pragma once
-// A headless ImGui context driven frame by frame with scripted mouse input: controls are found
+// A headless ImGui context driven frame by frame with scripted mouse input; controls are found
 // by the names the panels give them (ItemProbe).
 #include <gtest/gtest.h>
 #include <imgui.h>
@@ -19,7 +19,6 @@ public:
         ImGuiIO& io = ImGui::GetIO();
         io.DisplaySize = display;
         io.IniFilename = nullptr;
-        io.DeltaTime = 1.0f / 60.0f;
         unsigned char* pixels;
         int w, h;
         io.Fonts->GetTexDataAsRGBA32(&pixels, &w, &h);
@@ -38,29 +37,13 @@ public:
         ImGui::EndFrame();
     }
     bool Has(const std::string& name) const { return items.count(name) != 0; }
-    // A point inside the control: fx across its width, in the middle of its height.
-    ImVec2 At(const std::string& name, float fx = 0.5f) {
+    // Presses the left button at fx across the control, moves dx to the right, releases.
+    void Click(const std::string& name, float fx = 0.5f, float dx = 0) {
+        Frame();  // a popup opened by the last click has its place now
         if (!Has(name)) ADD_FAILURE() << "no control named " << name;
         const auto& [min, max] = items[name];
-        return ImVec2(min.x + (max.x - min.x) * fx, (min.y + max.y) * 0.5f);
-    }
-    // Moves there, presses and releases the left button: three frames. afterPress runs between the
-    // frame of the press and that of the release.
-    void Click(const std::string& name, float fx = 0.5f, std::function<void()> afterPress = nullptr) {
         ImGuiIO& io = ImGui::GetIO();
-        Frame();  // a popup opened by the last click has its place now
-        io.MousePos = At(name, fx);
-        Frame();
-        io.MouseDown[0] = true;
-        Frame();
-        if (afterPress) afterPress();
-        io.MouseDown[0] = false;
-        Frame();
-    }
-    // Presses on the control, moves the mouse dx to the right, releases.
-    void Drag(const std::string& name, float dx) {
-        ImGuiIO& io = ImGui::GetIO();
-        io.MousePos = At(name);
+        io.MousePos = ImVec2(min.x + (max.x - min.x) * fx, (min.y + max.y) * 0.5f);
         Frame();
         io.MouseDown[0] = true;
         Frame();
