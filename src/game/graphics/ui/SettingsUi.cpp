@@ -139,6 +139,7 @@ void SettingsUi::DrawGraphics(GameSettings& s) {
     const auto& presets = GraphicsPresets();
     const bool named = s.graphics_preset >= 0 && size_t(s.graphics_preset) < presets.size();
     ImGui::TextUnformatted("Performance / Quality");
+    ImGui::SetNextItemWidth(ImGui::GetContentRegionAvail().x);  // the labels are long; the name stands above
     const bool presetOpen = ImGui::BeginCombo("##Performance/Quality", named ? presets[size_t(s.graphics_preset)].label : "");
     ItemProbe::Note("##Performance/Quality");
     if (presetOpen) {
