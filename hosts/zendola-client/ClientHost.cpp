@@ -499,6 +499,12 @@ int ClientHost::Run() {
          << std::endl;
 
     RunLoops();
+    {
+        // Work posted for a frame that will not come: dropped while the modules that made it
+        // are still loaded.
+        std::lock_guard lock(Game::_syncMutex);
+        Game::_syncQueue.clear();
+    }
     int status = _status;
     if (!_server.SaveWorld()) status = 1;
     release();
