@@ -76,7 +76,8 @@ private:
     std::atomic<uint64_t> _ticks{0};
     // Keys the host handles on the render loop.
     double _escapeSince = -1;
-    bool _f11Down = false, _f12Down = false, _fullScreen = false;
+    std::atomic<int> _f11Presses{0}, _f12Presses{0};
+    bool _fullScreen = false;
     LoopTime _render, _game, _input, _serverLoop;
 };
 

@@ -46,6 +46,8 @@ std::unique_ptr<demo::DemoMonitor> gMonitor;
 
 // Mouse travel of one window height turns the view by this much.
 constexpr double kLookRadians = 3.0;
+constexpr int kLookSettleFrames = 6;
+int gLookFrames = 0;  // input frames since look mode began (input thread)
 
 demo::DroneCamera CameraNow() {
     std::lock_guard lock(gCameraMutex);
@@ -94,6 +96,10 @@ void Input_Update_Play(double dt) {
     in.right = Controller::GetAvatarTranslateRight() - Controller::GetAvatarTranslateLeft();
     in.up = (Controller::GetAvatarJump() ? 1.0 : 0.0) - (Controller::GetAvatarCrouch() ? 1.0 : 0.0);
     in.sprint = Controller::GetAvatarSprint();
+    // The window warps the cursor when look mode begins: the travel of the first frames after
+    // that is the warp, not the player's hand.
+    gLookFrames = Game::_mouseLook ? gLookFrames + 1 : 0;
+    if (gLookFrames <= kLookSettleFrames) in.yaw = in.pitch = 0;
     std::lock_guard lock(gCameraMutex);
     gCamera.Update(dt, in);
 }
