@@ -45,7 +45,8 @@ public:
 
     // CPU seconds and iterations of one loop, for --benchmark.
     struct LoopTime {
-        double cpuSeconds = 0;
+        double cpuSeconds = 0;   // of the loop's thread
+        double workSeconds = 0;  // wall time inside the loop's work, waits for other loops excluded
         uint64_t iterations = 0;
     };
 
@@ -79,6 +80,7 @@ private:
     std::atomic<int> _f11Presses{0}, _f12Presses{0};
     bool _fullScreen = false;
     LoopTime _render, _game, _input, _serverLoop;
+    double _processCpuAtStart = 0, _processCpuSeconds = 0;
 };
 
 }  // namespace host
