@@ -29,6 +29,10 @@ class Window;
 
 namespace game::graphics {
 
+namespace ui {
+class ImGuiBackend;
+}
+
 // The library's renderer: copies the settings into the engine's frame record each frame, hands
 // each stage of the frame to every loaded game module, and owns the game's shared rendering state
 // (hit shader names, aim picking, the trash, the world origin). Game::renderer points to the only
@@ -157,6 +161,9 @@ public:
     const glm::i64vec3& WorldOriginInt() const { return _worldOriginInt; }
     bool OriginWasReset() const { return _originReset; }
     VkRenderPass OverlayPass() const { return _overlayPass.Handle(); }
+    // Dear ImGui on this renderer: a frame of it is open from FrameUpdateUi (before the modules'
+    // hooks) to FrameOverlayCommands, where it is drawn over everything else.
+    ui::ImGuiBackend& Imgui() { return *_imgui; }
 
     Camera camera;
     Aim aim{this};
@@ -199,6 +206,8 @@ private:
 
     std::mutex _texturesToPushMutex;
     std::vector<std::shared_ptr<quorl::graphics::Texture>> _texturesToPush;
+
+    std::unique_ptr<ui::ImGuiBackend> _imgui;
 };
 
 }  // namespace game::graphics
