@@ -17,6 +17,7 @@
 #include "game/graphics/ui/FrameUi.h"
 #include "game/Options.h"
 #include "game/graphics/ui/ImGuiBackend.h"
+#include "game/graphics/SceneRenderer.h"
 #include "quorl/Assert.h"
 #include "quorl/graphics/GlfwWindow.h"
 #include "quorl/graphics/SaveImage.h"
@@ -126,6 +127,7 @@ GameRenderer::GameRenderer(quorl::graphics::Window* window, const char* applicat
         throw std::runtime_error("Font Atlas Index is not 0");
 
     ConfigureSettingsFromPreset();
+    _scene = std::make_unique<SceneRenderer>(*this);
 
     AddRenderableHitShader("game/graphics/rt/entity_tri");
     AddRenderableHitShader("game/graphics/rt/entity_box");
@@ -299,6 +301,7 @@ void GameRenderer::FramePushCommands(VkCommandBuffer cmd) {
 
 void GameRenderer::FrameBuildCommands(VkCommandBuffer cmd) { ForAll(&GAME_Mod::Renderer_FrameBuildCommands, cmd); }
 void GameRenderer::FrameRenderCommands(VkCommandBuffer cmd) {
+    _scene->Draw(cmd, RenderableHitShaders(), _worldOrigin);
     ForSorted("render", &GAME_Mod::Renderer_FrameRenderCommands, cmd);
 }
 void GameRenderer::FrameBeforePost() { ForAll(&GAME_Mod::Renderer_FrameBeforePost); }
@@ -422,6 +425,7 @@ void GameRenderer::PushTexture(std::shared_ptr<quorl::graphics::Texture> texture
 
 void GameRenderer::Cleanup() {
     GetDevice().WaitIdle();
+    _scene->Release();
     {
         std::lock_guard lock(_texturesToPushMutex);
         _texturesToPush.clear();
