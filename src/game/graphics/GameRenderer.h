@@ -157,6 +157,8 @@ public:
     const glm::i64vec3& WorldOriginInt() const { return _worldOriginInt; }
     bool OriginWasReset() const { return _originReset; }
     VkRenderPass OverlayPass() const { return _overlayPass.Handle(); }
+    // Linear filtering, clamped: the sampler of textures that the library adds for its objects.
+    VkSampler LinearSampler() const { return _samplerLinear.Handle(); }
 
     Camera camera;
     Aim aim{this};
