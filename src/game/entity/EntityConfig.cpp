@@ -4,6 +4,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <iostream>
 #include <limits>
 #include <sstream>
 #include <system_error>
@@ -12,6 +13,8 @@
 #include <glm/geometric.hpp>
 #include <glm/gtc/quaternion.hpp>
 
+#include "game/Game.h"
+#include "game/graphics/Mesh.h"
 #include "quorl/String.h"
 
 namespace game::entity {
@@ -457,10 +460,17 @@ std::shared_ptr<graphics::Mesh> EntityConfig::GetMesh() const {
     if (mesh) return mesh;
     std::error_code ec;
     const std::string path = GetMeshFilePath();
-    if (std::filesystem::exists(path, ec)) {
-        meshWriteTime = std::filesystem::last_write_time(path, ec);
-        // The mesh itself is made here once a mesh loader exists; until then there is none.
+    if (!std::filesystem::exists(path, ec)) {
+        // The model is shown by nothing: say so once, then go on without a mesh.
+        if (!renderables.empty() && !meshMissingReported.exchange(true))
+            std::cerr << "Mesh missing: " << path << " (model " << String() << " has RENDERABLE "
+                      << renderables.begin()->first << ")\n";
+        return mesh;
     }
+    meshWriteTime = std::filesystem::last_write_time(path, ec);
+    // Geometry lives on the GPU: without a renderer (a server, a test) there is no mesh to make.
+    if (!Game::renderer) return mesh;
+    mesh = std::make_shared<graphics::Mesh>(path);
     return mesh;
 }
 

@@ -319,7 +319,7 @@ TEST_F(EntityConfigTest, MeshPath) {
 
 TEST(EntityConfigSamples, ModelFilesInDataLoad) {
     const std::string models = std::string(ZENDOLA_SOURCE_DIR) + "/data/models/";
-    for (const char* name : {"cube", "slab", "vehicle", "wing"}) {
+    for (const char* name : {"cube", "slab", "vehicle", "wing", "buoy", "monitor"}) {
         EntityConfig c(models + name + ".ini");
         testing::internal::CaptureStderr();
         c.ReadConfig();
