@@ -77,6 +77,11 @@ TEST_F(ClientProcess, OffscreenFramesOfTheDemoWorldMatchTheirPicturesAndTheWorld
     // The next run goes on with the saved world, and the settings file was made on the first run.
     EXPECT_EQ(RunToEnd("again", {"--offscreen", "--frames", "2"}), 0) << Err("again");
     EXPECT_NE(Out("again").find("13 entities restored"), std::string::npos) << Out("again");
+    // The benchmark's table has a row per loop, each having run once per frame.
+    EXPECT_EQ(RunToEnd("bench", {"--benchmark", "--frames", "3", "--width", "64", "--height", "64"}), 0);
+    for (const char* row : {"\n  render ", "\n  game ", "\n  input ", "\n  server "})
+        EXPECT_NE(Out("bench").find(row), std::string::npos) << row << Out("bench");
+    EXPECT_NE(Out("bench").find("Stopping after 3 frames and 3 ticks"), std::string::npos) << Out("bench");
     EXPECT_NE(testfiles::ReadAll(root / "config" / "zendola" / "settings.ini").find("graphics_preset = 3"),
               std::string::npos);
 }
