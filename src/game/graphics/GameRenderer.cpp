@@ -14,9 +14,12 @@
 #include "game/Game.h"
 #include "game/GameSettings.h"
 #include "game/GraphicsPresets.h"
+#include "game/graphics/ui/FrameUi.h"
 #include "game/Options.h"
+#include "game/graphics/ui/ImGuiBackend.h"
 #include "game/graphics/SceneRenderer.h"
 #include "quorl/Assert.h"
+#include "quorl/graphics/GlfwWindow.h"
 #include "quorl/graphics/SaveImage.h"
 #include "quorl/graphics/Upscaler.h"
 
@@ -136,10 +139,12 @@ GameRenderer::GameRenderer(quorl::graphics::Window* window, const char* applicat
         _callableShaders.push_back("#rcall\nvoid main(){}");
     }
     _aimReferences.emplace_back();  // id 0: nothing under the crosshair
+    _imgui = std::make_unique<ui::ImGuiBackend>(*this, _glfw ? _glfw->GetHandle() : nullptr);
 }
 
 GameRenderer::~GameRenderer() {
     GetDevice().WaitIdle();
+    _imgui.reset();
     CollectAllTrash();
 }
 
@@ -271,7 +276,11 @@ void GameRenderer::FrameInit() {
     data.viewMatrix = glm::mat4(glm::inverse(_inverseOriginTranslation * camera.worldTransform));
 }
 
-void GameRenderer::FrameUpdateUi() { ForSorted("ui", &GAME_Mod::Renderer_FrameUpdateUi); }
+// The ImGui frame opens first, so the panels and the modules' hooks can call ImGui.
+void GameRenderer::FrameUpdateUi() {
+    _imgui->BeginFrame();
+    ui::FrameUi::Update(this);
+}
 void GameRenderer::FrameBeforeUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameBeforeUpdate); }
 void GameRenderer::FrameUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameUpdate); }
 void GameRenderer::FrameAfterUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameAfterUpdate); }
@@ -320,6 +329,7 @@ void GameRenderer::FrameOverlayCommands(VkCommandBuffer cmd) {
             vkCmdDraw(cmd, 12, 1, 0, 0);
         }
         ForSorted("overlay", &GAME_Mod::Renderer_FrameOverlayCommands, cmd);
+        _imgui->Render(cmd);
     } catch (...) {
         _overlayPass.End(cmd);
         throw;

@@ -29,6 +29,9 @@ class Window;
 
 namespace game::graphics {
 
+namespace ui {
+class ImGuiBackend;
+}
 class SceneRenderer;
 
 // The library's renderer: copies the settings into the engine's frame record each frame, hands
@@ -159,6 +162,9 @@ public:
     const glm::i64vec3& WorldOriginInt() const { return _worldOriginInt; }
     bool OriginWasReset() const { return _originReset; }
     VkRenderPass OverlayPass() const { return _overlayPass.Handle(); }
+    // Dear ImGui on this renderer: a frame of it is open from FrameUpdateUi (before the modules'
+    // hooks) to FrameOverlayCommands, where it is drawn over everything else.
+    ui::ImGuiBackend& Imgui() { return *_imgui; }
     // The renderer's samplers, for textures the game adds with AddTexture: clamped nearest
     // (pixel art, fonts), clamped linear (pictures, screens), repeating linear (tiled surfaces).
     VkSampler SamplerNearest() const { return _samplerNearest; }
@@ -209,6 +215,8 @@ private:
 
     std::mutex _texturesToPushMutex;
     std::vector<std::shared_ptr<quorl::graphics::Texture>> _texturesToPush;
+
+    std::unique_ptr<ui::ImGuiBackend> _imgui;
 };
 
 }  // namespace game::graphics
