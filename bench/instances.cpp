@@ -69,7 +69,7 @@ void BM_Instances(benchmark::State& state) {
     for (int i = 0; i < count; ++i) {
         const glm::dvec3 at(1.5 * (i % side - side / 2), 0.0, -4.0 - 1.5 * (i / side));
         auto cube = RenderableInstance::Make<RenderableInstance>(proto, glm::translate(glm::dmat4(1.0), at));
-        cube->visible = cube->initialised = true;
+        cube->visible = true;
         cubes.push_back(std::move(cube));
     }
     game::graphics::LightSourceInstance light({0, 20, -20}, 1, {0, 0, 0}, 0, {1, 1, 1}, 5e4f);

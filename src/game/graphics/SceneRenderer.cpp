@@ -160,7 +160,8 @@ void SceneRenderer::Draw(VkCommandBuffer cmd, const std::vector<std::string>& hi
         std::shared_lock lock(RenderableInstance::_sharedObjectsMutex);
         for (const auto& slot : RenderableInstance::_sharedObjects) {
             std::shared_ptr<RenderableInstance> instance = slot.lock();
-            if (!instance || !instance->visible || !instance->initialised) continue;
+            // The first flag only says the instance moved: a still one is drawn all the same.
+            if (!instance || !instance->visible) continue;
             const unsigned index = instance->shaderIndex;
             const Material material = index == kPlasmaTrailShaderIndex ? Material::Plasma
                                       : index < _materials.size()      ? _materials[index]

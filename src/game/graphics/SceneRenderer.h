@@ -26,7 +26,7 @@ class RenderableInstance;
 // Draws the renderable instances in the scene pass: the raster stand-in for the hit shaders.
 //
 // Each frame it walks RenderableInstance::_sharedObjects under its shared lock and keeps the
-// instances that are alive, `visible` and enabled (the first of their two flags, `initialised`).
+// instances that are alive and `visible`, and whose shader index names a material.
 // The instance's shader index picks the material by the hit shader's name:
 //   "game/graphics/rt/entity_tri", "entity_box": lit surfaces. A geometry is drawn as triangles
 //     or as boxes by its own kind (Mesh::Geometry and TriangleGeometry, or AabbGeometry), lit by

@@ -59,7 +59,7 @@ protected:
         instance->renderableData = std::make_shared<RenderableInstance::DataBuffer>(
             renderer->GetDevice(), instance->geometries.size(), "RenderableData");
         instance->transform = transform;
-        instance->visible = instance->initialised = true;
+        instance->visible = true;
         return instance;
     }
 
@@ -118,8 +118,7 @@ std::string WriteScreenQuad() {
 TEST_F(SceneRendererTest, LitMeshesEmissionHiddenInstancesAndTheAimedOne) {
     const Mesh cube(quorl::graphics::Texture::DataPath("models/cube.gltf"));
     const Mesh slab(quorl::graphics::Texture::DataPath("models/slab.gltf"));
-    // The slab's file is z-up; the game's y is up.
-    auto ground = Show(slab, "slab", glm::rotate(Place({0, -0.5, -4}), glm::radians(-90.0), glm::dvec3(1, 0, 0)));
+    auto ground = Show(slab, "slab", Place({0, -0.5, -4}));
     auto lit = Show(cube, "cube", Place({0, 0, -3}, 30));
     auto glowing = Show(cube, "cube", Place({1.7, 0, -3.5}, -20));
     ASSERT_TRUE(glowing->SetEmission("paint", {0.1f, 0.5f, 1.0f}));
@@ -135,12 +134,10 @@ TEST_F(SceneRendererTest, LitMeshesEmissionHiddenInstancesAndTheAimedOne) {
         geometry->baseColor = {0.3f, 0.7f, 0.35f, 1.0f};
         instance->geometries.push_back(geometry);
         instance->transform = Place(at, 25);
-        instance->visible = instance->initialised = true;
+        instance->visible = true;
     }
     auto hidden = Show(cube, "cube", Place({-1.7, 0, -3}));
     hidden->visible = false;
-    auto disabled = Show(cube, "cube", Place({-1.7, 1.2, -3}));
-    disabled->initialised = false;
     LightSourceInstance light({-1.5f, 2.5f, -1.5f}, 0.1f, {0, 0, 0}, 0.0f, {1.0f, 0.95f, 0.85f}, 120.0f);
     LightSourceInstance off({1.5f, 0.6f, -2.5f}, 0.1f, {0, 0, 0}, 0.0f, {0, 1, 0}, 0.0f);  // power 0: dark
     lit->SetAimID(renderer->AddAimReference("TS_scene", std::string("lit cube")));
@@ -205,7 +202,7 @@ TEST_F(SceneRendererTest, PlasmaGlowFromItsRecord) {
     std::memcpy(static_cast<void*>(&(*trail->renderableData)[0]), &address, sizeof address);
     // The trail grows along -x from the body at x = 2, over the ground.
     trail->transform = glm::rotate(Place({2, 0.6, -4}), glm::radians(90.0), glm::dvec3(0, 0, 1));
-    trail->visible = trail->initialised = true;
+    trail->visible = true;
     renderer->camera.worldTransform =
         glm::rotate(glm::translate(glm::dmat4(1.0), glm::dvec3(0, 1.5, 0)), glm::radians(-13.0), glm::dvec3(1, 0, 0));
 
