@@ -14,6 +14,7 @@
 #include "game/graphics/ui/AdminPanel.h"
 #include "game/graphics/ui/DebugUi.h"
 #include "game/graphics/ui/Gizmo.h"
+#include "game/graphics/ui/InventoryUi.h"
 #include "game/graphics/ui/SettingsUi.h"
 
 namespace game::graphics::ui {
@@ -59,6 +60,7 @@ void FrameUi::Update(GameRenderer* renderer) {
     GameSettings* settings = Game::settings;
     if (settings && settings->debug_window) Debug().Draw(*settings, renderer, Settings().Saver());
     DebugGizmo(renderer);
+    InventoryUi::UpdateUi();
     ModulesUi();
     if (settings && Game::settingsWindowOpen) Settings().Draw(*settings, Game::window);
     if (Game::adminWindowOpen) AdminPanel::Draw();
