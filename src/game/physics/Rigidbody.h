@@ -573,12 +573,14 @@ public:
                     if (collision.depth > 0) {
                         // At the middle of the touching corners, as against a fixed body; after a
                         // callback, which may have moved the colliders, at the reported point.
+                        TouchArea touch;
                         if (!called && !d.isSphere) {
                             const glm::dmat4& placedC = shapeC->transform();
-                            collision = TouchingCorners({&c, &placedC, shapeC}, {&d, &placedD, &shapeD})
-                                            .Centred(collision);
+                            touch = TouchingCorners({&c, &placedC, shapeC}, {&d, &placedD, &shapeD});
+                            collision = touch.Centred(collision);
                         }
                         RespondToCollision(this, o, collision, c.friction * d.friction);
+                        HoldOnFace(this, o, touch, collision.normal);
                     }
                     shapeC = &GetPlacedShape(ci);
                 }
@@ -765,6 +767,7 @@ private:
         }
         if (collision.depth > 0) {
             RespondToCollision(this, touch.Centred(collision), frictionA * frictionB);
+            HoldOnFace(this, nullptr, touch, collision.normal);
             walk.minFriction = std::min({frictionB, frictionA, walk.minFriction});
         }
         walk.touched = true;
@@ -816,6 +819,46 @@ private:
             return centred;
         }
     };
+
+    // Whether the corners of a touch lie on both sides of `centre` in both directions of the
+    // contact plane: a body with its centre of mass there stands on the area.
+    static bool StandsOn(const TouchArea& touch, const glm::dvec3& n, const glm::dvec3& centre) {
+        if (touch.count < 3) return false;
+        const glm::dvec3 helper = std::abs(n.x) < 0.9 ? glm::dvec3(1, 0, 0) : glm::dvec3(0, 1, 0);
+        const glm::dvec3 u = glm::normalize(glm::cross(n, helper));
+        const glm::dvec3 v = glm::cross(n, u);
+        double minU = 0, maxU = 0, minV = 0, maxV = 0;
+        for (int i = 0; i < touch.count; ++i) {
+            const glm::dvec3 p = touch.corners[i] - centre;
+            minU = std::min(minU, glm::dot(p, u));
+            maxU = std::max(maxU, glm::dot(p, u));
+            minV = std::min(minV, glm::dot(p, v));
+            maxV = std::max(maxV, glm::dot(p, v));
+        }
+        return minU < 0 && maxU > 0 && minV < 0 && maxV > 0;
+    }
+
+    // Added to the inelastic response of a contact: a body standing on a touch area (its centre of
+    // mass over the corners that touch) can't turn about an axis of the contact plane, so the
+    // relative turning about those axes is removed, by an angular impulse shared by the two
+    // inertias (all of it on `a` against a fixed body). One impulse at one point per contact and
+    // substep leaves a box that lands on a face rocking from corner to corner: each corner's
+    // impulse turns some of the fall into spin, and a pile of turned boxes then shakes itself
+    // apart, its bottom boxes squeezed out sideways and over the edge of what holds them. Turning
+    // about the normal, and tipping over an edge that the centre of mass is beyond, are left alone.
+    static void HoldOnFace(DynamicRigidbody* a, DynamicRigidbody* b, const TouchArea& touch, const glm::dvec3& n) {
+        if (!StandsOn(touch, n, a->position) && !(b && StandsOn(touch, n, b->position))) return;
+        glm::dvec3 w = a->angularVelocity - (b ? b->angularVelocity : glm::dvec3(0.0));
+        w -= glm::dot(w, n) * n;
+        if (!b) {
+            a->angularVelocity -= w;
+            return;
+        }
+        const glm::dmat3 k = a->invInertiaTensorWorld + b->invInertiaTensorWorld;
+        const glm::dvec3 l = glm::inverse(k) * w;
+        a->angularVelocity -= a->invInertiaTensorWorld * l;
+        b->angularVelocity += b->invInertiaTensorWorld * l;
+    }
 
     static TouchArea TouchingCorners(const Placed& a, const Placed& b) {
         TouchArea touch;
