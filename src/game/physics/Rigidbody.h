@@ -25,6 +25,7 @@
 #include "game/physics/EnvironmentInfo.h"
 #include "game/physics/PhysicsLineDebug.h"
 #include "game/physics/RigidbodyBase.h"
+#include "game/physics/Tuning.h"
 #include "quorl/Assert.h"
 
 // Rigid bodies: one short-lived snapshot per entity and physics step. Rigidbody<Entity> is a body
@@ -423,7 +424,7 @@ public:
         if (friction > 0) {
             const glm::dvec3 t = v - glm::dot(v, n) * n;
             const double tangentialSpeed = glm::length(t);
-            if (tangentialSpeed > 1e-6) {
+            if (tangentialSpeed > tuning::kMinSlidingSpeed) {
                 const glm::dvec3 tangent = t / tangentialSpeed;
                 const glm::dvec3 ut = invInertiaTensorWorld * glm::cross(r, tangent);
                 const double kt = invMass + glm::dot(tangent, glm::cross(ut, r));
@@ -455,7 +456,7 @@ public:
         if (friction > 0) {
             const glm::dvec3 t = v - glm::dot(v, n) * n;
             const double tangentialSpeed = glm::length(t);
-            if (tangentialSpeed > 1e-6) {
+            if (tangentialSpeed > tuning::kMinSlidingSpeed) {
                 const glm::dvec3 tangent = t / tangentialSpeed;
                 const double kt = effectiveInverseMass(tangent);
                 if (kt > 0) {
@@ -471,7 +472,7 @@ public:
     void AddStaticContactPoint(const glm::dvec3& normal, const glm::dvec3& point) {
         const glm::dvec3 r = point - position;
         for (const glm::dvec3& p : staticRelativeContactPoints) {
-            if (glm::length(p - r) < 0.1) return;
+            if (glm::length(p - r) < tuning::kContactMergeDistance) return;
         }
         staticContactNormals.push_back(normal);
         staticRelativeContactPoints.push_back(r);
@@ -484,7 +485,7 @@ public:
                         113);
         const size_t count = staticRelativeContactPoints.size();
         if (count < 3) return false;
-        constexpr double kParallel = 0.707;
+        constexpr double kParallel = tuning::kParallelContacts;
         const auto& points = staticRelativeContactPoints;
         const auto& normals = staticContactNormals;
         const size_t i = count - 1, j = count - 2, k = count - 3;
@@ -713,13 +714,13 @@ private:
     };
 
     // One collider of this body against one collider of a fixed body or of the parent. A collider
-    // whose fill is below 0.95 is only a container: its children are tested instead, behind a box
+    // whose fill is below tuning::kSolidFill is only a container: its children are tested instead, behind a box
     // pre-test.
     void Collide(Walk& walk, const Placed& a, const Placed& b) {
         const entity::ConvexMeshCollider& as = *a.shape;
         const entity::ConvexMeshCollider& bs = *b.shape;
         QUORL_ASSERT(as.children && bs.children);
-        if (bs.fill < 0.95 && !bs.children->empty()) {
+        if (bs.fill < tuning::kSolidFill && !bs.children->empty()) {
             if (!PotentialBoxBoxIntersection(as, *a.transform, bs, *b.transform)) return;
             for (const entity::ConvexMeshCollider& e : *bs.children) {
                 if (!IsCollidableChild(e)) continue;
@@ -728,7 +729,7 @@ private:
             }
             return;
         }
-        if (as.fill < 0.95 && !as.children->empty()) {
+        if (as.fill < tuning::kSolidFill && !as.children->empty()) {
             if (!PotentialBoxBoxIntersection(bs, *b.transform, as, *a.transform)) return;
             for (const entity::ConvexMeshCollider& e : *as.children) {
                 if (!IsCollidableChild(e)) continue;
@@ -890,8 +891,8 @@ private:
         line.color[3] = 1;
     }
 
-    // A body leaves a parent it no longer touches, or when it moves faster than 10 m/s; a
-    // top-level body joins the largest fixed body it touches once it moves slower than 5 m/s.
+    // A body leaves a parent it no longer touches, or when it moves faster than the detach speed;
+    // a top-level body joins the largest fixed body it touches once slower than the attach speed.
     void ChangeParent(std::shared_ptr<Entity>& owner) {
         const double speed = glm::length(velocity);
         const bool hasParent = !owner->parentEntity.IsNull();
@@ -901,8 +902,8 @@ private:
         if (touchingEnvironment) {
             next = Next::LeaveUnlessTouching;
         } else if (hasParent && !parentBody && !candidate) {  // also covers an expired candidate
-            next = !touchingParent || speed > 10 ? Next::Detach : Next::Done;
-        } else if (hasParent && speed > 10) {
+            next = !touchingParent || speed > tuning::kDetachSpeed ? Next::Detach : Next::Done;
+        } else if (hasParent && speed > tuning::kDetachSpeed) {
             next = Next::LeaveUnlessTouching;
         } else {
             next = Next::Attach;
@@ -914,12 +915,13 @@ private:
                 const std::shared_ptr<Entity>& potentialNewParent = candidate;
                 const std::shared_ptr<Entity>& entity = owner;
                 QUORL_ASSERT_AT(potentialNewParent->GetID() != entity->parentEntity, detail::kRigidbodyPath, 908);
-                if (!hasParent && candidate->parentEntity.IsNull() && speed < 5) candidate->AddChild(owner);
+                if (!hasParent && candidate->parentEntity.IsNull() && speed < tuning::kAttachSpeed)
+                    candidate->AddChild(owner);
             }
             return;
         }
         if (next == Next::LeaveUnlessTouching) {
-            if (touchingParent && !(speed > 10)) return;
+            if (touchingParent && !(speed > tuning::kDetachSpeed)) return;
             if (!hasParent) return;
         }
         if (next == Next::Done || !owner->isDetachable) return;
