@@ -25,6 +25,7 @@
 #include "game/physics/EnvironmentInfo.h"
 #include "game/physics/PhysicsLineDebug.h"
 #include "game/physics/RigidbodyBase.h"
+#include "game/physics/Tuning.h"
 #include "quorl/Assert.h"
 
 // Rigid bodies: one short-lived snapshot per entity and physics step. Rigidbody<Entity> is a body
@@ -423,7 +424,7 @@ public:
         if (friction > 0) {
             const glm::dvec3 t = v - glm::dot(v, n) * n;
             const double tangentialSpeed = glm::length(t);
-            if (tangentialSpeed > 1e-6) {
+            if (tangentialSpeed > tuning::kMinSlidingSpeed) {
                 const glm::dvec3 tangent = t / tangentialSpeed;
                 const glm::dvec3 ut = invInertiaTensorWorld * glm::cross(r, tangent);
                 const double kt = invMass + glm::dot(tangent, glm::cross(ut, r));
@@ -455,7 +456,7 @@ public:
         if (friction > 0) {
             const glm::dvec3 t = v - glm::dot(v, n) * n;
             const double tangentialSpeed = glm::length(t);
-            if (tangentialSpeed > 1e-6) {
+            if (tangentialSpeed > tuning::kMinSlidingSpeed) {
                 const glm::dvec3 tangent = t / tangentialSpeed;
                 const double kt = effectiveInverseMass(tangent);
                 if (kt > 0) {
@@ -471,7 +472,7 @@ public:
     void AddStaticContactPoint(const glm::dvec3& normal, const glm::dvec3& point) {
         const glm::dvec3 r = point - position;
         for (const glm::dvec3& p : staticRelativeContactPoints) {
-            if (glm::length(p - r) < 0.1) return;
+            if (glm::length(p - r) < tuning::kContactMergeDistance) return;
         }
         staticContactNormals.push_back(normal);
         staticRelativeContactPoints.push_back(r);
@@ -484,7 +485,7 @@ public:
                         113);
         const size_t count = staticRelativeContactPoints.size();
         if (count < 3) return false;
-        constexpr double kParallel = 0.707;
+        constexpr double kParallel = tuning::kParallelContacts;
         const auto& points = staticRelativeContactPoints;
         const auto& normals = staticContactNormals;
         const size_t i = count - 1, j = count - 2, k = count - 3;
@@ -573,12 +574,14 @@ public:
                     if (collision.depth > 0) {
                         // At the middle of the touching corners, as against a fixed body; after a
                         // callback, which may have moved the colliders, at the reported point.
+                        TouchArea touch;
                         if (!called && !d.isSphere) {
                             const glm::dmat4& placedC = shapeC->transform();
-                            collision = TouchingCorners({&c, &placedC, shapeC}, {&d, &placedD, &shapeD})
-                                            .Centred(collision);
+                            touch = TouchingCorners({&c, &placedC, shapeC}, {&d, &placedD, &shapeD});
+                            collision = touch.Centred(collision);
                         }
                         RespondToCollision(this, o, collision, c.friction * d.friction);
+                        HoldOnFace(this, o, touch, collision.normal);
                     }
                     shapeC = &GetPlacedShape(ci);
                 }
@@ -711,13 +714,13 @@ private:
     };
 
     // One collider of this body against one collider of a fixed body or of the parent. A collider
-    // whose fill is below 0.95 is only a container: its children are tested instead, behind a box
+    // whose fill is below tuning::kSolidFill is only a container: its children are tested instead, behind a box
     // pre-test.
     void Collide(Walk& walk, const Placed& a, const Placed& b) {
         const entity::ConvexMeshCollider& as = *a.shape;
         const entity::ConvexMeshCollider& bs = *b.shape;
         QUORL_ASSERT(as.children && bs.children);
-        if (bs.fill < 0.95 && !bs.children->empty()) {
+        if (bs.fill < tuning::kSolidFill && !bs.children->empty()) {
             if (!PotentialBoxBoxIntersection(as, *a.transform, bs, *b.transform)) return;
             for (const entity::ConvexMeshCollider& e : *bs.children) {
                 if (!IsCollidableChild(e)) continue;
@@ -726,7 +729,7 @@ private:
             }
             return;
         }
-        if (as.fill < 0.95 && !as.children->empty()) {
+        if (as.fill < tuning::kSolidFill && !as.children->empty()) {
             if (!PotentialBoxBoxIntersection(bs, *b.transform, as, *a.transform)) return;
             for (const entity::ConvexMeshCollider& e : *as.children) {
                 if (!IsCollidableChild(e)) continue;
@@ -765,6 +768,7 @@ private:
         }
         if (collision.depth > 0) {
             RespondToCollision(this, touch.Centred(collision), frictionA * frictionB);
+            HoldOnFace(this, nullptr, touch, collision.normal);
             walk.minFriction = std::min({frictionB, frictionA, walk.minFriction});
         }
         walk.touched = true;
@@ -817,6 +821,46 @@ private:
         }
     };
 
+    // Whether the corners of a touch lie on both sides of `centre` in both directions of the
+    // contact plane: a body with its centre of mass there stands on the area.
+    static bool StandsOn(const TouchArea& touch, const glm::dvec3& n, const glm::dvec3& centre) {
+        if (touch.count < 3) return false;
+        const glm::dvec3 helper = std::abs(n.x) < 0.9 ? glm::dvec3(1, 0, 0) : glm::dvec3(0, 1, 0);
+        const glm::dvec3 u = glm::normalize(glm::cross(n, helper));
+        const glm::dvec3 v = glm::cross(n, u);
+        double minU = 0, maxU = 0, minV = 0, maxV = 0;
+        for (int i = 0; i < touch.count; ++i) {
+            const glm::dvec3 p = touch.corners[i] - centre;
+            minU = std::min(minU, glm::dot(p, u));
+            maxU = std::max(maxU, glm::dot(p, u));
+            minV = std::min(minV, glm::dot(p, v));
+            maxV = std::max(maxV, glm::dot(p, v));
+        }
+        return minU < 0 && maxU > 0 && minV < 0 && maxV > 0;
+    }
+
+    // Added to the inelastic response of a contact: a body standing on a touch area (its centre of
+    // mass over the corners that touch) can't turn about an axis of the contact plane, so the
+    // relative turning about those axes is removed, by an angular impulse shared by the two
+    // inertias (all of it on `a` against a fixed body). One impulse at one point per contact and
+    // substep leaves a box that lands on a face rocking from corner to corner: each corner's
+    // impulse turns some of the fall into spin, and a pile of turned boxes then shakes itself
+    // apart, its bottom boxes squeezed out sideways and over the edge of what holds them. Turning
+    // about the normal, and tipping over an edge that the centre of mass is beyond, are left alone.
+    static void HoldOnFace(DynamicRigidbody* a, DynamicRigidbody* b, const TouchArea& touch, const glm::dvec3& n) {
+        if (!StandsOn(touch, n, a->position) && !(b && StandsOn(touch, n, b->position))) return;
+        glm::dvec3 w = a->angularVelocity - (b ? b->angularVelocity : glm::dvec3(0.0));
+        w -= glm::dot(w, n) * n;
+        if (!b) {
+            a->angularVelocity -= w;
+            return;
+        }
+        const glm::dmat3 k = a->invInertiaTensorWorld + b->invInertiaTensorWorld;
+        const glm::dvec3 l = glm::inverse(k) * w;
+        a->angularVelocity -= a->invInertiaTensorWorld * l;
+        b->angularVelocity += b->invInertiaTensorWorld * l;
+    }
+
     static TouchArea TouchingCorners(const Placed& a, const Placed& b) {
         TouchArea touch;
         if (a.shape->isSphere || b.shape->isSphere) return touch;
@@ -847,8 +891,8 @@ private:
         line.color[3] = 1;
     }
 
-    // A body leaves a parent it no longer touches, or when it moves faster than 10 m/s; a
-    // top-level body joins the largest fixed body it touches once it moves slower than 5 m/s.
+    // A body leaves a parent it no longer touches, or when it moves faster than the detach speed;
+    // a top-level body joins the largest fixed body it touches once slower than the attach speed.
     void ChangeParent(std::shared_ptr<Entity>& owner) {
         const double speed = glm::length(velocity);
         const bool hasParent = !owner->parentEntity.IsNull();
@@ -858,8 +902,8 @@ private:
         if (touchingEnvironment) {
             next = Next::LeaveUnlessTouching;
         } else if (hasParent && !parentBody && !candidate) {  // also covers an expired candidate
-            next = !touchingParent || speed > 10 ? Next::Detach : Next::Done;
-        } else if (hasParent && speed > 10) {
+            next = !touchingParent || speed > tuning::kDetachSpeed ? Next::Detach : Next::Done;
+        } else if (hasParent && speed > tuning::kDetachSpeed) {
             next = Next::LeaveUnlessTouching;
         } else {
             next = Next::Attach;
@@ -871,12 +915,13 @@ private:
                 const std::shared_ptr<Entity>& potentialNewParent = candidate;
                 const std::shared_ptr<Entity>& entity = owner;
                 QUORL_ASSERT_AT(potentialNewParent->GetID() != entity->parentEntity, detail::kRigidbodyPath, 908);
-                if (!hasParent && candidate->parentEntity.IsNull() && speed < 5) candidate->AddChild(owner);
+                if (!hasParent && candidate->parentEntity.IsNull() && speed < tuning::kAttachSpeed)
+                    candidate->AddChild(owner);
             }
             return;
         }
         if (next == Next::LeaveUnlessTouching) {
-            if (touchingParent && !(speed > 10)) return;
+            if (touchingParent && !(speed > tuning::kDetachSpeed)) return;
             if (!hasParent) return;
         }
         if (next == Next::Done || !owner->isDetachable) return;

@@ -28,8 +28,8 @@ inline constexpr EnvironmentInfoFlags kGravityQuery = 5;
 inline constexpr EnvironmentInfoFlags kGroundNormalQuery = 7;
 // Container colliders: below this fill only their children are solid for contact and buoyancy,
 // and below the second for the aerodynamic surfaces.
-inline constexpr double kSolidFill = 0.95;
-inline constexpr double kSurfaceSolidFill = 0.9;
+inline constexpr double kSolidFill = tuning::kSolidFill;
+inline constexpr double kSurfaceSolidFill = tuning::kSurfaceSolidFill;
 }  // namespace detail
 
 // State of one environment pass over a body. For a body inside a parent, queries go through the

@@ -187,6 +187,28 @@ TEST_F(PhysicsStep, StackOfBoxesStands) {
     }
 }
 
+// A box lying on a face stops turning about the axes of the face at its first contact, and keeps
+// its turning about the normal; a box whose centre of mass is past the slab's edge keeps tipping.
+// One corner's impulse used to leave the spin that rocks a landed box from corner to corner.
+TEST_F(PhysicsStep, BoxOnAFaceStopsRockingButTipsOverAnEdge) {
+    std::shared_ptr<ServerSideEntity> slab = Slab();
+    RefFixed fixed(slab);
+    auto contact = [&](glm::dvec3 position) {
+        std::shared_ptr<ServerSideEntity> box = Spawn("cube", position);
+        box->angularVelocity = {0.8, 0.5, -0.6};
+        RefDynamic body(box, kDt);
+        body.fixedCandidates.push_back(&fixed);
+        body.CollisionDetection(kDt / kSubsteps);
+        return body.angularVelocity;
+    };
+    const glm::dvec3 lying = contact({0.2, 0.499, -0.1});
+    EXPECT_NEAR(lying.x, 0.0, 1e-12);
+    EXPECT_NEAR(lying.z, 0.0, 1e-12);
+    EXPECT_NEAR(lying.y, 0.5, 0.05);
+    const glm::dvec3 overhanging = contact({10.3, 0.499, 0});
+    EXPECT_GT(glm::length(glm::dvec2(overhanging.x, overhanging.z)), 0.1);
+}
+
 TEST_F(PhysicsStep, VehicleOfComponentsFallsLandsAndKeepsItsShape) {
     Slab();
     auto root = Spawn("cube", {0, 3, 0});
