@@ -1,6 +1,6 @@
 // Node kinds that carry program text or steer execution: expression, statement, conditional,
 // execute, switch.
-#include "game/QuorlCodeNodes.h"
+#include "game/QuorlCodeCodeNodes.h"
 
 #include <imgui_stdlib.h>
 

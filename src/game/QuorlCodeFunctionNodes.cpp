@@ -1,6 +1,6 @@
 // Functions with state (delay, blinker, counter, smooth, pulses, PID), time, print, text, include,
 // comments and the math operators.
-#include "game/QuorlCodeNodes.h"
+#include "game/QuorlCodeFunctionNodes.h"
 
 #include <imgui_stdlib.h>
 

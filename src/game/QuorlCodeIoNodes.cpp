@@ -1,5 +1,5 @@
 // Node kinds that read and write the blocks: InputNode, OutputNode.
-#include "game/QuorlCodeNodes.h"
+#include "game/QuorlCodeIoNodes.h"
 
 #include <imgui_stdlib.h>
 

@@ -9,9 +9,6 @@
 #include <cstdio>
 #include <stdexcept>
 
-// The base of every node kind and the nodes with a variable pin count; the kinds themselves are
-// defined by family in QuorlCodeIoNodes.cpp, QuorlCodeValueNodes.cpp, QuorlCodeCodeNodes.cpp and
-// QuorlCodeFunctionNodes.cpp.
 namespace game::QuorlCodeEditor {
 
 using nlohmann::json;

@@ -1,5 +1,5 @@
 // Named values: the constants and variables, and their "Edit Name" popup.
-#include "game/QuorlCodeNodes.h"
+#include "game/QuorlCodeValueNodes.h"
 
 #include <imgui_stdlib.h>
 
