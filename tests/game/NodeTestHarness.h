@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "game/QuorlCodeEditor.h"
+#include "game/QuorlCodeNodeKinds.h"
 #include "game/QuorlCodeNodes.h"
 
 namespace nodetest {
@@ -18,14 +19,14 @@ constexpr int kKeyDelete = 261;
 constexpr int kKeyBackspace = 259;
 constexpr int kKeyEnd = 269;
 
-// Every create key of the node catalogue, each once.
+// A title of every node kind, each once: the pattern-made kinds, a comment, and every key of the
+// kind table.
 inline const std::vector<std::string>& AllKeys() {
     static const std::vector<std::string> keys = [] {
         std::vector<std::string> k = {"input", "input.3", "output", "output.1", "const $n = 2.5", "const $t = \"hi\"",
-                                      "var $v : number", "var $w : text", "expression", "statement", "Conditional",
-                                      "execute", "switch", "delay", "blinker", "counter", "smooth", "pulse",
-                                      "pulse toggle", "time", "print", "text", "PID Controller", "include", "a note"};
-        for (const std::string& op : game::QuorlCodeEditor::Editor::MathNode::OperatorNames()) k.push_back(op);
+                                      "var $v : number", "var $w : text", "a note"};
+        for (const auto& kind : game::QuorlCodeEditor::NodeKinds())
+            if (kind.key) k.push_back(kind.key);
         return k;
     }();
     return keys;
