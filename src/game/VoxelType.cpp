@@ -20,7 +20,7 @@ VoxelType::VoxelType(const std::string& module_, const std::string& name_, unsig
     std::lock_guard lock(mu);
     if (locked) throw std::runtime_error("Trying to add more voxel types after executing VoxelType::ForEach()");
     if (!textures.empty() && Game::renderer)
-        firstTexture = uint16_t(Game::renderer->AddTextures(textures, Game::renderer->LinearSampler()));
+        firstTexture = uint16_t(Game::renderer->AddTextures(textures, Game::renderer->SamplerLinear()));
 
     const std::string key = module_ + "." + name_;
     if (const auto it = allVoxelTypesByName.find(key); it != allVoxelTypesByName.end()) {

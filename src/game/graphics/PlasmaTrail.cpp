@@ -56,7 +56,7 @@ bool PlasmaTrail::Update(const glm::vec3& velocity, float size, const game::phys
         texture = std::make_shared<quorl::graphics::ComputeTexture>(Game::renderer->GetDevice(), kTextureSize,
                                                                     kTextureSize, VK_FORMAT_R32G32_SFLOAT,
                                                                     "PlasmaTrail texture");
-        data.texture = Game::renderer->AddTexture(texture, Game::renderer->LinearSampler());
+        data.texture = Game::renderer->AddTexture(texture, Game::renderer->SamplerLinear());
         // Its first push moves it to the GENERAL layout the compute shader writes in.
         Game::renderer->PushTexture(texture);
     }
