@@ -117,8 +117,7 @@ std::string WriteScreenQuad() {
 TEST_F(SceneRendererTest, LitMeshesEmissionHiddenInstancesAndTheAimedOne) {
     const Mesh cube(quorl::graphics::Texture::DataPath("models/cube.gltf"));
     const Mesh slab(quorl::graphics::Texture::DataPath("models/slab.gltf"));
-    // The slab's file is z-up; the game's y is up.
-    auto ground = Show(slab, "slab", glm::rotate(Place({0, -0.5, -4}), glm::radians(-90.0), glm::dvec3(1, 0, 0)));
+    auto ground = Show(slab, "slab", Place({0, -0.5, -4}));
     auto lit = Show(cube, "cube", Place({0, 0, -3}, 30));
     auto glowing = Show(cube, "cube", Place({1.7, 0, -3.5}, -20));
     ASSERT_TRUE(glowing->SetEmission("paint", {0.1f, 0.5f, 1.0f}));
