@@ -25,10 +25,9 @@ namespace {
 
 constexpr const char* kPlasmaTrail = "_plasma_trail";
 constexpr int kKeyF5 = 294;  // GLFW numbering
-// Mesh instances: triangles, drawn by the first hit shader ("game/graphics/rt/entity_tri"; the
-// plasma trail's 4 counts the same way).
+// Mesh instances: triangles, drawn by the first hit shader ("game/graphics/rt/entity_tri").
 constexpr unsigned kMeshRenderableType = 0;
-constexpr unsigned kMeshShaderIndex = 1;
+constexpr unsigned kMeshShaderIndex = 0;
 // A parent chain longer than this is taken for a loop and ends there.
 constexpr int kMaxParentDepth = 64;
 
@@ -41,19 +40,18 @@ void ToTrash(std::shared_ptr<graphics::RenderableInstance> instance) {
     if (Game::renderer) Game::renderer->Trash(std::move(instance));
 }
 
-// The material record of one mesh geometry. Its last 16 bytes: the normals' and the first
-// texture coordinates' device addresses; monitorTexture carries the base colour texture until a
-// monitor is shown on the surface.
+// The material record of one mesh geometry: nothing changed yet. The shaders take the mesh's own
+// colour, emission, metallic, roughness and texture from the geometry; the record's values apply
+// over them as the setters write them (emission adds, colour mixes by its factor, the material
+// values by their weight, a monitor texture replaces the colour). Its last 16 bytes: the normals'
+// and the first texture coordinates' device addresses.
 graphics::RenderableData MaterialRecord(const graphics::Mesh::Geometry& g) {
     graphics::RenderableData d;
-    std::memcpy(d.emission, &g.emission, sizeof d.emission);
-    d.colorFactor = 1.0f;
     std::memcpy(d.color, &g.baseColor, sizeof d.color);
-    // As SetPbrMetallicRoughness(name, metallic, roughness, 0) writes them.
+    // As SetPbrMetallicRoughness(name, metallic, roughness, 0) writes them: weight 0.
     d.material[0] = 0.0f;
     d.material[1] = g.metallic;
     d.material[2] = g.roughness;
-    d.monitorTexture = g.baseColorTexture;
     const uint64_t addresses[2] = {g.normalsAddr, g.texcoord0Addr};
     std::memcpy(d.entityData, addresses, sizeof addresses);
     return d;
