@@ -1,15 +1,13 @@
 #include <gtest/gtest.h>
-#include <stb_image.h>
 
-#include <filesystem>
-#include <string>
-#include <vector>
+#include <memory>
 
 #include "GoldenImage.h"
 #include "VulkanTest.h"
 #include "game/Game.h"
 #include "game/MainMenu.h"
 #include "game/ModuleTestFixture.h"
+#include "game/graphics/OutputPixels.h"
 #include "game/graphics/GameRenderer.h"
 #include "quorl/graphics/Window.h"
 
@@ -62,16 +60,7 @@ TEST_F(MainMenuTest, DrawnInTheOverlayAboveTheScene) {
     window.SetCursorPos(320, 169);  // over PLAY: its text turns white
     ASSERT_TRUE(renderer->Frame());
     ASSERT_TRUE(renderer->Frame());
-    const std::string path = std::string(ZENDOLA_BINARY_DIR) + "/test-output/main_menu_frame.png";
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    ASSERT_TRUE(renderer->SaveImage(renderer->GetOutputVkImage(), {0, 0}, renderer->GetOutputImageExtent(),
-                                    renderer->GetOutputImageFormat(), renderer->OutputFinalLayout(), path));
-    int w = 0, h = 0, n = 0;
-    stbi_uc* png = stbi_load(path.c_str(), &w, &h, &n, 4);
-    ASSERT_NE(png, nullptr);
-    const std::vector<uint8_t> pixels(png, png + size_t(w) * size_t(h) * 4);
-    stbi_image_free(png);
-    EXPECT_TRUE(MatchesGolden("main_menu", pixels, 640, 360));
+    EXPECT_TRUE(MatchesGolden("main_menu", OutputPixels(*renderer, "main_menu_frame"), 640, 360));
 }
 
 TEST_F(MainMenuTest, ScriptedClicksPlayAndQuit) {

@@ -14,10 +14,12 @@
 #include "game/Game.h"
 #include "game/GameSettings.h"
 #include "game/GraphicsPresets.h"
+#include "game/graphics/ui/FrameUi.h"
 #include "game/Options.h"
 #include "game/graphics/ui/Element.h"
 #include "game/graphics/ui/GraphicsPipelineWrapper.h"
 #include "game/graphics/ui/ImGuiBackend.h"
+#include "game/graphics/SceneRenderer.h"
 #include "quorl/Assert.h"
 #include "quorl/graphics/GlfwWindow.h"
 #include "quorl/graphics/SaveImage.h"
@@ -137,6 +139,7 @@ GameRenderer::GameRenderer(quorl::graphics::Window* window, const char* applicat
     }
 
     ConfigureSettingsFromPreset();
+    _scene = std::make_unique<SceneRenderer>(*this);
 
     AddRenderableHitShader("game/graphics/rt/entity_tri");
     AddRenderableHitShader("game/graphics/rt/entity_box");
@@ -288,9 +291,10 @@ void GameRenderer::FrameInit() {
     data.viewMatrix = glm::mat4(glm::inverse(_inverseOriginTranslation * camera.worldTransform));
 }
 
+// The ImGui frame opens first, so the panels and the modules' hooks can call ImGui.
 void GameRenderer::FrameUpdateUi() {
     _imgui->BeginFrame();
-    ForSorted("ui", &GAME_Mod::Renderer_FrameUpdateUi);
+    ui::FrameUi::Update(this);
 }
 void GameRenderer::FrameBeforeUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameBeforeUpdate); }
 void GameRenderer::FrameUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameUpdate); }
@@ -312,6 +316,7 @@ void GameRenderer::FramePushCommands(VkCommandBuffer cmd) {
 
 void GameRenderer::FrameBuildCommands(VkCommandBuffer cmd) { ForAll(&GAME_Mod::Renderer_FrameBuildCommands, cmd); }
 void GameRenderer::FrameRenderCommands(VkCommandBuffer cmd) {
+    _scene->Draw(cmd, RenderableHitShaders(), _worldOrigin);
     ForSorted("render", &GAME_Mod::Renderer_FrameRenderCommands, cmd);
 }
 void GameRenderer::FrameBeforePost() { ForAll(&GAME_Mod::Renderer_FrameBeforePost); }
@@ -443,6 +448,7 @@ void GameRenderer::PushTexture(std::shared_ptr<quorl::graphics::Texture> texture
 
 void GameRenderer::Cleanup() {
     GetDevice().WaitIdle();
+    _scene->Release();
     {
         std::lock_guard lock(_texturesToPushMutex);
         _texturesToPush.clear();

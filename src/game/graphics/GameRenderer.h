@@ -32,6 +32,7 @@ namespace game::graphics {
 namespace ui {
 class ImGuiBackend;
 }
+class SceneRenderer;
 
 // The library's renderer: copies the settings into the engine's frame record each frame, hands
 // each stage of the frame to every loaded game module, and owns the game's shared rendering state
@@ -164,6 +165,13 @@ public:
     // Dear ImGui on this renderer: a frame of it is open from FrameUpdateUi (before the modules'
     // hooks) to FrameOverlayCommands, where it is drawn over everything else.
     ui::ImGuiBackend& Imgui() { return *_imgui; }
+    // The renderer's samplers, for textures the game adds with AddTexture: clamped nearest
+    // (pixel art, fonts), clamped linear (pictures, screens), repeating linear (tiled surfaces).
+    VkSampler SamplerNearest() const { return _samplerNearest; }
+    VkSampler SamplerLinear() const { return _samplerLinear; }
+    VkSampler SamplerRepeat() const { return _samplerRepeat; }
+    // What draws the renderable instances, first thing in FrameRenderCommands.
+    SceneRenderer& Scene() { return *_scene; }
 
     Camera camera;
     Aim aim{this};
@@ -190,6 +198,7 @@ private:
     quorl::vk::GraphicsPipeline _crosshairPipeline;
     quorl::vk::GraphicsPipeline _colliderSolidPipeline, _colliderWirePipeline;
     quorl::vk::Buffer _debugColliderVertices, _debugColliderIndices;
+    std::unique_ptr<SceneRenderer> _scene;
 
     glm::dvec4 _worldOrigin{0.0, 0.0, 0.0, 1.0};
     glm::i64vec3 _worldOriginInt{0, 0, 0};
