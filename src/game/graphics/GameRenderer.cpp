@@ -16,6 +16,8 @@
 #include "game/GraphicsPresets.h"
 #include "game/graphics/ui/FrameUi.h"
 #include "game/Options.h"
+#include "game/graphics/ui/Element.h"
+#include "game/graphics/ui/GraphicsPipelineWrapper.h"
 #include "game/graphics/ui/ImGuiBackend.h"
 #include "game/graphics/SceneRenderer.h"
 #include "quorl/Assert.h"
@@ -125,6 +127,16 @@ GameRenderer::GameRenderer(quorl::graphics::Window* window, const char* applicat
     const std::string atlasPath = quorl::graphics::Texture::DataPath(kFontAtlas);
     if (AddTexture(quorl::graphics::Texture::Load(device, atlasPath), _samplerNearest) != 0)
         throw std::runtime_error("Font Atlas Index is not 0");
+    ui::GraphicsPipelineWrapper::LoadPipelines(this);
+    if (_window) {
+        // A click reaches the interface elements under the cursor, in window pixels.
+        quorl::graphics::Window* window = _window;
+        window->AddCallback_MouseButton(kElementsCallback, [window](int button, int action, int) {
+            double x = 0, y = 0;
+            window->GetCursorPos(x, y);
+            ui::Element::MouseButtonEvent({x, y}, {window->GetWidth(), window->GetHeight()}, button, action);
+        });
+    }
 
     ConfigureSettingsFromPreset();
     _scene = std::make_unique<SceneRenderer>(*this);
@@ -144,6 +156,8 @@ GameRenderer::GameRenderer(quorl::graphics::Window* window, const char* applicat
 
 GameRenderer::~GameRenderer() {
     GetDevice().WaitIdle();
+    if (_window) _window->RemoveCallback_MouseButton(kElementsCallback);
+    ui::GraphicsPipelineWrapper::UnloadPipelines();
     _imgui.reset();
     CollectAllTrash();
 }
@@ -204,6 +218,7 @@ void GameRenderer::RefreshViewport() {
     _crosshairPipeline.RefreshViewport(extent);
     _colliderSolidPipeline.RefreshViewport(extent);
     _colliderWirePipeline.RefreshViewport(extent);
+    ui::GraphicsPipelineWrapper::RefreshViewports(extent);
     ForAll(&GAME_Mod::Renderer_RefreshViewport);
 }
 
@@ -329,6 +344,7 @@ void GameRenderer::FrameOverlayCommands(VkCommandBuffer cmd) {
             vkCmdDraw(cmd, 12, 1, 0, 0);
         }
         ForSorted("overlay", &GAME_Mod::Renderer_FrameOverlayCommands, cmd);
+        ui::Element::DrawAll(cmd, GetOutputImageExtent());
         _imgui->Render(cmd);
     } catch (...) {
         _overlayPass.End(cmd);
@@ -338,7 +354,14 @@ void GameRenderer::FrameOverlayCommands(VkCommandBuffer cmd) {
 }
 
 void GameRenderer::FrameAfterRender() {
-    // The interface elements are sorted here once ui::Element has an order to keep.
+    // Higher sort keys are drawn later, over the others.
+    ui::Element::Sort([](auto& a, auto& b) { return a->SortOrder() < b->SortOrder(); });
+    if (_window) {
+        double x = 0, y = 0;
+        _window->GetCursorPos(x, y);
+        ui::Element::PointerEvent({x, y}, {_window->GetWidth(), _window->GetHeight()},
+                                  _window->GetMouseButton(0) == quorl::graphics::PRESS);
+    }
     ForSorted("render", &GAME_Mod::Renderer_FrameAfterRender);
 }
 

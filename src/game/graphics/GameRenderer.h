@@ -186,6 +186,8 @@ public:
 
     // Paths the builtins use.
     static constexpr const char* kFontAtlas = "game/graphics/ui/textures/monospace_font_atlas.png";
+    // The window's mouse-button callback that hands clicks to the interface elements.
+    static constexpr const char* kElementsCallback = "ui_elements";
 
 private:
     void CreateOverlay();

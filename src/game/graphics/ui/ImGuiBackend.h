@@ -27,7 +27,8 @@ namespace game::graphics::ui {
 // platform side would.
 //
 // The context current at construction is used when there is one (a host that made its own);
-// otherwise one is made, owned, and destroyed with the backend. Fonts may be added to the atlas
+// otherwise one is made, owned, and destroyed with the backend. A borrowed context keeps living,
+// with its font atlas cleared: the faces and their GPU image go with the backend. Fonts may be added to the atlas
 // until a frame begins (Game::LoadFonts, by the host): the atlas is built and uploaded then, and
 // again whenever fonts were added later. An atlas with no usable face gets ImGui's own face.
 class ImGuiBackend {

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <imgui.h>
-#include <stb_image.h>
 
 #include <filesystem>
 #include <fstream>
@@ -14,6 +13,7 @@
 #include "game/ModuleTestFixture.h"
 #include "game/MultiFont.h"
 #include "game/graphics/GameRenderer.h"
+#include "game/graphics/OutputPixels.h"
 #include "game/graphics/ui/ImGuiBackend.h"
 #include "quorl/graphics/Window.h"
 
@@ -54,19 +54,6 @@ protected:
         return r;
     }
 
-    static std::vector<uint8_t> Pixels(GameRenderer& r) {
-        const std::string path = std::string(ZENDOLA_BINARY_DIR) + "/test-output/imgui_frame.png";
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        EXPECT_TRUE(r.SaveImage(r.GetOutputVkImage(), {0, 0}, r.GetOutputImageExtent(), r.GetOutputImageFormat(),
-                                r.OutputFinalLayout(), path));
-        int w = 0, h = 0, n = 0;
-        stbi_uc* png = stbi_load(path.c_str(), &w, &h, &n, 4);
-        if (!png) return {};
-        std::vector<uint8_t> pixels(png, png + size_t(w) * size_t(h) * 4);
-        stbi_image_free(png);
-        return pixels;
-    }
-
     quorl::graphics::Window window;
 };
 
@@ -84,8 +71,7 @@ TEST_F(ImGuiBackendTest, WindowWithTextIsDrawnInTheOverlay) {
     };
     // A new window is measured in its first frame and shown from the second.
     for (int i = 0; i < 3; ++i) ASSERT_TRUE(r->Frame());
-    const auto pixels = Pixels(*r);
-    EXPECT_TRUE(MatchesGolden("imgui_window_text", pixels, 240, 135));
+    EXPECT_TRUE(MatchesGolden("imgui_window_text", OutputPixels(*r, "imgui_frame"), 240, 135));
 }
 
 TEST_F(ImGuiBackendTest, ScriptedMouseInputClicksAButtonAcrossFrames) {
