@@ -48,8 +48,8 @@ void SleepUnlessStopped(double seconds) {
 
 }  // namespace
 
-ServerHost::ServerHost(ServerOptions options, std::ostream& out, std::ostream& err)
-    : _options(std::move(options)), _out(out), _err(err) {}
+ServerHost::ServerHost(ServerOptions options, std::ostream& out, std::ostream& err, std::string program)
+    : _options(std::move(options)), _out(out), _err(err), _program(std::move(program)) {}
 
 std::string ServerHost::SaveFolder() const {
     std::error_code ec;
@@ -75,18 +75,18 @@ WorldSample ServerHost::Sample(uint64_t ticks) {
 bool ServerHost::EnterRunFolder() {
     std::error_code ec;
     if (!fs::is_directory(_options.directory, ec)) {
-        _err << "zendola-server: the run folder '" << _options.directory << "' does not exist" << std::endl;
+        _err << _program << ": the run folder '" << _options.directory << "' does not exist" << std::endl;
         return false;
     }
     fs::current_path(_options.directory, ec);
     if (ec) {
-        _err << "zendola-server: cannot enter the run folder '" << _options.directory << "': " << ec.message()
+        _err << _program << ": cannot enter the run folder '" << _options.directory << "': " << ec.message()
              << std::endl;
         return false;
     }
     _runFolder = fs::current_path().string();
     if (!fs::is_directory("modules", ec)) {
-        _err << "zendola-server: no modules folder in '" << _runFolder
+        _err << _program << ": no modules folder in '" << _runFolder
              << "' (build the modules, or name the build folder with --dir)" << std::endl;
         return false;
     }
@@ -100,14 +100,14 @@ bool ServerHost::LoadServerModules() {
     for (const std::string& name : _options.modules) {
         std::error_code ec;
         if (!fs::is_regular_file(ModuleFile(name, SERVER_Mod::ClassWord), ec)) {
-            _err << "zendola-server: server module '" << name << "' not found: no file "
+            _err << _program << ": server module '" << name << "' not found: no file "
                  << (fs::path(_runFolder) / ModuleFile(name, SERVER_Mod::ClassWord)).string() << std::endl;
             ok = false;
             break;
         }
         loadError.clear();
         if (!SERVER_Mod::LoadModule(name, true)) {
-            _err << "zendola-server: server module '" << name << "' failed to load: " << loadError << std::endl;
+            _err << _program << ": server module '" << name << "' failed to load: " << loadError << std::endl;
             ok = false;
             break;
         }
@@ -120,7 +120,7 @@ bool ServerHost::CheckContentModules() {
     for (const std::string& name : _options.content) {
         std::error_code ec;
         if (!fs::is_regular_file(ModuleFile(name, ZENDOLA_Mod::ClassWord), ec)) {
-            _err << "zendola-server: content module '" << name << "' not found: no file "
+            _err << _program << ": content module '" << name << "' not found: no file "
                  << (fs::path(_runFolder) / ModuleFile(name, ZENDOLA_Mod::ClassWord)).string() << std::endl;
             return false;
         }
@@ -141,9 +141,9 @@ bool ServerHost::LoadWorld() {
     try {
         ServerSideEntity::LoadAllEntities();
     } catch (const std::exception& e) {
-        _err << "zendola-server: cannot load world '" << _options.world << "' from " << SaveFolder() << ": "
+        _err << _program << ": cannot load world '" << _options.world << "' from " << SaveFolder() << ": "
              << e.what() << std::endl;
-        _err << "zendola-server: nothing was saved; the save files are as they were" << std::endl;
+        _err << _program << ": nothing was saved; the save files are as they were" << std::endl;
         AbandonWorld();
         return false;
     }
@@ -166,7 +166,7 @@ void ServerHost::WritePoses(const char* label) {
                       e->rotation.w, e->rotation.x, e->rotation.y, e->rotation.z);
         file << line;
     });
-    if (!file) _err << "zendola-server: could not write the poses to " << _options.posesFile << std::endl;
+    if (!file) _err << _program << ": could not write the poses to " << _options.posesFile << std::endl;
 }
 
 int ServerHost::Loop() {
@@ -183,7 +183,7 @@ int ServerHost::Loop() {
         try {
             Game::ServerUpdate(dt, _options.substeps);
         } catch (const std::exception& e) {
-            _err << "zendola-server: tick " << tick << " failed: " << e.what() << std::endl;
+            _err << _program << ": tick " << tick << " failed: " << e.what() << std::endl;
             return 1;
         }
         ++tick;
@@ -221,7 +221,7 @@ bool ServerHost::SaveWorld() {
         if (::stat(path.c_str(), &st) != 0 || st.st_ino == inodeBefore) ++failed;
     }
     if (failed) {
-        _err << "zendola-server: could not save " << failed << " of " << files.size() << " entities of world '"
+        _err << _program << ": could not save " << failed << " of " << files.size() << " entities of world '"
              << _options.world << "' to " << SaveFolder() << std::endl;
         return false;
     }
@@ -239,7 +239,7 @@ void ServerHost::Autosave() {
             ++saved;
         } catch (const std::exception& error) {
             ++failed;
-            _err << "zendola-server: autosave of entity " << e->id.ToString() << " failed, its previous file is kept: "
+            _err << _program << ": autosave of entity " << e->id.ToString() << " failed, its previous file is kept: "
                  << error.what() << std::endl;
         }
     });
@@ -257,6 +257,31 @@ void ServerHost::Shutdown() {
     SERVER_Mod::UnloadModules();
 }
 
+bool ServerHost::StartGame() {
+    ZENDOLA_Mod::ModulesSetLoadErrorCallback(
+        [this](const char* text) { _err << _program << ": " << text << std::endl; });
+    Game::Start();
+    _started = true;
+    for (const std::string& name : _options.content) {
+        if (!ZENDOLA_Mod::GetModule(name)) {
+            _err << _program << ": content module '" << name << "' failed to load" << std::endl;
+            return false;
+        }
+    }
+    Game::Ready();
+    return true;
+}
+
+void ServerHost::AnnounceWorld(size_t loaded) {
+    WorldSample start = Sample(0);
+    if (loaded > 0)
+        _out << "World '" << _options.world << "': " << loaded << " entities restored from " << SaveFolder()
+             << std::endl;
+    else
+        _out << "World '" << _options.world << "': new world, " << start.entities << " entities created"
+             << std::endl;
+}
+
 int ServerHost::Run() {
     if (!EnterRunFolder()) return 1;
     Game::_is_server = true;
@@ -266,18 +291,10 @@ int ServerHost::Run() {
         Shutdown();
         return 1;
     }
-    ZENDOLA_Mod::ModulesSetLoadErrorCallback(
-        [this](const char* text) { _err << "zendola-server: " << text << std::endl; });
-    Game::Start();
-    _started = true;
-    for (const std::string& name : _options.content) {
-        if (!ZENDOLA_Mod::GetModule(name)) {
-            _err << "zendola-server: content module '" << name << "' failed to load" << std::endl;
-            Shutdown();
-            return 1;
-        }
+    if (!StartGame()) {
+        Shutdown();
+        return 1;
     }
-    Game::Ready();
 
     if (!_options.posesFile.empty()) std::ofstream(_options.posesFile, std::ios::trunc);
     if (!LoadWorld()) {
@@ -287,13 +304,8 @@ int ServerHost::Run() {
     size_t loaded = Sample(0).entities;
     WritePoses("loaded");
     CallServerLoad();
+    AnnounceWorld(loaded);
     WorldSample start = Sample(0);
-    if (loaded > 0)
-        _out << "World '" << _options.world << "': " << loaded << " entities restored from " << SaveFolder()
-             << std::endl;
-    else
-        _out << "World '" << _options.world << "': new world, " << start.entities << " entities created"
-             << std::endl;
     _out << "Running " << start.entities << " entities (" << start.bodies << " bodies) "
          << (_options.unpaced ? "unpaced, " : "at ") << _options.rate << " ticks/s of simulated time with "
          << _options.substeps << " physics sub-steps"

@@ -19,9 +19,12 @@ namespace host {
 //   5. ServerSideEntity::UnloadAllEntities saves, Game::Stop, the server modules are released.
 // A missing run folder, modules/ folder or module, or a save that can't be read, ends the run
 // with status 1 before any save file is written.
+//
+// The steps are public so that the windowed host (zendola-client), which runs the same world in
+// one process beside its window, can interleave its own; messages start with `program`.
 class ServerHost {
 public:
-    ServerHost(ServerOptions options, std::ostream& out, std::ostream& err);
+    ServerHost(ServerOptions options, std::ostream& out, std::ostream& err, std::string program = "zendola-server");
 
     // The process exit status: 0 after a clean stop, 1 on failure.
     int Run();
@@ -31,24 +34,32 @@ public:
     // Counts over the server registry now.
     static WorldSample Sample(uint64_t ticks);
 
-private:
+    // The steps of Run, each false (with a message) on failure.
     bool EnterRunFolder();
-    bool LoadServerModules();
     bool CheckContentModules();
+    bool LoadServerModules();
+    // Game::Start, the check that every content module loaded, Game::Ready.
+    bool StartGame();
     bool LoadWorld();
     void CallServerLoad();
-    int Loop();
+    // "World 'NAME': ..." for a world that had `loaded` entities on disk.
+    void AnnounceWorld(size_t loaded);
     // Unloads every entity; false, with a message, when a state file that should be written was not.
     bool SaveWorld();
     // Writes the state file of every entity that asks to be saved, keeping them all loaded.
     void Autosave();
+    // Game::Quit and Game::Stop when the game was started, then the server modules are released.
     void Shutdown();
+
+private:
+    int Loop();
     void WritePoses(const char* label);
     void AbandonWorld();
 
     ServerOptions _options;
     std::ostream& _out;
     std::ostream& _err;
+    std::string _program;
     std::string _runFolder;
     bool _started = false;
 };

@@ -9,8 +9,6 @@
 
 namespace host {
 
-namespace {
-
 bool ParseUnsigned(const std::string& text, uint64_t& out) {
     if (text.empty() || text.size() > 19) return false;
     uint64_t value = 0;
@@ -31,6 +29,8 @@ bool ParseNumber(const std::string& text, double& out) {
     out = value;
     return true;
 }
+
+namespace {
 
 // "a,b" -> {a, b}; "" -> {}. Every item must be a safe name.
 bool ParseList(const std::string& text, std::vector<std::string>& out, std::string& bad) {

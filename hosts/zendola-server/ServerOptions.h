@@ -40,4 +40,9 @@ std::string ServerUsage(const std::string& program);
 // starting with '.', at most 64 characters: it can't reach outside its folder.
 bool IsSafeName(const std::string& name);
 
+// Whole numbers of decimal digits only; finite numbers with nothing around them. False, leaving
+// `out` as it was, for anything else. Shared with the windowed host's command line.
+bool ParseUnsigned(const std::string& text, uint64_t& out);
+bool ParseNumber(const std::string& text, double& out);
+
 }  // namespace host

@@ -2,9 +2,11 @@
 //   ModuleLoad    registers the planet's environment function under kPlanetEnvironment;
 //   Server_Load   (called by the host as void(), after the world was restored) makes the scene
 //                 when the world has no entities;
+//   Server_GameUpdate  posts the poses of the tick to the client half, when it is loaded;
 //   ModuleUnload  removes the environment function before the module's code goes away.
 #include <iostream>
 
+#include "DemoMirror.h"
 #include "DemoScene.h"
 #include "DemoWorld.h"
 #include "Planet.h"
@@ -30,5 +32,7 @@ void Server_Load() {
     size_t made = demo::SpawnScene();
     std::cout << "demo: new world, made the scene of " << made << " entities" << std::endl;
 }
+
+void Server_GameUpdate(double) { demo::PostSnapshot(); }
 
 }

@@ -9,6 +9,9 @@
 
 namespace demo {
 
+// The module's name: its files are modules/demo/demo.<CLASS>.so.
+inline constexpr const char* kModuleName = "demo";
+
 // Module text under which the demo's entity kinds are registered and saved.
 inline constexpr const char* kModuleText = "ZENDOLA_demo";
 inline quorl::modular::ModuleID ModuleId() { return quorl::modular::ModuleID(kModuleText); }

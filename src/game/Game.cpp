@@ -466,6 +466,10 @@ bool Game::ShowHelpTooltip() {
     if (!settings || !settings->show_help_tooltips) return false;
     if (!ImGui::GetCurrentContext() || ImGui::IsWindowFocused(ImGuiFocusedFlags_AnyWindow)) return false;
     if (!_mouseLook) return false;
+    // Not while a tool is in use or being configured.
+    if (input::Controller::GetAvatarToolPrimary() != 0 || input::Controller::GetAvatarToolSecondary() != 0 ||
+        input::Controller::GetAvatarToolConfigure())
+        return false;
     const ImGuiViewport* viewport = ImGui::GetMainViewport();
     ImGui::SetNextWindowPos(ImVec2(viewport->Pos.x + viewport->Size.x, viewport->Pos.y), ImGuiCond_Always,
                             ImVec2(1.0f, 0.0f));

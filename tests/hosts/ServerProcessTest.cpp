@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "../TestFiles.h"
+#include "HostProcess.h"
 
 namespace fs = std::filesystem;
 
@@ -28,65 +29,9 @@ using testfiles::ReadAll;
 // Entity id -> "module type x y z qw qx qy qz" (exact, in hexadecimal floating point).
 using Poses = std::map<std::string, std::string>;
 
-class ServerProcess : public ::testing::Test {
+class ServerProcess : public HostProcess {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/zendola-server-test-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        root = pattern;
-        run = root / "run";
-        fs::create_directories(run);
-        // The run folder sees the build's modules and models; saves go to <root>/Zendola-data.
-        fs::create_directory_symlink(fs::path(ZENDOLA_BINARY_DIR) / "modules", run / "modules");
-        fs::create_directory_symlink(fs::path(ZENDOLA_BINARY_DIR) / "data", run / "data");
-        saves = root / "Zendola-data" / "server" / "worlds" / "demo" / "entities";
-    }
-    void TearDown() override { fs::remove_all(root); }
-
-    // Starts the server with the run folder and `args`; output goes to <root>/<name>.out/.err.
-    pid_t Start(const std::string& name, std::vector<std::string> args) {
-        args.insert(args.begin(), {ZENDOLA_SERVER_PROGRAM, "--dir", run.string()});
-        std::string out = (root / (name + ".out")).string(), err = (root / (name + ".err")).string();
-        pid_t pid = fork();
-        if (pid == 0) {
-            int o = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            int e = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            dup2(o, 1);
-            dup2(e, 2);
-            std::vector<char*> argv;
-            for (std::string& a : args) argv.push_back(a.data());
-            argv.push_back(nullptr);
-            execv(argv[0], argv.data());
-            _exit(127);
-        }
-        return pid;
-    }
-    // Waits for the process; its exit status, or 128 + signal.
-    static int Wait(pid_t pid) {
-        int status = 0;
-        waitpid(pid, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-    int RunToEnd(const std::string& name, const std::vector<std::string>& args) { return Wait(Start(name, args)); }
-    std::string Out(const std::string& name) { return ReadAll(root / (name + ".out")); }
-    std::string Err(const std::string& name) { return ReadAll(root / (name + ".err")); }
-
-    // Polls the output of `name` until `found` accepts one of its lines (up to two minutes).
-    bool WaitForLine(const std::string& name, const std::function<bool(const std::string&)>& found) {
-        for (int i = 0; i < 1200; ++i) {
-            std::istringstream lines(Out(name));
-            for (std::string line; std::getline(lines, line);)
-                if (found(line)) return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        }
-        return false;
-    }
-    bool WaitForTicks(const std::string& name, unsigned long ticks) {
-        return WaitForLine(name, [&](const std::string& line) {
-            unsigned long n = 0;
-            return std::sscanf(line.c_str(), "tick %lu |", &n) == 1 && n >= ticks;
-        });
-    }
+    ServerProcess() : HostProcess(ZENDOLA_SERVER_PROGRAM, "zendola-server-test") {}
 
     // The poses written under `label` ("loaded" or "saved") in a --poses file.
     static Poses ReadPoses(const fs::path& file, const std::string& label) {
@@ -100,16 +45,6 @@ protected:
         }
         return poses;
     }
-
-    // Every file of the save folder with its bytes.
-    std::map<std::string, std::string> SaveFiles() const {
-        std::map<std::string, std::string> files;
-        if (fs::is_directory(saves))
-            for (const auto& e : fs::directory_iterator(saves)) files[e.path().filename().string()] = ReadAll(e.path());
-        return files;
-    }
-
-    fs::path root, run, saves;
 };
 
 TEST_F(ServerProcess, SigtermSavesTheWorldAndARestartRestoresEveryPose) {

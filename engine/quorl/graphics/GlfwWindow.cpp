@@ -39,6 +39,10 @@ struct GlfwWindow::Api {
     decltype(&glfwSetKeyCallback) SetKeyCallback;
     decltype(&glfwSetMouseButtonCallback) SetMouseButtonCallback;
     decltype(&glfwWindowHint) WindowHint;
+    decltype(&glfwGetPrimaryMonitor) GetPrimaryMonitor;
+    decltype(&glfwGetVideoMode) GetVideoMode;
+    decltype(&glfwSetWindowMonitor) SetWindowMonitor;
+    decltype(&glfwGetWindowPos) GetWindowPos;
 };
 
 namespace {
@@ -104,6 +108,10 @@ GlfwWindow::GlfwWindow(int width, int height, const std::string& title) {
         Bind(_library, "glfwSetKeyCallback", a.SetKeyCallback);
         Bind(_library, "glfwSetMouseButtonCallback", a.SetMouseButtonCallback);
         Bind(_library, "glfwWindowHint", a.WindowHint);
+        Bind(_library, "glfwGetPrimaryMonitor", a.GetPrimaryMonitor);
+        Bind(_library, "glfwGetVideoMode", a.GetVideoMode);
+        Bind(_library, "glfwSetWindowMonitor", a.SetWindowMonitor);
+        Bind(_library, "glfwGetWindowPos", a.GetWindowPos);
         if (!a.Init()) throw std::runtime_error("cannot initialise GLFW (no display?)");
         a.WindowHint(GLFW_CLIENT_API, GLFW_NO_API);  // the renderer makes its own surface
         _window = a.CreateWindow(width, height, title.c_str(), nullptr, nullptr);
@@ -134,6 +142,24 @@ void GlfwWindow::SetInputMode(int mode, int value) {
     Window::SetInputMode(mode, value);
     std::lock_guard lock(_requestsMutex);
     _requests.push_back([this, mode, value] { _api->SetInputMode(static_cast<GLFWwindow*>(_window), mode, value); });
+}
+
+void GlfwWindow::SetFullScreen(bool on) {
+    std::lock_guard lock(_requestsMutex);
+    _requests.push_back([this, on] {
+        auto* w = static_cast<GLFWwindow*>(_window);
+        GLFWmonitor* monitor = _api->GetPrimaryMonitor();
+        const GLFWvidmode* mode = monitor ? _api->GetVideoMode(monitor) : nullptr;
+        if (!mode) return;
+        if (on) {
+            _api->GetWindowPos(w, &_windowedRect[0], &_windowedRect[1]);
+            _api->GetWindowSize(w, &_windowedRect[2], &_windowedRect[3]);
+            _api->SetWindowMonitor(w, monitor, 0, 0, mode->width, mode->height, mode->refreshRate);
+        } else if (_windowedRect[2] > 0) {
+            _api->SetWindowMonitor(w, nullptr, _windowedRect[0], _windowedRect[1], _windowedRect[2],
+                                   _windowedRect[3], 0);
+        }
+    });
 }
 
 void GlfwWindow::SetCursorPos(double x, double y) {

@@ -31,6 +31,9 @@ public:
     void SetInputMode(int mode, int value) override;
     void SetCursorPos(double x, double y) override;
     void SetClipboardString(const std::string& text) override;
+    // Full screen on the primary monitor at its video mode, or back to the windowed place and
+    // size it had; applied at the next PollEvents.
+    void SetFullScreen(bool on);
 
 private:
     struct Api;
@@ -39,6 +42,7 @@ private:
     void* _window = nullptr;
     std::mutex _requestsMutex;
     std::vector<std::function<void()>> _requests;
+    int _windowedRect[4]{};  // x, y, width, height before full screen
 
     // Vulkan presentation, for the renderer. Call from the thread that made the window.
 public:

@@ -14,6 +14,7 @@
 #include "game/Game.h"
 #include "game/GameSettings.h"
 #include "game/GraphicsPresets.h"
+#include "game/graphics/ui/FrameUi.h"
 #include "game/Options.h"
 #include "quorl/Assert.h"
 #include "quorl/graphics/SaveImage.h"
@@ -269,7 +270,7 @@ void GameRenderer::FrameInit() {
     data.viewMatrix = glm::mat4(glm::inverse(_inverseOriginTranslation * camera.worldTransform));
 }
 
-void GameRenderer::FrameUpdateUi() { ForSorted("ui", &GAME_Mod::Renderer_FrameUpdateUi); }
+void GameRenderer::FrameUpdateUi() { ui::FrameUi::Update(this); }
 void GameRenderer::FrameBeforeUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameBeforeUpdate); }
 void GameRenderer::FrameUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameUpdate); }
 void GameRenderer::FrameAfterUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameAfterUpdate); }

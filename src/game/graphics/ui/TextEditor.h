@@ -3,12 +3,14 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace game::graphics::ui {
 
-// The program text view beside the node canvas: holds the text, shows it with a palette, and
-// lets the user select and copy it (or edit it when not read-only).
+// The program text view beside the node canvas: holds the text and shows it with a palette.
+// Read-only (the default), the text is drawn with syntax colouring and a line-number gutter, and
+// its context menu or Ctrl+C copies it all; editable, it is a plain multi-line text field.
 class TextEditor {
 public:
     enum class PaletteIndex {
@@ -18,6 +20,18 @@ public:
         CurrentLineEdge, Max
     };
     using Palette = std::array<ImU32, size_t(PaletteIndex::Max)>;
+
+    // A run of one line's characters [begin, end) and the palette entry it is drawn with.
+    struct Span {
+        size_t begin, end;
+        PaletteIndex colour;
+        bool operator==(const Span&) const = default;
+    };
+    // Splits one line of program text into coloured runs that cover it: '#' lines are directives,
+    // "//" starts a comment, double-quoted strings (with \ escapes), numbers, the language's
+    // words, its built-in names (time, print, the numeric functions...), "$" variables and "@"
+    // functions as identifiers, operators and brackets as punctuation.
+    static std::vector<Span> Colourize(std::string_view line);
 
     void SetText(const std::string& text);
     std::string GetText() const { return text; }
@@ -33,7 +47,10 @@ public:
     bool Render(const char* title, ImVec2 size = ImVec2(0, 0), bool border = false);
 
 private:
+    void RenderColoured();
+
     std::string text;
+    std::vector<std::string> lines;  // of text, kept for drawing
     Palette palette{};
     bool readOnly = true;
     bool textChanged = false;

@@ -1,0 +1,137 @@
+// demo.GAME_Mod: the client half of the demo world, for the windowed host.
+//   Game_Start        registers the client kinds (the same models as the server's);
+//   Game_Ready        makes the sun light and the monitor's screen;
+//   Input_Update_Play flies the drone camera with the avatar actions (input thread);
+//   Renderer_FrameInit hands the camera to the renderer (render thread);
+//   Game_Update       (sorted walk "update") draws the monitor each second and feeds the
+//                     ambience its wind and surroundings (game thread);
+//   Game_Stop         lets go of what Game_Ready made.
+// The client entities themselves come from the server half's snapshots (DemoMirror.h).
+#include <chrono>
+#include <cmath>
+#include <ctime>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <mutex>
+
+#include "DemoMonitor.h"
+#include "DemoWorld.h"
+#include "DroneCamera.h"
+#include "game/Game.h"
+#include "game/audio/EnvironmentAudio.h"
+#include "game/entity/ClientSideEntity.h"
+#include "game/entity/EntityConfig.h"
+#include "game/graphics/GameRenderer.h"
+#include "game/graphics/LightSourceInstance.h"
+#include "game/input/Controller.h"
+
+using game::Game;
+using game::entity::ClientSideEntity;
+using game::input::Controller;
+
+namespace {
+
+// The client behaviour of every demo kind: the pose comes from the server, nothing more.
+class DemoClientEntity : public ClientSideEntity::Interface {};
+
+// Looking at the slab from the south-east, a little above it.
+demo::DroneCamera StartCamera() { return demo::DroneCamera(glm::dvec3(9.0, 5.0, 12.0), -0.6, -0.25); }
+
+std::mutex gCameraMutex;  // the camera is flown on the input thread and read on the others
+demo::DroneCamera gCamera = StartCamera();
+
+std::shared_ptr<game::graphics::LightSourceInstance> gSun;
+std::unique_ptr<demo::DemoMonitor> gMonitor;
+
+// Mouse travel of one window height turns the view by this much.
+constexpr double kLookRadians = 3.0;
+constexpr int kLookSettleFrames = 6;
+int gLookFrames = 0;  // input frames since look mode began (input thread)
+
+demo::DroneCamera CameraNow() {
+    std::lock_guard lock(gCameraMutex);
+    return gCamera;
+}
+
+}  // namespace
+
+extern "C" {
+
+void Game_Start() {
+    auto& kinds = ClientSideEntity::_registered_interfaces[demo::kModuleText];
+    for (const demo::Kind& kind : demo::kKinds) {
+        std::error_code ec;
+        if (!std::filesystem::is_regular_file(kind.model, ec)) {
+            std::cerr << "demo: model file " << std::filesystem::absolute(kind.model).string()
+                      << " is missing; the client shows no " << kind.type << std::endl;
+            continue;
+        }
+        kinds[kind.type] = {std::make_shared<game::entity::EntityConfig>(kind.model),
+                            [] { return std::make_shared<DemoClientEntity>(); }};
+        ClientSideEntity::_registered_items_module[kind.type] = demo::kModuleText;
+    }
+    std::lock_guard lock(gCameraMutex);
+    gCamera = StartCamera();
+}
+
+void Game_Ready() {
+    // A sun high in the south-west, warm white, reaching the whole scene.
+    glm::vec3 direction = glm::normalize(glm::vec3(0.4f, -1.0f, 0.3f));
+    gSun = std::make_shared<game::graphics::LightSourceInstance>(-direction * 400.0f, 20.0f, direction, 0.0f,
+                                                                 glm::vec3(1.0f, 0.95f, 0.85f), 1.0e6f);
+    gMonitor = std::make_unique<demo::DemoMonitor>();
+}
+
+void Game_Stop() {
+    gSun.reset();
+    gMonitor.reset();
+}
+
+void Input_Update_Play(double dt) {
+    demo::DroneCamera::Input in;
+    in.yaw = Controller::GetAvatarYaw() * kLookRadians;
+    in.pitch = -Controller::GetAvatarPitch() * kLookRadians;
+    in.forward = Controller::GetAvatarTranslateForward() - Controller::GetAvatarTranslateBackward();
+    in.right = Controller::GetAvatarTranslateRight() - Controller::GetAvatarTranslateLeft();
+    in.up = (Controller::GetAvatarJump() ? 1.0 : 0.0) - (Controller::GetAvatarCrouch() ? 1.0 : 0.0);
+    in.sprint = Controller::GetAvatarSprint();
+    // The window warps the cursor when look mode begins: the travel of the first frames after
+    // that is the warp, not the player's hand.
+    gLookFrames = Game::_mouseLook ? gLookFrames + 1 : 0;
+    if (gLookFrames <= kLookSettleFrames) in.yaw = in.pitch = 0;
+    std::lock_guard lock(gCameraMutex);
+    gCamera.Update(dt, in);
+}
+
+void Renderer_FrameInit() {
+    if (!Game::renderer) return;
+    Game::renderer->camera.worldTransform = CameraNow().Transform();
+}
+
+void Game_Update(double) {
+    demo::DroneCamera camera = CameraNow();
+    if (gMonitor) gMonitor->Update();
+    if (Game::environmentAudio) {
+        // What the renderer's rays would find around the camera, from the planet's own answer.
+        game::audio::EnvironmentAudioData data;
+        double density = 1.2;
+        auto planet = Game::_environmentFunctions.find(demo::kPlanetEnvironment);
+        if (planet != Game::_environmentFunctions.end()) {
+            game::physics::EnvironmentInfo info = planet->second(camera.position, 1, 0.0);
+            density = info.density;
+            if (density > 500.0)
+                data.hydrosphere = 1;
+            else if (info.altitude < 30.0)
+                data.terrain = 1;
+            else
+                data.miss = 1;
+        } else {
+            data.miss = 1;
+        }
+        Game::environmentAudio->UpdateData(&data);
+        Game::environmentAudio->SetWindSpeed(float(glm::length(camera.velocity)), float(density));
+    }
+}
+
+}

@@ -1,0 +1,33 @@
+#pragma once
+#include <cstddef>
+#include <string>
+
+#include "game/QuorlScreen.h"
+
+namespace demo {
+
+// The monitor in the demo world: a screen that shows the clock, the server's tick rate and the
+// number of bodies the client mirrors, drawn again once a second (game thread). The text it
+// shows is also put on the channel "demo.monitor", for other modules and for tests.
+class DemoMonitor {
+public:
+    static constexpr uint32_t kWidth = 192, kHeight = 96;
+    static constexpr double kInterval = 1.0;  // seconds between drawings
+
+    DemoMonitor();
+
+    // Draws when a second has passed since the last drawing (on the clock `now`, in seconds);
+    // true when it drew.
+    bool Update(double now);
+    bool Update();  // on the steady clock
+    // The lines of the last drawing.
+    static std::string Text(double unixSeconds, double tickRate, size_t bodies);
+
+    game::QuorlScreen screen;
+    size_t drawings = 0;
+
+private:
+    double _last = -1.0e300;
+};
+
+}  // namespace demo

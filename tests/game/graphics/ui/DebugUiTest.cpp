@@ -1,0 +1,44 @@
+#include "game/graphics/ui/DebugUi.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "ScriptedUi.h"
+#include "game/Game.h"
+#include "game/GameSettings.h"
+#include "game/graphics/ui/SettingsSaver.h"
+
+using game::Game;
+using game::GameSettings;
+
+namespace {
+
+TEST(DebugUiTest, SettingsChangeInMemoryAndOnlySaveSettingsWritesThem) {
+    const auto path = std::filesystem::temp_directory_path() / "zendola_debug_ui_test.ini";
+    std::filesystem::remove(path);
+    GameSettings settings(path.string(), 0);
+    game::graphics::ui::DebugUi panel;
+    game::graphics::ui::SettingsSaver saver;
+    game::graphics::ui::testing::ScriptedUi ui([&] {
+        panel.Draw(settings, nullptr, saver);
+        ImGui::SetWindowSize("Debug Window", ImVec2(700, 3000));  // all of it within reach
+    });
+    ui.Click("Settings");
+    ui.Click("Brightness", 0.95f);
+    ui.Click("Tone Mapping");
+    ui.Click("Test Slider 0", 0.95f);
+    EXPECT_GT(settings.brightness, 1.9f);
+    EXPECT_FALSE(settings.tone_mapping);
+    EXPECT_GT(Game::testSlider, 0.9);
+    EXPECT_FALSE(std::filesystem::exists(path));
+
+    ui.Click("Save Settings");
+    GameSettings saved(path.string(), 0);
+    EXPECT_EQ(saved.brightness, settings.brightness);
+    EXPECT_FALSE(saved.tone_mapping);
+    Game::testSlider = 0;
+    std::filesystem::remove(path);
+}
+
+}  // namespace
