@@ -47,6 +47,7 @@ struct Held {
 std::weak_ptr<InventoryUi::Item> gQuickTake;
 bool gDrawingHeld = false;  // Item::Draw is drawing the dragged copy at the mouse
 int gRadialFrame = -2;      // frame of the last ConfigureWithRadialMenu
+ImGuiContext* gRadialContext = nullptr;  // and the context whose frame that was
 
 constexpr size_t kDefaultCols = 8;
 
@@ -191,8 +192,10 @@ void InventoryUi::Tool::ConfigureWithRadialMenu(int* value, int minimum, int max
     QUORL_ASSERT(value);
     if (maximum < minimum) std::swap(minimum, maximum);
     const int frame = ImGui::GetFrameCount();
-    const bool opening = gRadialFrame < frame - 1;
+    const bool opening =
+        gRadialContext != ImGui::GetCurrentContext() || (gRadialFrame != frame - 1 && gRadialFrame != frame);
     gRadialFrame = frame;
+    gRadialContext = ImGui::GetCurrentContext();
     if (opening) {
         dx = dy = 0;
         ImGui::OpenPopup(RadialPopup);
@@ -634,7 +637,8 @@ void InventoryUi::UpdateUi() {
         if (item->GetInventory()) QuickTakeItem(item);
     }
     // The dial closes in the first frame its owner no longer asks for it.
-    if (gRadialFrame >= 0 && gRadialFrame < ImGui::GetFrameCount() - 1) {
+    const bool radialAsked = gRadialContext == ImGui::GetCurrentContext() && gRadialFrame >= ImGui::GetFrameCount() - 1;
+    if (gRadialFrame >= 0 && !radialAsked) {
         gRadialFrame = -2;
         if (ImGui::BeginPopupModal(RadialPopup, nullptr, ImGuiWindowFlags_NoDecoration)) {
             ImGui::CloseCurrentPopup();
