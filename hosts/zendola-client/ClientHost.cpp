@@ -36,6 +36,9 @@ using game::Game;
 namespace {
 
 constexpr int kKeyEscape = 256;
+constexpr int kKeyF1 = 290;
+constexpr int kKeyF3 = 292;
+constexpr int kKeyF4 = 293;
 constexpr int kKeyF11 = 300;
 constexpr int kKeyF12 = 301;
 constexpr double kEscapeHoldSeconds = 2.0;
@@ -127,6 +130,9 @@ bool ClientHost::MakeWindow() {
         if (action != quorl::graphics::PRESS) return;
         if (key == kKeyF12) ++_f12Presses;
         if (key == kKeyF11) ++_f11Presses;
+        if (key == kKeyF1) ++_f1Presses;
+        if (key == kKeyF3) ++_f3Presses;
+        if (key == kKeyF4) ++_f4Presses;
     });
     return true;
 }
@@ -227,6 +233,14 @@ void ClientHost::AfterFrame(uint64_t frame) {
         std::strftime(name, sizeof name, "zendola-%Y%m%d-%H%M%S", std::localtime(&t));
         TakeScreenshot(PicturesFolder() + "/" + name + "-" + std::to_string(frame) + ".png");
     }
+    // F1 settings, F4 admin panel: while either is open the cursor is free for the interface.
+    bool panelsBefore = Game::settingsWindowOpen || Game::adminWindowOpen;
+    if (_f1Presses.exchange(0) % 2 == 1) Game::settingsWindowOpen = !Game::settingsWindowOpen;
+    if (_f4Presses.exchange(0) % 2 == 1) Game::adminWindowOpen = !Game::adminWindowOpen;
+    bool panelsNow = Game::settingsWindowOpen || Game::adminWindowOpen;
+    if (panelsNow && !panelsBefore) Game::SetInputMode_Ui();
+    if (!panelsNow && panelsBefore) Game::SetInputMode_Play();
+    if (_f3Presses.exchange(0) % 2 == 1) Game::uiVisible = !Game::uiVisible;
     if (_f11Presses.exchange(0) % 2 == 1) {
         _fullScreen = !_fullScreen;
         glfw->SetFullScreen(_fullScreen);
@@ -320,6 +334,16 @@ void ClientHost::RunFree() {
     std::condition_variable frameDone;
     uint64_t frame = 0;
 
+    if (auto* glfw = dynamic_cast<quorl::graphics::GlfwWindow*>(_window.get())) {
+        // Entering look mode warps the cursor; the window's events of that settle before the
+        // input loop reads any travel, so the view does not jump at the start.
+        for (int i = 0; i < 5; ++i) {
+            glfw->PollEvents();
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        if (Game::_mouseLook) _window->SetCursorPos(0, 0);
+        glfw->PollEvents();
+    }
     std::thread server([&] {
         LoopClock clock(_serverLoop);
         TickPacer pacer(_options.server.rate);

@@ -77,7 +77,7 @@ private:
     std::atomic<uint64_t> _ticks{0};
     // Keys the host handles on the render loop.
     double _escapeSince = -1;
-    std::atomic<int> _f11Presses{0}, _f12Presses{0};
+    std::atomic<int> _f1Presses{0}, _f3Presses{0}, _f4Presses{0}, _f11Presses{0}, _f12Presses{0};
     bool _fullScreen = false;
     LoopTime _render, _game, _input, _serverLoop;
     double _processCpuAtStart = 0, _processCpuSeconds = 0;

@@ -25,6 +25,8 @@
 #include "game/graphics/GameRenderer.h"
 #include "game/graphics/LightSourceInstance.h"
 #include "game/input/Controller.h"
+#include "quorl/graphics/DynamicAsyncTexture.h"
+#include "quorl/vk/Sampler.h"
 
 using game::Game;
 using game::entity::ClientSideEntity;
@@ -43,6 +45,10 @@ demo::DroneCamera gCamera = StartCamera();
 
 std::shared_ptr<game::graphics::LightSourceInstance> gSun;
 std::unique_ptr<demo::DemoMonitor> gMonitor;
+// The monitor's screen on the GPU: texture gScreenTextureIndex of the renderer's list.
+std::shared_ptr<quorl::graphics::DynamicAsyncTexture> gScreenTexture;
+quorl::vk::Sampler gScreenSampler;
+uint32_t gScreenTextureIndex = 0;
 
 // Mouse travel of one window height turns the view by this much.
 constexpr double kLookRadians = 3.0;
@@ -81,11 +87,21 @@ void Game_Ready() {
     gSun = std::make_shared<game::graphics::LightSourceInstance>(-direction * 400.0f, 20.0f, direction, 0.0f,
                                                                  glm::vec3(1.0f, 0.95f, 0.85f), 1.0e6f);
     gMonitor = std::make_unique<demo::DemoMonitor>();
+    if (Game::renderer) {
+        quorl::vk::Device& device = Game::renderer->GetDevice();
+        gScreenSampler.Create(device, VK_FILTER_NEAREST, VK_SAMPLER_ADDRESS_MODE_CLAMP_TO_EDGE);
+        gScreenTexture = std::make_shared<quorl::graphics::DynamicAsyncTexture>(
+            device, demo::DemoMonitor::kWidth, demo::DemoMonitor::kHeight, "demo monitor");
+        gScreenTextureIndex = Game::renderer->AddTexture(gScreenTexture, gScreenSampler);
+    }
 }
 
+// No frame runs from here on; the renderer's own cleanup forgets the texture.
 void Game_Stop() {
     gSun.reset();
     gMonitor.reset();
+    gScreenTexture.reset();
+    gScreenSampler.Destroy();
 }
 
 void Input_Update_Play(double dt) {
@@ -111,7 +127,10 @@ void Renderer_FrameInit() {
 
 void Game_Update(double) {
     demo::DroneCamera camera = CameraNow();
-    if (gMonitor) gMonitor->Update();
+    if (gMonitor && gMonitor->Update() && gScreenTexture && Game::renderer) {
+        gScreenTexture->SetPixels(gMonitor->Rgba());
+        Game::renderer->PushTexture(gScreenTexture);
+    }
     if (Game::environmentAudio) {
         // What the renderer's rays would find around the camera, from the planet's own answer.
         game::audio::EnvironmentAudioData data;

@@ -21,23 +21,35 @@ std::vector<EntityPose> TakeSnapshot() {
     return poses;
 }
 
+namespace {
+// The client entities that snapshots made (game thread): only these are destroyed when their
+// server entity is gone, so that client-only entities of the module stay.
+std::unordered_set<game::entity::Id> gMirrored;
+}  // namespace
+
 void ApplySnapshot(const std::vector<EntityPose>& snapshot) {
     std::unordered_set<game::entity::Id> seen;
     for (const EntityPose& pose : snapshot) {
         seen.insert(pose.id);
         std::shared_ptr<ClientSideEntity> e = ClientSideEntity::Get(pose.id);
-        if (!e) e = ClientSideEntity::Create(pose.id, pose.moduleId, pose.type);
+        if (!e) {
+            e = ClientSideEntity::Create(pose.id, pose.moduleId, pose.type);
+            gMirrored.insert(pose.id);
+        }
         if (e->position != pose.position || e->rotation != pose.rotation) e->nodesMoved = true;
         e->position = pose.position;
         e->rotation = pose.rotation;
         e->velocity = pose.velocity;
         e->angularVelocity = pose.angularVelocity;
     }
-    std::vector<game::entity::Id> gone;
-    ClientSideEntity::ForEach([&](std::shared_ptr<ClientSideEntity> e) {
-        if (!seen.count(e->id) && e->moduleId.String() == kModuleText) gone.push_back(e->id);
-    });
-    for (const game::entity::Id& id : gone) ClientSideEntity::Destroy(id);
+    for (auto it = gMirrored.begin(); it != gMirrored.end();) {
+        if (seen.count(*it)) {
+            ++it;
+            continue;
+        }
+        ClientSideEntity::Destroy(*it);
+        it = gMirrored.erase(it);
+    }
 }
 
 void PostSnapshot() {

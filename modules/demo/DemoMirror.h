@@ -27,8 +27,8 @@ struct EntityPose {
 // Every server entity's pose (server thread).
 std::vector<EntityPose> TakeSnapshot();
 
-// Makes the client entities of new ids, moves the others, and destroys the demo's client
-// entities whose server entity is gone (game thread).
+// Makes the client entities of new ids, moves the others, and destroys the client entities it
+// made whose server entity is gone; client-only entities are left alone (game thread).
 void ApplySnapshot(const std::vector<EntityPose>& snapshot);
 
 // Posts the snapshot for the game thread when the demo's client half is loaded in this process;

@@ -44,6 +44,18 @@ bool DemoMonitor::Update(double now) {
     return true;
 }
 
+std::vector<uint8_t> DemoMonitor::Rgba() const {
+    std::vector<uint8_t> rgba(screen.pixels.size() * 4);
+    for (size_t i = 0; i < screen.pixels.size(); ++i) {
+        uint32_t argb = screen.pixels[i];
+        rgba[4 * i + 0] = uint8_t(argb >> 16);
+        rgba[4 * i + 1] = uint8_t(argb >> 8);
+        rgba[4 * i + 2] = uint8_t(argb);
+        rgba[4 * i + 3] = uint8_t(argb >> 24);
+    }
+    return rgba;
+}
+
 bool DemoMonitor::Update() {
     return Update(std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count());
 }

@@ -1,6 +1,8 @@
 #pragma once
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "game/QuorlScreen.h"
 
@@ -20,6 +22,8 @@ public:
     // true when it drew.
     bool Update(double now);
     bool Update();  // on the steady clock
+    // The screen's pixels as RGBA bytes, for a texture.
+    std::vector<uint8_t> Rgba() const;
     // The lines of the last drawing.
     static std::string Text(double unixSeconds, double tickRate, size_t bodies);
 

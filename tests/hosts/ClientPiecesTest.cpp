@@ -120,8 +120,11 @@ TEST(DemoMirror, ClientEntitiesFollowTheServerWorldThroughSnapshots) {
         e->deleteFilesOnDestroy = false;
     });
     ServerSideEntity::Destroy(victim);
+    // A client-only entity of the module (the monitor) is not the mirror's to remove.
+    game::entity::Id own = ClientSideEntity::Create(game::entity::Id::Generate("ENTT"), demo::ModuleId(), "monitor")->id;
     demo::ApplySnapshot(demo::TakeSnapshot());
     EXPECT_FALSE(ClientSideEntity::Get(victim));
+    EXPECT_TRUE(ClientSideEntity::Destroy(own));
     expectMirrored();
 
     // Without the client half in the process (a dedicated server) nothing is posted.

@@ -40,6 +40,14 @@ protected:
         env["XDG_CONFIG_HOME"] = (root / "config").string();
         env["XDG_PICTURES_DIR"] = (root / "pictures").string();
         env["ALSOFT_DRIVERS"] = "null";  // no sound card here
+        env["QUORL_VK_VALIDATION"] = "1";
+    }
+    void TearDown() override {
+        for (const auto& e : std::filesystem::directory_iterator(root)) {
+            if (e.path().extension() != ".err") continue;
+            EXPECT_EQ(testfiles::ReadAll(e.path()).find("Vulkan validation:"), std::string::npos) << e.path();
+        }
+        HostProcess::TearDown();
     }
     // An offscreen run of `frames` frames (one server tick each) at 160 x 90 with its last frame.
     Picture RunFrames(const std::string& name, int frames) {
@@ -69,6 +77,11 @@ TEST_F(ClientProcess, OffscreenFramesOfTheDemoWorldMatchTheirPicturesAndTheWorld
     // The next run goes on with the saved world, and the settings file was made on the first run.
     EXPECT_EQ(RunToEnd("again", {"--offscreen", "--frames", "2"}), 0) << Err("again");
     EXPECT_NE(Out("again").find("13 entities restored"), std::string::npos) << Out("again");
+    // The benchmark's table has a row per loop, each having run once per frame.
+    EXPECT_EQ(RunToEnd("bench", {"--benchmark", "--frames", "3", "--width", "64", "--height", "64"}), 0);
+    for (const char* row : {"\n  render ", "\n  game ", "\n  input ", "\n  server "})
+        EXPECT_NE(Out("bench").find(row), std::string::npos) << row << Out("bench");
+    EXPECT_NE(Out("bench").find("Stopping after 3 frames and 3 ticks"), std::string::npos) << Out("bench");
     EXPECT_NE(testfiles::ReadAll(root / "config" / "zendola" / "settings.ini").find("graphics_preset = 3"),
               std::string::npos);
 }
@@ -84,11 +97,13 @@ TEST_F(ClientProcess, BadInputIsRefusedWithAClearMessageAndTouchesNoFile) {
     EXPECT_NE(Err("nodisplay").find("run with --offscreen"), std::string::npos) << Err("nodisplay");
 
     env["VK_ICD_FILENAMES"] = env["VK_DRIVER_FILES"] = "/nonexistent.json";
+    env["QUORL_VK_VALIDATION"] = std::nullopt;  // the layer has no driver to check either
     EXPECT_EQ(RunToEnd("novulkan", {"--offscreen", "--frames", "2"}), 1);
     EXPECT_NE(Err("novulkan").find("cannot start the renderer: No Vulkan driver"), std::string::npos)
         << Err("novulkan");
     env.erase("VK_ICD_FILENAMES");
     env.erase("VK_DRIVER_FILES");
+    env["QUORL_VK_VALIDATION"] = "1";
 
     EXPECT_EQ(RunToEnd("nomodule", {"--offscreen", "--modules", "nosuch"}), 1);
     EXPECT_NE(Err("nomodule").find("no file"), std::string::npos) << Err("nomodule");
