@@ -47,6 +47,7 @@ struct Held {
 std::weak_ptr<InventoryUi::Item> gQuickTake;
 bool gDrawingHeld = false;  // Item::Draw is drawing the dragged copy at the mouse
 int gRadialFrame = -2;      // frame of the last ConfigureWithRadialMenu
+ImGuiContext* gRadialContext = nullptr;  // and the context whose frame that was
 
 constexpr size_t kDefaultCols = 8;
 
@@ -191,8 +192,10 @@ void InventoryUi::Tool::ConfigureWithRadialMenu(int* value, int minimum, int max
     QUORL_ASSERT(value);
     if (maximum < minimum) std::swap(minimum, maximum);
     const int frame = ImGui::GetFrameCount();
-    const bool opening = gRadialFrame < frame - 1;
+    const bool opening =
+        gRadialContext != ImGui::GetCurrentContext() || (gRadialFrame != frame - 1 && gRadialFrame != frame);
     gRadialFrame = frame;
+    gRadialContext = ImGui::GetCurrentContext();
     if (opening) {
         dx = dy = 0;
         ImGui::OpenPopup(RadialPopup);
@@ -381,14 +384,17 @@ void InventoryUi::Draw() {
     const float pitch = slotSize + slotSpacing;
     _headerHeight = ImGui::GetFontSize() + 2 * style.FramePadding.y + style.WindowPadding.y +
                     ImGui::GetFrameHeight() + style.ItemSpacing.y;
+    // At first up to kDefaultCols columns, as many as the screen is wide.
+    const size_t fit = size_t(std::max(1.0f, (io.DisplaySize.x - 2 * style.WindowPadding.x) / pitch));
+    const size_t cols = std::clamp<size_t>(std::min<size_t>(_capacity, fit), 1, kDefaultCols);
+    const float width = float(cols) * pitch + 2 * style.WindowPadding.x;
     if (!_positionSet) {
         // First appearance: centred, above the bottom edge.
-        const float width = float(kDefaultCols) * pitch + 2 * style.WindowPadding.x;
-        const float rows = std::ceil(float(_capacity) / float(kDefaultCols));
+        const float rows = std::ceil(float(_capacity) / float(cols));
         const float height = _headerHeight + rows * pitch + style.WindowPadding.y;
         SetPosition(ImVec2((io.DisplaySize.x - width) / 2, io.DisplaySize.y - DefaultSpawnBottomOffset - height));
     }
-    ImGui::SetNextWindowSize(ImVec2(float(kDefaultCols) * pitch + 2 * style.WindowPadding.x, 0), ImGuiCond_FirstUseEver);
+    ImGui::SetNextWindowSize(ImVec2(width, 0), ImGuiCond_FirstUseEver);
     if (_position.x != _windowPos.x || _position.y != _windowPos.y) ImGui::SetNextWindowPos(_position);
     ImGui::SetNextWindowSizeConstraints(ImVec2(pitch + 2 * style.WindowPadding.x, 0), ImVec2(FLT_MAX, FLT_MAX),
                                         &SizeConstraint, this);
@@ -401,6 +407,7 @@ void InventoryUi::Draw() {
     std::unique_lock lock(_mutex);
     // A drag of the title bar moves the window; it stays inside the viewport.
     ImVec2 at = ImGui::GetWindowPos();
+    const bool firstLayout = _windowSize.x <= 0;  // items made before it appear in place
     _windowSize = ImGui::GetWindowSize();
     const ImVec2 kept(std::clamp(at.x, 0.0f, std::max(0.0f, io.DisplaySize.x - _windowSize.x)),
                       std::clamp(at.y, 0.0f, std::max(0.0f, io.DisplaySize.y - _windowSize.y)));
@@ -416,7 +423,7 @@ void InventoryUi::Draw() {
     if (ImGui::Button(" clear ")) _search.clear();
     _gridOrigin = ImGui::GetCursorPos();
 
-    const float follow = std::min(1.0f, io.DeltaTime * 12.0f);  // slide towards the slot
+    const float follow = firstLayout ? 1.0f : std::min(1.0f, io.DeltaTime * 12.0f);  // slide towards the slot
     for (size_t i = 0; i < items.size(); ++i) {
         if (!items[i]) continue;
         items[i]->targetPos = GetSlotPos(i);
@@ -634,7 +641,8 @@ void InventoryUi::UpdateUi() {
         if (item->GetInventory()) QuickTakeItem(item);
     }
     // The dial closes in the first frame its owner no longer asks for it.
-    if (gRadialFrame >= 0 && gRadialFrame < ImGui::GetFrameCount() - 1) {
+    const bool radialAsked = gRadialContext == ImGui::GetCurrentContext() && gRadialFrame >= ImGui::GetFrameCount() - 1;
+    if (gRadialFrame >= 0 && !radialAsked) {
         gRadialFrame = -2;
         if (ImGui::BeginPopupModal(RadialPopup, nullptr, ImGuiWindowFlags_NoDecoration)) {
             ImGui::CloseCurrentPopup();

@@ -10,11 +10,19 @@
 #include <imgui.h>
 #include <imgui_internal.h>
 
+#include <stb_image.h>
+
+#include "GoldenImage.h"
+#include "VulkanTest.h"
 #include "engine/audio/WaveCapture.h"
 #include "game/Game.h"
+#include "game/ModuleTestFixture.h"
+#include "game/graphics/GameRenderer.h"
+#include "game/graphics/ui/ImGuiBackend.h"
 #include "game/Inventory.h"
 #include "game/Item.h"
 #include "game/graphics/ui/InventoryUi.h"
+#include "quorl/graphics/Window.h"
 
 using game::Game;
 using game::graphics::ui::InventoryUi;
@@ -295,6 +303,43 @@ TEST_F(InventoryUiTest, RadialMenuFollowsTheMouseAndTicks) {
     Frame(kAway);
     EXPECT_FALSE(ImGui::IsPopupOpen("", kAnyPopup));
     std::filesystem::current_path(previous);
+}
+
+using InventoryUiGolden = VulkanTestOf<ModuleTestBase>;
+
+// A backpack with items as the renderer's overlay shows it.
+TEST_F(InventoryUiGolden, GridWithItems) {
+    quorl::graphics::Window window;
+    game::graphics::GameRenderer r(&window, "InventoryUiGolden", 1, quorl::vk::PhysicalDevice::Features{}, {320, 180});
+    r.Imgui().fixedDeltaTime = 1.0f / 60.0f;
+    r.showCrosshair = false;
+    Game::renderer = &r;
+    Game::settings = nullptr;
+    Game::SetupUiStyle();
+    game::Inventory host(10);
+    host.Put(0, game::Item(kDemo, "ore", 3));
+    host.Put(1, game::Item(kDemo, "ice", 1, {{"purity", "0.5"}}));
+    host.Put(4, game::Item(kDemo, "gel", 12));
+    Ptr backpack = InventoryUi::Create("Backpack", 10);
+    backpack->slotSize = 40, backpack->slotSpacing = 4;
+    backpack->SetPosition(ImVec2(8, 8));
+    backpack->UpdateInventory(host);
+    backpack->Show();
+    for (int i = 0; i < 3; ++i) ASSERT_TRUE(r.Frame());
+
+    const std::string path = std::string(ZENDOLA_BINARY_DIR) + "/test-output/inventory_items.png";
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    ASSERT_TRUE(r.SaveImage(r.GetOutputVkImage(), {0, 0}, r.GetOutputImageExtent(), r.GetOutputImageFormat(),
+                            r.OutputFinalLayout(), path));
+    int w = 0, h = 0, n = 0;
+    stbi_uc* png = stbi_load(path.c_str(), &w, &h, &n, 4);
+    ASSERT_NE(png, nullptr);
+    const std::vector<uint8_t> pixels(png, png + size_t(w) * size_t(h) * 4);
+    stbi_image_free(png);
+    EXPECT_TRUE(MatchesGolden("inventory_items", pixels, 320, 180));
+    Game::renderer = nullptr;
+    std::lock_guard lock(InventoryUi::_inventoriesMutex);
+    InventoryUi::_inventories.clear();
 }
 
 }  // namespace
