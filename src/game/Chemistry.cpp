@@ -5,6 +5,7 @@
 #include <mutex>
 #include <shared_mutex>
 
+#include "game/AssertSites.h"
 #include "quorl/Assert.h"
 #include "quorl/SharedMutex.h"
 
@@ -298,7 +299,7 @@ double Molecule::GetMaximumLiquidDensity() const {
         if (number >= Element::elements.size()) continue;
         atomicVolume += kFourThirdsPi * std::pow(count * kAtomRadius, 3);
     }
-    QUORL_ASSERT_AT(atomicVolume > 0, "src/game/Chemistry", 109);
+    CheckSite(atomicVolume > 0, assert_sites::kMoleculeVolume);
     const double density = Mass() / atomicVolume;
     // Whoever stored first wins, as if the calls had come one after the other.
     std::unique_lock lock(TablesMutex());

@@ -1,10 +1,12 @@
 #include "game/QuorlCodeEditor.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <stdexcept>
 #include <unordered_map>
 
+#include "game/QuorlCodeNodeKinds.h"
 #include "game/QuorlCodeNodes.h"
 
 namespace game::QuorlCodeEditor {
@@ -83,60 +85,101 @@ Editor::QuorlNode* ParseVar(const std::string& title) {
     return new Editor::VarNumberNode(title, name);
 }
 
-using Factory = std::function<Editor::QuorlNode*(const std::string&, const std::vector<UniqueId>&)>;
-
-const std::unordered_map<std::string, Factory>& CreateKeys() {
-    using E = Editor;
-    using Ins = std::vector<UniqueId>;
-    static const std::unordered_map<std::string, Factory> keys = {
-        {"expression", [](const std::string& t, const Ins& in) { return new E::ExpressionNode(t, in); }},
-        {"statement", [](const std::string& t, const Ins& in) { return new E::StatementNode(t, in); }},
-        {"Conditional", [](const std::string& t, const Ins&) { return new E::ConditionalNode(t); }},
-        {"execute", [](const std::string& t, const Ins& in) { return new E::ExecuteNode(t, in); }},
-        {"switch", [](const std::string& t, const Ins& in) { return new E::SwitchNode(t, in); }},
-        {"delay", [](const std::string& t, const Ins&) { return new E::DelayNode(t); }},
-        {"blinker", [](const std::string& t, const Ins&) { return new E::BlinkerNode(t); }},
-        {"counter", [](const std::string& t, const Ins&) { return new E::CounterNode(t); }},
-        {"smooth", [](const std::string& t, const Ins&) { return new E::SmoothNode(t); }},
-        {"pulse", [](const std::string& t, const Ins&) { return new E::PulseNode(t); }},
-        {"pulse toggle", [](const std::string& t, const Ins&) { return new E::PulseToggleNode(t); }},
-        {"time", [](const std::string& t, const Ins&) { return new E::TimeNode(t); }},
-        {"print", [](const std::string& t, const Ins& in) { return new E::PrintNode(t, in); }},
-        {"text", [](const std::string& t, const Ins& in) { return new E::TextNode(t, in); }},
-        {"PID Controller", [](const std::string& t, const Ins&) { return new E::PIDControllerNode(t); }},
-        {"include", [](const std::string& t, const Ins&) { return new E::IncludeNode(t); }},
-#define QUORL_MATH_KEY(NAME, N) {#NAME, [](const std::string&, const Ins&) { return new E::MathNode_##NAME(); }},
-        QUORL_MATH_NODES(QUORL_MATH_KEY)
-#undef QUORL_MATH_KEY
-        // Older graphs spelt it so.
-        {"SUBSTRACT", [](const std::string&, const Ins&) { return new E::MathNode_SUBTRACT(); }},
-    };
-    return keys;
+template <class Kind>
+Editor::QuorlNode* Titled(const std::string& title, const std::vector<UniqueId>&) {
+    return new Kind(title);
 }
-
-using JsonFactory = std::function<Editor::QuorlNode*(const json&)>;
-
-const std::unordered_map<std::string, JsonFactory>& JsonTypes() {
-    using E = Editor;
-    static const std::unordered_map<std::string, JsonFactory> types = {
-#define QUORL_JSON_TYPE(CLASS) {#CLASS, [](const json& j) { return new E::CLASS(j); }},
-        QUORL_JSON_TYPE(InputNode) QUORL_JSON_TYPE(OutputNode) QUORL_JSON_TYPE(ConstNumberNode)
-        QUORL_JSON_TYPE(ConstTextNode) QUORL_JSON_TYPE(VarNumberNode) QUORL_JSON_TYPE(VarTextNode)
-        QUORL_JSON_TYPE(ExpressionNode) QUORL_JSON_TYPE(StatementNode) QUORL_JSON_TYPE(ConditionalNode)
-        QUORL_JSON_TYPE(ExecuteNode) QUORL_JSON_TYPE(SwitchNode) QUORL_JSON_TYPE(DelayNode)
-        QUORL_JSON_TYPE(BlinkerNode) QUORL_JSON_TYPE(CounterNode) QUORL_JSON_TYPE(SmoothNode)
-        QUORL_JSON_TYPE(PulseNode) QUORL_JSON_TYPE(PulseToggleNode) QUORL_JSON_TYPE(BasicNumberNode)
-        QUORL_JSON_TYPE(TimeNode) QUORL_JSON_TYPE(PrintNode) QUORL_JSON_TYPE(TextNode)
-        QUORL_JSON_TYPE(PIDControllerNode) QUORL_JSON_TYPE(IncludeNode) QUORL_JSON_TYPE(CommentNode)
-#undef QUORL_JSON_TYPE
-#define QUORL_MATH_TYPE(NAME, N) {"MathNode_" #NAME, [](const json& j) { return new E::MathNode_##NAME(j); }},
-        QUORL_MATH_NODES(QUORL_MATH_TYPE)
-#undef QUORL_MATH_TYPE
-    };
-    return types;
+template <class Kind>
+Editor::QuorlNode* TitledWithInputs(const std::string& title, const std::vector<UniqueId>& inputs) {
+    return new Kind(title, inputs);
+}
+template <class Kind>
+Editor::QuorlNode* Math(const std::string&, const std::vector<UniqueId>&) {
+    return new Kind();
+}
+template <class Kind>
+Editor::QuorlNode* Loaded(const json& j) {
+    return new Kind(j);
 }
 
 }  // namespace
+
+const std::vector<NodeKind>& NodeKinds() {
+    using E = Editor;
+    using T = NodeText;
+    using D = NodeDeclaration;
+    // clang-format off
+    static const std::vector<NodeKind> kinds = {
+        // Made from a pattern of the title, or by the menu with a name of its own.
+        {"InputNode",         nullptr, nullptr, false, nullptr, Loaded<E::InputNode>,         T::Input, D::None},
+        {"OutputNode",        nullptr, nullptr, false, nullptr, Loaded<E::OutputNode>,        T::None,  D::Output},
+        {"ConstNumberNode",   nullptr, nullptr, false, nullptr, Loaded<E::ConstNumberNode>,   T::Name,  D::NumberConstant},
+        {"ConstTextNode",     nullptr, nullptr, false, nullptr, Loaded<E::ConstTextNode>,     T::Name,  D::TextConstant},
+        {"VarNumberNode",     nullptr, nullptr, false, nullptr, Loaded<E::VarNumberNode>,     T::Name,  D::NumberVariable},
+        {"VarTextNode",       nullptr, nullptr, false, nullptr, Loaded<E::VarTextNode>,       T::Name,  D::TextVariable},
+        {"CommentNode",       nullptr, nullptr, false, nullptr, Loaded<E::CommentNode>,       T::None,  D::None},
+        {"BasicNumberNode",   nullptr, nullptr, false, nullptr, Loaded<E::BasicNumberNode>,   T::None,  D::None},
+        {"PrintNode", "print", nullptr, false, TitledWithInputs<E::PrintNode>, Loaded<E::PrintNode>, T::None, D::Print},
+#define QUORL_MATH_ROW(NAME, GROUP, SEPARATED) \
+        {"MathNode_" #NAME, #NAME, GROUP "/" #NAME, SEPARATED, Math<E::MathNode_##NAME>, Loaded<E::MathNode_##NAME>, T::Math, D::None},
+        QUORL_MATH_ROW(ADD, "Math", false) QUORL_MATH_ROW(SUBTRACT, "Math", false)
+        QUORL_MATH_ROW(MULTIPLY, "Math", false) QUORL_MATH_ROW(DIVIDE, "Math", false)
+        QUORL_MATH_ROW(ABSOLUTE, "Math", true) QUORL_MATH_ROW(NEGATIVE, "Math", false)
+        QUORL_MATH_ROW(MODULO, "Math", false)
+        QUORL_MATH_ROW(FLOOR, "Math", true) QUORL_MATH_ROW(CEIL, "Math", false) QUORL_MATH_ROW(ROUND, "Math", false)
+        QUORL_MATH_ROW(FRACT, "Math", false) QUORL_MATH_ROW(SIGN, "Math", false)
+        QUORL_MATH_ROW(POW, "Math", true) QUORL_MATH_ROW(LOG, "Math", false) QUORL_MATH_ROW(SQRT, "Math", false)
+        QUORL_MATH_ROW(CLAMP, "Math", true) QUORL_MATH_ROW(STEP, "Math", false)
+        QUORL_MATH_ROW(SMOOTHSTEP, "Math", false) QUORL_MATH_ROW(LERP, "Math", false)
+        QUORL_MATH_ROW(SIN, "Math", true) QUORL_MATH_ROW(COS, "Math", false) QUORL_MATH_ROW(TAN, "Math", false)
+        QUORL_MATH_ROW(ASIN, "Math", false) QUORL_MATH_ROW(ACOS, "Math", false) QUORL_MATH_ROW(ATAN, "Math", false)
+        QUORL_MATH_ROW(EQUAL, "Compare", false) QUORL_MATH_ROW(GREATER, "Compare", false)
+        QUORL_MATH_ROW(LESSER, "Compare", false)
+        QUORL_MATH_ROW(AND, "Boolean", false) QUORL_MATH_ROW(OR, "Boolean", false) QUORL_MATH_ROW(XOR, "Boolean", false)
+        QUORL_MATH_ROW(NOT, "Boolean", false)
+#undef QUORL_MATH_ROW
+        {"ExpressionNode", "expression", "Functions/Expression", false, TitledWithInputs<E::ExpressionNode>, Loaded<E::ExpressionNode>, T::Expression, D::None},
+        {"SwitchNode", "switch", "Functions/Switch", false, TitledWithInputs<E::SwitchNode>, Loaded<E::SwitchNode>, T::Switch, D::None},
+        {"CounterNode", "counter", "Functions/Counter", false, Titled<E::CounterNode>, Loaded<E::CounterNode>, T::Counter, D::None},
+        {"PulseNode", "pulse", "Functions/Pulse", false, Titled<E::PulseNode>, Loaded<E::PulseNode>, T::Pulse, D::None},
+        {"PulseToggleNode", "pulse toggle", "Functions/PulseToggle", false, Titled<E::PulseToggleNode>, Loaded<E::PulseToggleNode>, T::PulseToggle, D::None},
+        {"TextNode", "text", "Functions/Text", false, TitledWithInputs<E::TextNode>, Loaded<E::TextNode>, T::Text, D::None},
+        {"PIDControllerNode", "PID Controller", "Functions/PIDController", false, Titled<E::PIDControllerNode>, Loaded<E::PIDControllerNode>, T::PID, D::None},
+        {"StatementNode", "statement", "Execution/Statement", false, TitledWithInputs<E::StatementNode>, Loaded<E::StatementNode>, T::Statement, D::None},
+        {"ConditionalNode", "Conditional", "Execution/Conditional", false, Titled<E::ConditionalNode>, Loaded<E::ConditionalNode>, T::Conditional, D::None},
+        {"ExecuteNode", "execute", "Execution/Execute", false, TitledWithInputs<E::ExecuteNode>, Loaded<E::ExecuteNode>, T::None, D::Execute},
+        {"IncludeNode", "include", "Execution/Include", false, Titled<E::IncludeNode>, Loaded<E::IncludeNode>, T::None, D::Include},
+        {"TimeNode", "time", "Timing/Time", false, Titled<E::TimeNode>, Loaded<E::TimeNode>, T::Time, D::None},
+        {"DelayNode", "delay", "Timing/Delay", false, Titled<E::DelayNode>, Loaded<E::DelayNode>, T::Delay, D::None},
+        {"BlinkerNode", "blinker", "Timing/Blinker", false, Titled<E::BlinkerNode>, Loaded<E::BlinkerNode>, T::Blinker, D::None},
+        {"SmoothNode", "smooth", "Timing/Smooth", false, Titled<E::SmoothNode>, Loaded<E::SmoothNode>, T::Smooth, D::None},
+    };
+    // clang-format on
+    return kinds;
+}
+
+const NodeKind* NodeKindOfType(const std::string& type) {
+    static const std::unordered_map<std::string, const NodeKind*> byType = [] {
+        std::unordered_map<std::string, const NodeKind*> map;
+        for (const NodeKind& kind : NodeKinds()) map.emplace(kind.type, &kind);
+        return map;
+    }();
+    auto it = byType.find(type);
+    return it == byType.end() ? nullptr : it->second;
+}
+
+const NodeKind* NodeKindOfKey(const std::string& key) {
+    static const std::unordered_map<std::string, const NodeKind*> byKey = [] {
+        std::unordered_map<std::string, const NodeKind*> map;
+        for (const NodeKind& kind : NodeKinds())
+            if (kind.key) map.emplace(kind.key, &kind);
+        // Older graphs spelt it so.
+        map.emplace("SUBSTRACT", map.at("SUBTRACT"));
+        return map;
+    }();
+    auto it = byKey.find(key);
+    return it == byKey.end() ? nullptr : it->second;
+}
 
 Node* Editor::CreateNode(const std::string& title, ImVec2 pos, const std::vector<UniqueId>& inputs) {
     if (readOnly) return nullptr;
@@ -152,9 +195,8 @@ Node* Editor::CreateNode(const std::string& title, ImVec2 pos, const std::vector
     } else if (title.compare(0, 5, "var $") == 0) {
         node = ParseVar(title);
     } else {
-        const auto& keys = CreateKeys();
-        auto it = keys.find(title);
-        node = it != keys.end() ? it->second(title, inputs) : new CommentNode(title);
+        const NodeKind* kind = NodeKindOfKey(title);
+        node = kind ? kind->create(title, inputs) : new CommentNode(title);
     }
     if (!node) return nullptr;
     node->pos = pos;
@@ -171,9 +213,8 @@ Node* Editor::DeserializeNode(const json& j) {
         node = new MathNode_SUBTRACT(renamed);
         node->type = "MathNode_SUBTRACT";
     } else {
-        const auto& types = JsonTypes();
-        auto it = types.find(type);
-        node = it != types.end() ? it->second(j) : new CommentNode(j);
+        const NodeKind* kind = NodeKindOfType(type);
+        node = kind ? kind->load(j) : new CommentNode(j);
     }
     FillChannelNames(node);
     return node;
@@ -230,14 +271,6 @@ void Editor::ContextMenu(ImVec2 pos) {
     auto leaf = [&](const char* label, const std::string& key) {
         if (ImGui::MenuItem(label)) place(key);
     };
-    auto words = [&](std::initializer_list<const char*> list) {
-        for (const char* w : list) {
-            if (*w == 0)
-                ImGui::Separator();
-            else
-                leaf(w, w);
-        }
-    };
     leaf("Constant Number", "const $" + GetNextNumberConstantName());
     leaf("Constant Text", "const $" + GetNextTextConstantName());
     leaf("Variable Number", "var $" + GetNextNumberVariableName());
@@ -263,42 +296,21 @@ void Editor::ContextMenu(ImVec2 pos) {
         }
         ImGui::EndMenu();
     }
-    if (ImGui::BeginMenu("Math")) {
-        words({"ADD", "SUBTRACT", "MULTIPLY", "DIVIDE", "", "ABSOLUTE", "NEGATIVE", "MODULO", "", "FLOOR", "CEIL",
-               "ROUND", "FRACT", "SIGN", "", "POW", "LOG", "SQRT", "", "CLAMP", "STEP", "SMOOTHSTEP", "LERP", "",
-               "SIN", "COS", "TAN", "ASIN", "ACOS", "ATAN"});
-        ImGui::EndMenu();
+    // The fixed entries, group by group in the table's order.
+    std::vector<std::string> groups;
+    for (const NodeKind& kind : NodeKinds()) {
+        if (!kind.menu) continue;
+        const std::string menu = kind.menu, group = menu.substr(0, menu.find('/'));
+        if (std::find(groups.begin(), groups.end(), group) == groups.end()) groups.push_back(group);
     }
-    if (ImGui::BeginMenu("Compare")) {
-        words({"EQUAL", "GREATER", "LESSER"});
-        ImGui::EndMenu();
-    }
-    if (ImGui::BeginMenu("Boolean")) {
-        words({"AND", "OR", "XOR", "NOT"});
-        ImGui::EndMenu();
-    }
-    if (ImGui::BeginMenu("Functions")) {
-        leaf("Expression", "expression");
-        leaf("Switch", "switch");
-        leaf("Counter", "counter");
-        leaf("Pulse", "pulse");
-        leaf("PulseToggle", "pulse toggle");
-        leaf("Text", "text");
-        leaf("PIDController", "PID Controller");
-        ImGui::EndMenu();
-    }
-    if (ImGui::BeginMenu("Execution")) {
-        leaf("Statement", "statement");
-        leaf("Conditional", "Conditional");
-        leaf("Execute", "execute");
-        leaf("Include", "include");
-        ImGui::EndMenu();
-    }
-    if (ImGui::BeginMenu("Timing")) {
-        leaf("Time", "time");
-        leaf("Delay", "delay");
-        leaf("Blinker", "blinker");
-        leaf("Smooth", "smooth");
+    for (const std::string& group : groups) {
+        if (!ImGui::BeginMenu(group.c_str())) continue;
+        for (const NodeKind& kind : NodeKinds()) {
+            const std::string menu = kind.menu ? kind.menu : "";
+            if (menu.compare(0, group.size() + 1, group + "/") != 0) continue;
+            if (kind.separated) ImGui::Separator();
+            leaf(menu.c_str() + group.size() + 1, kind.key);
+        }
         ImGui::EndMenu();
     }
 }

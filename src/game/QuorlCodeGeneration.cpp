@@ -10,6 +10,7 @@
 #include <unordered_set>
 
 #include "game/QuorlCodeEditor.h"
+#include "game/QuorlCodeNodeKinds.h"
 #include "game/QuorlCodeNodes.h"
 
 namespace game::QuorlCodeEditor {
@@ -119,26 +120,47 @@ public:
             auto* q = dynamic_cast<QuorlNode*>(n);
             if (!q) continue;
             list.push_back(q->Serialize());
-            if (auto* c = dynamic_cast<Editor::ConstNumberNode*>(q)) {
-                char buffer[32];
-                int len = std::snprintf(buffer, sizeof buffer, "%f", c->value);
-                std::string value(size_t(len), '\0');
-                std::snprintf(value.data(), value.size() + 1, "%f", c->value);
-                Add(numberConstants, "const $" + c->name + " = " + value);
-            } else if (auto* c = dynamic_cast<Editor::ConstTextNode*>(q)) {
-                Add(textConstants, "const $" + c->name + " = \"" + c->value + "\"");
-            } else if (auto* v = dynamic_cast<Editor::VarNumberNode*>(q)) {
-                if (v->inputs.size() == 3) Variable(v, v->name, false);
-            } else if (auto* v = dynamic_cast<Editor::VarTextNode*>(q)) {
-                if (v->inputs.size() == 3) Variable(v, v->name, true);
-            } else if (auto* o = dynamic_cast<Editor::OutputNode*>(q)) {
-                if (!o->inputs.empty()) Output(o);
-            } else if (auto* p = dynamic_cast<Editor::PrintNode*>(q)) {
-                if (!p->inputs.empty()) Print(p);
-            } else if (auto* x = dynamic_cast<Editor::ExecuteNode*>(q)) {
-                if (!x->inputs.empty()) Execute(x);
-            } else if (auto* i = dynamic_cast<Editor::IncludeNode*>(q)) {
-                if (!i->filename.empty()) Add(includes, "include \"" + i->filename + "\"");
+            const NodeKind* kind = NodeKindOfType(q->type);
+            switch (kind ? kind->declaration : NodeDeclaration::None) {
+                case NodeDeclaration::NumberConstant: {
+                    auto* c = static_cast<Editor::ConstNumberNode*>(q);
+                    char buffer[32];
+                    int len = std::snprintf(buffer, sizeof buffer, "%f", c->value);
+                    std::string value(size_t(len), '\0');
+                    std::snprintf(value.data(), value.size() + 1, "%f", c->value);
+                    Add(numberConstants, "const $" + c->name + " = " + value);
+                    break;
+                }
+                case NodeDeclaration::TextConstant: {
+                    auto* c = static_cast<Editor::ConstTextNode*>(q);
+                    Add(textConstants, "const $" + c->name + " = \"" + c->value + "\"");
+                    break;
+                }
+                case NodeDeclaration::NumberVariable: {
+                    auto* v = static_cast<Editor::VarNumberNode*>(q);
+                    if (v->inputs.size() == 3) Variable(v, v->name, false);
+                    break;
+                }
+                case NodeDeclaration::TextVariable: {
+                    auto* v = static_cast<Editor::VarTextNode*>(q);
+                    if (v->inputs.size() == 3) Variable(v, v->name, true);
+                    break;
+                }
+                case NodeDeclaration::Output:
+                    if (!q->inputs.empty()) Output(static_cast<Editor::OutputNode*>(q));
+                    break;
+                case NodeDeclaration::Print:
+                    if (!q->inputs.empty()) Print(static_cast<Editor::PrintNode*>(q));
+                    break;
+                case NodeDeclaration::Execute:
+                    if (!q->inputs.empty()) Execute(static_cast<Editor::ExecuteNode*>(q));
+                    break;
+                case NodeDeclaration::Include: {
+                    auto* i = static_cast<Editor::IncludeNode*>(q);
+                    if (!i->filename.empty()) Add(includes, "include \"" + i->filename + "\"");
+                    break;
+                }
+                case NodeDeclaration::None: break;
             }
         }
     }
@@ -287,35 +309,36 @@ private:
         using E = Editor;
         // The node kinds with fixed pins always have them; the padding only guards the indexing.
         if (p.size() < 8 && !dynamic_cast<E::QuorlNodeWithVariableInputCount*>(node)) p.resize(8, "0");
-        if (auto* in = dynamic_cast<E::InputNode*>(node)) return Input(in);
-        if (auto* c = dynamic_cast<E::ConstNumberNode*>(node)) return "$" + c->name;
-        if (auto* c = dynamic_cast<E::ConstTextNode*>(node)) return "$" + c->name;
-        if (auto* v = dynamic_cast<E::VarNumberNode*>(node)) return "$" + v->name;
-        if (auto* v = dynamic_cast<E::VarTextNode*>(node)) return "$" + v->name;
-        if (auto* x = dynamic_cast<E::ExpressionNode*>(node)) {
-            const std::string n = "$_expr" + std::to_string(expressionCounter++);
-            Add(update, "var " + n + " = " + Substitute(x->code, p));
-            return n;
+        const NodeKind* kind = NodeKindOfType(node->type);
+        switch (kind ? kind->text : NodeText::None) {
+            case NodeText::Input: return Input(static_cast<E::InputNode*>(node));
+            case NodeText::Name: return "$" + dynamic_cast<NamedNodeEditing&>(*node).name;
+            case NodeText::Expression: {
+                const std::string n = "$_expr" + std::to_string(expressionCounter++);
+                Add(update, "var " + n + " = " + Substitute(static_cast<E::ExpressionNode*>(node)->code, p));
+                return n;
+            }
+            case NodeText::Statement: return Substitute(static_cast<E::StatementNode*>(node)->code, p);
+            case NodeText::Conditional: return Conditional(p);
+            case NodeText::Switch: return Switch(static_cast<E::SwitchNode*>(node), p);
+            case NodeText::Delay: return Delay(p);
+            case NodeText::Blinker: return Blinker(p);
+            case NodeText::Counter: return Counter(node, p);
+            case NodeText::Smooth: return Smooth(p);
+            case NodeText::Pulse: return Pulse(node, p, false);
+            case NodeText::PulseToggle: return Pulse(node, p, true);
+            case NodeText::Time: return "time";
+            case NodeText::Text: {
+                const std::string n = "$_text" + std::to_string(textCounter++);
+                std::string line = "var " + n + " = text(\"" + static_cast<E::TextNode*>(node)->format + "\"";
+                for (const std::string& a : p) line += ", " + a;
+                Add(update, line + ")");
+                return n;
+            }
+            case NodeText::Math: return MathText(node->title, p);
+            case NodeText::PID: return PID(node, p);
+            case NodeText::None: break;
         }
-        if (auto* s = dynamic_cast<E::StatementNode*>(node)) return Substitute(s->code, p);
-        if (dynamic_cast<E::ConditionalNode*>(node)) return Conditional(p);
-        if (auto* s = dynamic_cast<E::SwitchNode*>(node)) return Switch(s, p);
-        if (dynamic_cast<E::DelayNode*>(node)) return Delay(p);
-        if (dynamic_cast<E::BlinkerNode*>(node)) return Blinker(p);
-        if (dynamic_cast<E::CounterNode*>(node)) return Counter(node, p);
-        if (dynamic_cast<E::SmoothNode*>(node)) return Smooth(p);
-        if (dynamic_cast<E::PulseNode*>(node))
-            return Pulse(node, p, dynamic_cast<E::PulseToggleNode*>(node) != nullptr);
-        if (dynamic_cast<E::TimeNode*>(node)) return "time";
-        if (auto* t = dynamic_cast<E::TextNode*>(node)) {
-            const std::string n = "$_text" + std::to_string(textCounter++);
-            std::string line = "var " + n + " = text(\"" + t->format + "\"";
-            for (const std::string& a : p) line += ", " + a;
-            Add(update, line + ")");
-            return n;
-        }
-        if (dynamic_cast<E::MathNode*>(node)) return MathText(node->title, p);
-        if (dynamic_cast<E::PIDControllerNode*>(node)) return PID(node, p);
         return std::string();
     }
 

@@ -12,7 +12,7 @@
 #include <thread>
 #include <utility>
 
-#include "quorl/Assert.h"
+#include "quorl/DebugAssert.h"
 #include "quorl/cpu/Profiler.h"
 
 namespace game {
@@ -79,6 +79,7 @@ bool QuorlScreen::InFrame(int64_t x, int64_t y, size_t& index) const {
 void QuorlScreen::Plot(int64_t x, int64_t y, uint32_t color) {
     size_t i;
     if (!InFrame(x, y, i)) return;
+    QUORL_DEBUG_ASSERT(i < pixels.size());
     pixels[i] = Blend(pixels[i], color);
     _dirty = true;
 }
@@ -142,6 +143,7 @@ void QuorlScreen::FillImpl(int64_t x, int64_t y, uint32_t color, int64_t w, int6
     const int64_t x0 = std::max<int64_t>(x, 0), x1 = std::min<int64_t>(x + w, width);
     const int64_t y0 = std::max<int64_t>(y, 0), y1 = std::min<int64_t>(y + h, height);
     if (x0 >= x1 || y0 >= y1) return;
+    QUORL_DEBUG_ASSERT(x0 >= 0 && y0 >= 0 && x1 <= int64_t(width) && y1 <= int64_t(height));
     const bool opaque = (color >> 24) > 254;
     for (int64_t row = y0; row < y1; ++row) {
         // Second clip against the vector, which may be shorter than the frame says.

@@ -1,17 +1,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <stdexcept>
-#include <thread>
 
 #include "quorl/Assert.h"
+#include "quorl/DebugAssert.h"
 #include "quorl/Base16.h"
 #include "quorl/FPSCounter.h"
 #include "quorl/String.h"
 #include "quorl/Timer.h"
-#include "quorl/cpu/ThreadPool.h"
 
 #define ZENDOLA_TEST_LIMIT 3
 TEST(Assert, PrintsUnexpandedExpressionRelativePathAndLine) {
@@ -22,6 +20,19 @@ TEST(Assert, PrintsUnexpandedExpressionRelativePathAndLine) {
     EXPECT_DEATH(QUORL_ASSERT_AT(false, "src/game/input/Controller", 443),
                  "ASSERTION FAILED: \\(false\\) in src/game/input/Controller:443");
     QUORL_ASSERT(true);
+}
+
+// The debug tier checks in dev and sanitizer builds and is compiled out of release builds,
+// where its expression is not even evaluated.
+TEST(Assert, DebugTierOnlyOutsideReleaseBuilds) {
+    int evaluated = 0;
+    QUORL_DEBUG_ASSERT(++evaluated > 0);
+#ifdef NDEBUG
+    EXPECT_EQ(evaluated, 0);
+#else
+    EXPECT_EQ(evaluated, 1);
+    EXPECT_DEATH(QUORL_DEBUG_ASSERT(evaluated == 2), "ASSERTION FAILED: \\(evaluated == 2\\)");
+#endif
 }
 
 TEST(Base16, RoundTripAndErrors) {
@@ -73,27 +84,3 @@ TEST(Timer, RunsStopsAndFreezes) {
     fakeNow = 20;
     EXPECT_DOUBLE_EQ(t.GetElapsedMilliseconds(), 250.0);
 }
-
-TEST(ThreadPool, RunsOffCallerThreadAndReturnsFutures) {
-    std::atomic<int> n{0};
-    {
-        quorl::cpu::ThreadPool pool("TestPool", 2);
-        EXPECT_EQ(pool.WorkerCount(), 2u);
-        auto caller = std::this_thread::get_id();
-        auto f = pool.Submit([&] { return std::this_thread::get_id() != caller; });
-        EXPECT_TRUE(f.get());
-        auto g = pool.Submit([]() -> int { throw std::runtime_error("boom"); });
-        EXPECT_THROW(g.get(), std::runtime_error);
-        for (int i = 0; i < 100; ++i) pool.Post([&] { ++n; });
-    }  // destruction runs what is queued, then joins
-    EXPECT_EQ(n.load(), 100);
-}
-
-TEST(ThreadPool, NoWorkersRunsInline) {
-    quorl::cpu::ThreadPool pool("Inline", 0);
-    auto caller = std::this_thread::get_id();
-    std::thread::id ran;
-    pool.Post([&] { ran = std::this_thread::get_id(); });
-    EXPECT_EQ(ran, caller);
-}
-

@@ -220,15 +220,6 @@ TEST_F(GameState, PerVehicleTimesWithDtOneEqualTheLastTick) {
     EXPECT_DOUBLE_EQ(Game::serverSideEntityPerformance_avg_time.at(vehicle->id), 0.5 * t2 + 0.5 * t);
 }
 
-TEST_F(GameState, ModeNames) {
-    const int saved = Game::_mode;
-    for (auto [mode, name] : {std::pair{0, "Creative"}, {1, "Adventure"}, {7, "Survival"}}) {
-        Game::_mode = mode;
-        EXPECT_EQ(Game::GetModeName(), "Game Mode: " + std::string(name));
-    }
-    Game::_mode = saved;
-}
-
 TEST_F(GameState, JoystickFinders) {
     quorl::graphics::Window window;
     Game::window = &window;

@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <typeinfo>
 
 #include "NodeTestHarness.h"
+#include "game/QuorlCodeNodeKinds.h"
 
 using game::UniqueId;
 using game::graphics::ui::Node;
@@ -63,6 +66,27 @@ TEST(QuorlCodeCatalogue, DeclarationKeysAreParsed) {
 
     e.readOnly = true;
     EXPECT_EQ(e.CreateNode("time", ImVec2(0, 0), {}), nullptr);
+}
+
+// The generator trusts a node's `type` to name its class: every row of the table must make and
+// load nodes of the type it names, and every operator needs its row.
+TEST(QuorlCodeCatalogue, EveryKindMakesAndLoadsNodesOfItsType) {
+    using game::QuorlCodeEditor::NodeKindOfKey;
+    Editor e("p");
+    for (const auto& kind : game::QuorlCodeEditor::NodeKinds()) {
+        SCOPED_TRACE(kind.type);
+        ASSERT_EQ(kind.key == nullptr, kind.create == nullptr);
+        if (!kind.key) continue;
+        Node* made = e.AddNode(kind.key, ImVec2(0, 0), {});
+        ASSERT_NE(made, nullptr);
+        EXPECT_EQ(static_cast<Editor::QuorlNode*>(made)->type, kind.type);
+        std::unique_ptr<Node> loaded(e.DeserializeNode(made->Serialize()));
+        EXPECT_EQ(typeid(*loaded), typeid(*made));
+        std::unique_ptr<Node> direct(kind.load(made->Serialize()));
+        EXPECT_EQ(typeid(*direct), typeid(*made));
+    }
+    for (const std::string& op : Editor::MathNode::OperatorNames()) EXPECT_NE(NodeKindOfKey(op), nullptr) << op;
+    EXPECT_EQ(NodeKindOfKey("SUBSTRACT"), NodeKindOfKey("SUBTRACT"));
 }
 
 TEST(QuorlCodeCatalogue, NodeKindRules) {

@@ -1,8 +1,6 @@
 #include "quorl/filesystem/ConfigFile.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -320,17 +318,7 @@ void ConfigFile::Report(const std::string& message) {
     std::cerr << message << std::endl;
 }
 
-ConfigFile::Identity ConfigFile::CurrentIdentity() const {
-    Identity id;
-    struct stat st {};
-    if (::stat(String().c_str(), &st) != 0) return id;
-    id.exists = true;
-    id.device = st.st_dev;
-    id.inode = st.st_ino;
-    id.size = static_cast<uint64_t>(st.st_size);
-    id.mtimeNs = static_cast<int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
-    return id;
-}
+ConfigFile::Identity ConfigFile::CurrentIdentity() const { return Identity::Of(String()); }
 
 bool ConfigFile::LoadLocked() {
     const std::string& path = String();
@@ -520,102 +508,17 @@ ConfigFile::WriteBatch::~WriteBatch() {
 
 void ConfigFile::StartAutoReloadThread() {
     if (_option && *_option <= 0) return;
-    if (_thread.joinable()) return;
-    if (::pipe2(_stopPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
-        Report(String() + ": cannot watch the file for changes (" + std::strerror(errno) + ")");
-        return;
-    }
-    // The watch exists before this returns, so that no change made after the call is missed.
-    _inotifyFd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (_inotifyFd >= 0 &&
-        ::inotify_add_watch(_inotifyFd, Directory().c_str(), IN_CLOSE_WRITE | IN_MOVED_TO) < 0) {
-        ::close(_inotifyFd);
-        _inotifyFd = -1;
-    }
-    _thread = std::thread([this] { ReloadLoop(); });
-}
-
-void ConfigFile::StopAutoReloadThread() {
-    if (!_thread.joinable()) return;
-    char c = 1;
-    while (::write(_stopPipe[1], &c, 1) < 0 && errno == EINTR) {
-    }
-    _thread.join();
-    ::close(_stopPipe[0]);
-    ::close(_stopPipe[1]);
-    _stopPipe[0] = _stopPipe[1] = -1;
-    if (_inotifyFd >= 0) ::close(_inotifyFd);
-    _inotifyFd = -1;
-}
-
-void ConfigFile::ReloadLoop() {
-    using Clock = std::chrono::steady_clock;
-    constexpr auto kSettle = std::chrono::milliseconds(250);
-    const std::string name = Filename();
-    const int inotifyFd = _inotifyFd;
-    const bool polling = inotifyFd < 0;
-    // A change that no close or rename event announces (one made before the watch began, or any
-    // change when polling) is taken once the file has stayed the same for kSettle.
-    Identity pending;
-    bool havePending = false;
-    Clock::time_point pendingSince;
-    {
-        std::lock_guard lock(_mutex);
-        const Identity current = CurrentIdentity();
-        if (!(current == _seenIdentity)) {
-            pending = current;
-            havePending = true;
-            pendingSince = Clock::now();
-        }
-    }
-    for (;;) {
-        pollfd fds[2] = {{_stopPipe[0], POLLIN, 0}, {inotifyFd, POLLIN, 0}};
-        const int timeout = polling || havePending ? 50 : -1;
-        int r = ::poll(fds, polling ? 1 : 2, timeout);
-        if (r < 0 && errno == EINTR) continue;
-        if (r < 0 || (fds[0].revents & (POLLIN | POLLHUP | POLLERR))) break;
-
-        bool check = false;
-        if (!polling && (fds[1].revents & POLLIN)) {
-            alignas(inotify_event) char buf[16384];
-            for (;;) {
-                ssize_t n = ::read(inotifyFd, buf, sizeof buf);
-                if (n <= 0) break;
-                for (ssize_t off = 0; off < n;) {
-                    auto* ev = reinterpret_cast<const inotify_event*>(buf + off);
-                    if ((ev->mask & IN_Q_OVERFLOW) || (ev->len > 0 && name == ev->name)) check = true;
-                    off += static_cast<ssize_t>(sizeof(inotify_event) + ev->len);
-                }
-            }
-        }
-        // Looked at under the lock, so that a save in progress is either not begun or complete.
-        std::unique_lock lock(_mutex);
-        const Identity current = CurrentIdentity();
-        if (current == _seenIdentity) {
-            havePending = false;
-            continue;
-        }
-        if (!check && (polling || havePending)) {
-            if (!havePending || !(current == pending)) {
-                pending = current;
-                havePending = true;
-                pendingSince = Clock::now();
-            } else if (Clock::now() - pendingSince >= kSettle) {
-                check = true;
-            }
-        }
-        if (!check) continue;
-        _seenIdentity = current;
-        havePending = false;
-        if (!current.exists) continue;  // a deleted file leaves the values as they are
-        lock.unlock();
+    const bool started = _watcher.Start(String(), _mutex, _seenIdentity, [this] {
         try {
             ReadConfig();
         } catch (const std::exception& e) {
             Report(String() + ": reload failed: " + e.what());
         }
         _reloadCount.fetch_add(1, std::memory_order_acq_rel);
-    }
+    });
+    if (!started) Report(String() + ": cannot watch the file for changes (" + std::strerror(errno) + ")");
 }
+
+void ConfigFile::StopAutoReloadThread() { _watcher.Stop(); }
 
 }  // namespace quorl::filesystem

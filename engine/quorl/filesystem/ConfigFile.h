@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "quorl/filesystem/FilePath.h"
+#include "quorl/filesystem/FileWatcher.h"
 #include "quorl/filesystem/IniDocument.h"
 
 namespace quorl::filesystem {
@@ -43,13 +44,9 @@ namespace quorl::filesystem {
 // report once per version of the file), and the fields concerned keep their values. WriteToINI
 // never replaces a file that it could not read as text.
 //
-// Auto-reload: StartAutoReloadThread watches the file (inotify on its folder) and calls
-// ReadConfig on the watching thread when another program has finished writing a new version:
-// after the writer closed the file or renamed it into place, so a half-written file is not read.
-// A change that no such event announces (made before the watch began, or any change where
-// inotify is unavailable and the file's identity is polled instead) is read once the file has
-// stayed unchanged for a quarter of a second. The file's own saves through WriteToINI don't
-// trigger a reload. A derived class that starts the
+// Auto-reload: StartAutoReloadThread watches the file with a FileWatcher and calls ReadConfig on
+// the watching thread when another program has finished writing a new version (see FileWatcher
+// for when that is). The file's own saves through WriteToINI don't trigger a reload. A derived class that starts the
 // thread must stop it in its own destructor, before its fields go away.
 class ConfigFile : public FilePath {
 public:
@@ -148,7 +145,7 @@ public:
 
     void StartAutoReloadThread();
     void StopAutoReloadThread();  // returns once the thread has ended; a reload in progress finishes first
-    bool IsAutoReloadThreadRunning() const { return _thread.joinable(); }
+    bool IsAutoReloadThreadRunning() const { return _watcher.IsRunning(); }
     // Number of reloads done by the thread; a reader that sees it grow also sees the fields
     // that the reload wrote.
     uint64_t GetReloadCount() const { return _reloadCount.load(std::memory_order_acquire); }
@@ -166,19 +163,13 @@ protected:
     void Report(const std::string& message);
 
 private:
-    struct Identity {
-        bool exists = false;
-        uint64_t device = 0, inode = 0, size = 0;
-        int64_t mtimeNs = 0;
-        bool operator==(const Identity&) const = default;
-    };
+    using Identity = FileWatcher::Identity;
     Identity CurrentIdentity() const;
     // Loads and parses the file unless the cached document is of the same version. Caller
     // holds _mutex. False when the file can't be read as text.
     bool LoadLocked();
     // Replaces the file with doc and caches it. Caller holds _mutex. False, reported, on failure.
     bool WriteDocumentLocked(IniDocument doc);
-    void ReloadLoop();
 
     std::optional<int> _option;
 
@@ -195,9 +186,7 @@ private:
     std::mutex _reportMutex;
     std::set<std::string> _reported;
 
-    std::thread _thread;
-    int _stopPipe[2] = {-1, -1};
-    int _inotifyFd = -1;
+    FileWatcher _watcher;
     std::atomic<uint64_t> _reloadCount{0};
 };
 

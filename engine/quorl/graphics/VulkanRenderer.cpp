@@ -1,6 +1,7 @@
 #include "quorl/graphics/VulkanRenderer.h"
 
 #include <algorithm>
+#include <iostream>
 #include <stdexcept>
 
 #include "quorl/graphics/GlfwWindow.h"
@@ -63,8 +64,11 @@ VulkanRenderer::VulkanRenderer(Window* window, const char* applicationName, uint
                                          " can't present to this window");
         }
         CreateOutput(offscreenExtent);
+        CreateTextureSet();
     } catch (...) {
         DestroyOutput();
+        if (_texturePool) vkDestroyDescriptorPool(_device->device, _texturePool, nullptr);
+        if (_textureSetLayout) vkDestroyDescriptorSetLayout(_device->device, _textureSetLayout, nullptr);
         VkDevice d = _device->device;
         if (_surface) vkDestroySurfaceKHR(_device->instance, _surface, nullptr);
         if (_imageAvailable) vkDestroySemaphore(d, _imageAvailable, nullptr);
@@ -83,6 +87,8 @@ VulkanRenderer::~VulkanRenderer() {
     }
     DestroyOutput();
     VkDevice d = _device->device;
+    vkDestroyDescriptorPool(d, _texturePool, nullptr);
+    vkDestroyDescriptorSetLayout(d, _textureSetLayout, nullptr);
     if (_surface) vkDestroySurfaceKHR(_device->instance, _surface, nullptr);
     vkDestroySemaphore(d, _imageAvailable, nullptr);
     vkDestroySemaphore(d, _renderFinished, nullptr);
@@ -292,16 +298,95 @@ void VulkanRenderer::AbortFrame() {
     }
 }
 
-uint32_t VulkanRenderer::AddTexture(TextureRef texture, VkSampler sampler) {
+void VulkanRenderer::CreateTextureSet() {
+    VkDevice d = _device->device;
+    const VkPhysicalDeviceLimits& limits = _device->properties.limits;
+    // A combined image sampler counts as a sampler and as a sampled image, per stage and per set.
+    _textureArraySize = std::min({kMaxTextures, limits.maxPerStageDescriptorSamplers,
+                                  limits.maxPerStageDescriptorSampledImages, limits.maxDescriptorSetSamplers,
+                                  limits.maxDescriptorSetSampledImages});
+    // Elements not written yet are allowed where the device can leave them unbound; elsewhere
+    // every element is written (texture 0 standing in) before a set is used.
+    _partiallyBound = _device->enabled.descriptorIndexing;
+    VkDescriptorSetLayoutBinding binding{};
+    binding.binding = 0;
+    binding.descriptorType = VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
+    binding.descriptorCount = _textureArraySize;
+    binding.stageFlags = VK_SHADER_STAGE_ALL;
+    const VkDescriptorBindingFlags bindingFlags = _partiallyBound ? VK_DESCRIPTOR_BINDING_PARTIALLY_BOUND_BIT : 0;
+    VkDescriptorSetLayoutBindingFlagsCreateInfo flagsInfo{};
+    flagsInfo.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_BINDING_FLAGS_CREATE_INFO;
+    flagsInfo.bindingCount = 1;
+    flagsInfo.pBindingFlags = &bindingFlags;
+    VkDescriptorSetLayoutCreateInfo layoutInfo{};
+    layoutInfo.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_CREATE_INFO;
+    layoutInfo.pNext = &flagsInfo;
+    layoutInfo.bindingCount = 1;
+    layoutInfo.pBindings = &binding;
+    vk::Check(vkCreateDescriptorSetLayout(d, &layoutInfo, nullptr, &_textureSetLayout), "vkCreateDescriptorSetLayout");
+    VkDescriptorPoolSize size{VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, _textureArraySize};
+    VkDescriptorPoolCreateInfo poolInfo{};
+    poolInfo.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO;
+    poolInfo.maxSets = 1;
+    poolInfo.poolSizeCount = 1;
+    poolInfo.pPoolSizes = &size;
+    vk::Check(vkCreateDescriptorPool(d, &poolInfo, nullptr, &_texturePool), "vkCreateDescriptorPool");
+    VkDescriptorSetAllocateInfo alloc{};
+    alloc.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO;
+    alloc.descriptorPool = _texturePool;
+    alloc.descriptorSetCount = 1;
+    alloc.pSetLayouts = &_textureSetLayout;
+    vk::Check(vkAllocateDescriptorSets(d, &alloc, &_textureSet), "vkAllocateDescriptorSets");
+    // No debug name: lavapipe frees a set's name only when the set is freed alone, not with its pool.
+    _written.assign(_textureArraySize, {});
+}
+
+void VulkanRenderer::UpdateTextureDescriptors() {
+    const auto sampleable = [](const TextureEntry& e) {
+        return e.texture && e.sampler && e.texture->View() && (e.texture->Usage() & VK_IMAGE_USAGE_SAMPLED_BIT) &&
+               (e.texture->layout == VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL ||
+                e.texture->layout == VK_IMAGE_LAYOUT_GENERAL);
+    };
     std::lock_guard lock(_texturesMutex);
-    _textures.push_back({std::move(texture), sampler});
-    return uint32_t(_textures.size() - 1);
+    if (_textures.empty() || !sampleable(_textures[0])) return;  // nothing to stand in for the rest yet
+    const uint32_t filled = _partiallyBound ? uint32_t(std::min<size_t>(_textures.size(), _textureArraySize))
+                                            : _textureArraySize;
+    std::vector<VkDescriptorImageInfo> infos;
+    std::vector<VkWriteDescriptorSet> writes;
+    infos.reserve(filled);
+    for (uint32_t i = 0; i < filled; ++i) {
+        const TextureEntry& e = i < _textures.size() && sampleable(_textures[i]) ? _textures[i] : _textures[0];
+        const WrittenDescriptor want{e.texture->View(), e.sampler, e.texture->layout};
+        WrittenDescriptor& had = _written[i];
+        if (had.view == want.view && had.sampler == want.sampler && had.layout == want.layout) continue;
+        had = want;
+        infos.push_back({want.sampler, want.view, want.layout});
+        VkWriteDescriptorSet w{};
+        w.sType = VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET;
+        w.dstSet = _textureSet;
+        w.dstBinding = 0;
+        w.dstArrayElement = i;
+        w.descriptorCount = 1;
+        w.descriptorType = VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
+        w.pImageInfo = &infos.back();
+        writes.push_back(w);
+    }
+    if (!writes.empty()) vkUpdateDescriptorSets(_device->device, uint32_t(writes.size()), writes.data(), 0, nullptr);
+}
+
+uint32_t VulkanRenderer::AddTexture(TextureRef texture, VkSampler sampler) {
+    return AddTextures({std::move(texture)}, sampler);
 }
 
 uint32_t VulkanRenderer::AddTextures(const std::vector<TextureRef>& textures, VkSampler sampler) {
     std::lock_guard lock(_texturesMutex);
     const uint32_t first = uint32_t(_textures.size());
     for (const TextureRef& t : textures) _textures.push_back({t, sampler});
+    if (_textures.size() > _textureArraySize && !_warnedFull) {
+        _warnedFull = true;
+        std::cerr << "The texture array of this device holds " << _textureArraySize
+                  << " textures: texture " << _textureArraySize << " and later are not shown\n";
+    }
     return first;
 }
 

@@ -60,6 +60,20 @@ public:
     TextureRef GetTexture(uint32_t index) const;
     size_t TextureCount() const;
 
+    // The texture array: one descriptor set whose binding 0 is an array of combined image
+    // samplers, element i being texture i (GLSL: `layout(set = 0, binding = 0) uniform sampler2D
+    // textures[];`). The array has TextureArraySize() elements, what the device allows up to
+    // kMaxTextures; textures registered beyond it are not in the array (a warning says so once)
+    // and shaders must treat such an index as none.
+    static constexpr uint32_t kMaxTextures = 4096;
+    VkDescriptorSetLayout TextureSetLayout() const { return _textureSetLayout; }
+    VkDescriptorSet TextureSet() const { return _textureSet; }
+    uint32_t TextureArraySize() const { return _textureArraySize; }
+    // Writes the array elements whose texture, sampler or layout changed. A texture that is in no
+    // layout a shader may sample (not yet uploaded) shows texture 0 until it is. Called by Frame
+    // before FrameUpdateDescriptorSets, while no frame is in flight.
+    void UpdateTextureDescriptors();
+
     vk::Device& GetDevice() { return *_device; }
     bool IsOffscreen() const { return _surface == VK_NULL_HANDLE; }
     bool IsRendering() const { return _rendering; }
@@ -111,12 +125,27 @@ private:
     VkSemaphore _renderFinished = VK_NULL_HANDLE;
     bool _rendering = false;
 
+    void CreateTextureSet();
+
     mutable std::mutex _texturesMutex;
     struct TextureEntry {
         TextureRef texture;
         VkSampler sampler;
     };
     std::vector<TextureEntry> _textures;
+    // What each array element was last written with.
+    struct WrittenDescriptor {
+        VkImageView view = VK_NULL_HANDLE;
+        VkSampler sampler = VK_NULL_HANDLE;
+        VkImageLayout layout = VK_IMAGE_LAYOUT_UNDEFINED;
+    };
+    std::vector<WrittenDescriptor> _written;
+    VkDescriptorSetLayout _textureSetLayout = VK_NULL_HANDLE;
+    VkDescriptorPool _texturePool = VK_NULL_HANDLE;
+    VkDescriptorSet _textureSet = VK_NULL_HANDLE;
+    uint32_t _textureArraySize = 0;
+    bool _partiallyBound = false;
+    bool _warnedFull = false;
 };
 
 }  // namespace quorl::graphics

@@ -80,6 +80,7 @@ bool QuorlRenderer::Frame() {
         FrameUpdate();
         FrameAfterUpdate();
         FrameBeforeRender();
+        UpdateTextureDescriptors();
         FrameUpdateDescriptorSets();
 
         // The scene at render scale; targets follow a changed output size or scale.

@@ -20,7 +20,9 @@ namespace quorl::renderer {
 //
 //   BeginFrame
 //   1 FrameInit  2 FrameUpdateUi  3 FrameBeforeUpdate  4 FrameUpdate  5 FrameAfterUpdate
-//   6 FrameBeforeRender  7 FrameUpdateDescriptorSets
+//   6 FrameBeforeRender
+//      the texture array's changed elements are written (UpdateTextureDescriptors)
+//   7 FrameUpdateDescriptorSets
 //   8 FramePushCommands(cmd)  9 FrameBuildCommands(cmd)
 //      scene pass begins (colour, aim id, depth cleared; the sky is drawn)
 //   10 FrameRenderCommands(cmd)

@@ -193,6 +193,8 @@ Device::Device(const std::string& applicationName, uint32_t version, const Physi
         want.features.shaderInt64 = enabled.shaderInt64;
         want.features.shaderFloat64 = enabled.shaderFloat64;
         want.features.fillModeNonSolid = enabled.fillModeNonSolid;
+        // Raster materials blend their colour and leave the aim id as it is, where the device can.
+        want.features.independentBlend = has.features.independentBlend;
         if (enabled.descriptorIndexing) {
             want12.descriptorIndexing = VK_TRUE;
             want12.runtimeDescriptorArray = VK_TRUE;

@@ -70,15 +70,16 @@ void GraphicsPipeline::Create(Device& device, const PipelineLayout& layout, VkRe
     std::vector<VkPipelineColorBlendAttachmentState> blends(colorCount);
     for (uint32_t i = 0; i < colorCount; ++i) {
         VkPipelineColorBlendAttachmentState& b = blends[i];
-        b.colorWriteMask = VK_COLOR_COMPONENT_R_BIT | VK_COLOR_COMPONENT_G_BIT | VK_COLOR_COMPONENT_B_BIT |
-                           VK_COLOR_COMPONENT_A_BIT;
+        if (config.writtenAttachments & (1u << i))
+            b.colorWriteMask = VK_COLOR_COMPONENT_R_BIT | VK_COLOR_COMPONENT_G_BIT | VK_COLOR_COMPONENT_B_BIT |
+                               VK_COLOR_COMPONENT_A_BIT;
         if (i == 0 && config.blend) {
             b.blendEnable = VK_TRUE;
             b.srcColorBlendFactor = VK_BLEND_FACTOR_SRC_ALPHA;
-            b.dstColorBlendFactor = VK_BLEND_FACTOR_ONE_MINUS_SRC_ALPHA;
+            b.dstColorBlendFactor = config.additive ? VK_BLEND_FACTOR_ONE : VK_BLEND_FACTOR_ONE_MINUS_SRC_ALPHA;
             b.colorBlendOp = VK_BLEND_OP_ADD;
-            b.srcAlphaBlendFactor = VK_BLEND_FACTOR_ONE;
-            b.dstAlphaBlendFactor = VK_BLEND_FACTOR_ONE_MINUS_SRC_ALPHA;
+            b.srcAlphaBlendFactor = config.additive ? VK_BLEND_FACTOR_ZERO : VK_BLEND_FACTOR_ONE;
+            b.dstAlphaBlendFactor = config.additive ? VK_BLEND_FACTOR_ONE : VK_BLEND_FACTOR_ONE_MINUS_SRC_ALPHA;
             b.alphaBlendOp = VK_BLEND_OP_ADD;
         }
     }

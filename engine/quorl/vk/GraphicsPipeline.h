@@ -21,7 +21,9 @@ public:
         VkCullModeFlags cullMode = VK_CULL_MODE_NONE;
         bool depthTest = false;
         bool depthWrite = false;
-        bool blend = false;  // alpha blending on colour attachment 0
+        bool blend = false;     // alpha blending on colour attachment 0
+        bool additive = false;  // with blend: source times alpha added to what is there
+        uint32_t writtenAttachments = ~0u;  // bit i: colour attachment i is written
         std::vector<VkVertexInputBindingDescription> bindings;
         std::vector<VkVertexInputAttributeDescription> attributes;
     };

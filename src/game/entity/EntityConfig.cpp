@@ -4,6 +4,7 @@
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <iostream>
 #include <limits>
 #include <sstream>
 #include <system_error>
@@ -12,6 +13,8 @@
 #include <glm/geometric.hpp>
 #include <glm/gtc/quaternion.hpp>
 
+#include "game/Game.h"
+#include "game/graphics/Mesh.h"
 #include "quorl/String.h"
 
 namespace game::entity {
@@ -111,13 +114,6 @@ void SortBox(glm::vec3& lo, glm::vec3& hi) {
     }
 }
 
-// Fields that every record but ENTITY starts with.
-struct Placement {
-    std::string parent;
-    glm::vec3 position{0.0f};
-    glm::vec3 rotation{0.0f};
-};
-
 // parent, position, rotation; true when key was one of them.
 template <class Record>
 bool ReadPlacement(const std::string& key, std::istream& in, Record& r, RecordCheck& check) {
@@ -137,6 +133,260 @@ bool ReadPlacement(const std::string& key, std::istream& in, Record& r, RecordCh
     return false;
 }
 
+
+// What a file's sections give, gathered before anything of the EntityConfig changes.
+struct Staging {
+    double mass = 0;
+    bool airtight = false;
+    std::vector<std::string> basePlanes;
+    std::unordered_map<std::string, EntityConfig::Camera> cameras;
+    std::unordered_map<std::string, EntityConfig::Joint> joints;
+    std::unordered_map<std::string, EntityConfig::Target> targets;
+    std::unordered_map<std::string, EntityConfig::Renderable> renderables;
+    std::unordered_map<std::string, EntityConfig::Collider> colliders;
+    std::unordered_map<std::string, EntityConfig::Adapter> adapters;
+    std::unordered_map<std::string, EntityConfig::LightBox> lightBoxes;
+};
+
+// One section being read: its name and lines, the first problem found, and, for a record that is
+// a node of the tree, its transform and parent.
+struct Section {
+    Section(const std::string& name_, std::vector<quorl::filesystem::ConfigFile::ConfLineStream>& lines_,
+            Staging& staged_)
+        : name(name_), lines(lines_), staged(staged_) {}
+
+    const std::string& name;
+    std::vector<quorl::filesystem::ConfigFile::ConfLineStream>& lines;
+    Staging& staged;
+    RecordCheck check;
+    glm::mat4 transform{1.0f};
+    std::string parent;
+
+    template <class OnKey>
+    void EachLine(OnKey&& onKey) {
+        for (auto& line : lines) {
+            std::string key;
+            line.key >> key;
+            onKey(key, line.value);
+        }
+    }
+    // Records the placement of a record that passed its checks.
+    template <class Record>
+    void Place(Record& record) {
+        record.transform = EntityConfig::TransformFromBlender(record.position, record.rotation);
+        transform = record.transform;
+        parent = record.parent;
+    }
+    bool Failed() const { return !check.problem.empty(); }
+};
+
+// Each reader reads one section into the staging copy and returns whether it is a node of the
+// tree; a section with a problem leaves the staging copy as it was.
+bool ReadEntity(Section& s) {
+    double m = s.staged.mass;
+    bool air = s.staged.airtight;
+    std::vector<std::string> planes = s.staged.basePlanes;
+    s.EachLine([&](const std::string& key, std::istream& in) {
+        if (key == "mass") {
+            double v;
+            NumberResult r = ReadNumber(in, v, kDoubleLimit);
+            if (r == NumberResult::NonFinite) s.check.Fail("non-finite number in 'mass'");
+            if (r == NumberResult::Ok) m = v;
+        } else if (key == "airtight") {
+            ReadWordBool(in, air);
+        } else if (key == "base_planes") {
+            planes.clear();
+            std::string word;
+            while (in >> word) planes.push_back(word);
+        }
+    });
+    if (s.Failed()) return false;
+    if (planes.empty()) planes = {"-Z", "-Y"};
+    s.staged.mass = m;
+    s.staged.airtight = air;
+    s.staged.basePlanes = std::move(planes);
+    return false;
+}
+
+bool ReadJoint(Section& s) {
+    EntityConfig::Joint j;
+    s.EachLine([&](const std::string& key, std::istream& in) {
+        if (ReadPlacement(key, in, j, s.check)) return;
+        static const char* const kAxes[] = {"x", "y", "z"};
+        for (int k = 0; k < 3; ++k) {
+            const bool linear = key == std::string("linear_") + kAxes[k];
+            const bool angular = key == std::string("angular_") + kAxes[k];
+            if (!linear && !angular) continue;
+            glm::vec3* values = linear ? j.linear : j.angular;
+            float f[3] = {values[0][k], values[1][k], values[2][k]};
+            ReadFloats(in, f, 3, s.check, key);
+            for (int i = 0; i < 3; ++i) values[i][k] = f[i];
+            bool* const linearGiven[3] = {&j.linear_x, &j.linear_y, &j.linear_z};
+            bool* const angularGiven[3] = {&j.angular_x, &j.angular_y, &j.angular_z};
+            *(linear ? linearGiven : angularGiven)[k] = true;
+        }
+    });
+    if (s.Failed()) return false;
+    const bool linearGiven[3] = {j.linear_x, j.linear_y, j.linear_z};
+    const bool angularGiven[3] = {j.angular_x, j.angular_y, j.angular_z};
+    for (int k = 0; k < 3; ++k) {
+        if (!linearGiven[k]) j.linear[0][k] = j.linear[1][k] = j.linear[2][k] = j.position[k];
+        if (!angularGiven[k]) j.angular[0][k] = j.angular[1][k] = j.angular[2][k] = j.rotation[k];
+    }
+    s.Place(j);
+    s.staged.joints[s.name] = j;
+    return true;
+}
+
+bool ReadCamera(Section& s) {
+    EntityConfig::Camera c;
+    s.EachLine([&](const std::string& key, std::istream& in) {
+        if (ReadPlacement(key, in, c, s.check)) return;
+        if (key == "znear") ReadFloats(in, &c.znear, 1, s.check, key);
+    });
+    if (s.Failed()) return false;
+    s.Place(c);
+    s.staged.cameras[s.name] = c;
+    return true;
+}
+
+// A target and a renderable are both a bare placement.
+bool ReadPlacementOnly(Section& s, EntityConfig::Target& t) {
+    s.EachLine([&](const std::string& key, std::istream& in) { ReadPlacement(key, in, t, s.check); });
+    if (s.Failed()) return false;
+    s.Place(t);
+    return true;
+}
+
+bool ReadTarget(Section& s) {
+    EntityConfig::Target t;
+    if (!ReadPlacementOnly(s, t)) return false;
+    s.staged.targets[s.name] = t;
+    return true;
+}
+
+bool ReadRenderable(Section& s) {
+    EntityConfig::Target t;
+    if (!ReadPlacementOnly(s, t)) return false;
+    s.staged.renderables[s.name] = EntityConfig::Renderable{t.parent, t.position, t.rotation, t.transform};
+    return true;
+}
+
+bool ReadLightBox(Section& s) {
+    EntityConfig::LightBox b;
+    s.EachLine([&](const std::string& key, std::istream& in) {
+        if (ReadPlacement(key, in, b, s.check)) return;
+        if (key == "box_min") ReadVec3(in, b.box_min, s.check, key);
+        if (key == "box_max") ReadVec3(in, b.box_max, s.check, key);
+    });
+    if (s.Failed()) return false;
+    SortBox(b.box_min, b.box_max);
+    s.Place(b);
+    s.staged.lightBoxes[s.name] = b;
+    return true;
+}
+
+bool ReadAdapter(Section& s) {
+    EntityConfig::Adapter a;
+    s.EachLine([&](const std::string& key, std::istream& in) {
+        if (ReadPlacement(key, in, a, s.check)) return;
+        std::string word;
+        if (key == "type" && in >> word) a.type = word;
+    });
+    if (s.Failed()) return false;
+    s.Place(a);
+    s.staged.adapters[s.name] = a;
+    return true;
+}
+
+bool ReadCollider(Section& s) {
+    using Collider = EntityConfig::Collider;
+    Collider c;
+    RecordCheck& check = s.check;
+    s.EachLine([&](const std::string& key, std::istream& in) {
+        if (ReadPlacement(key, in, c, check)) return;
+        if (key == "is_build_block") {
+            ReadWordBool(in, c.is_build_block);
+        } else if (key == "displacement_volume") {
+            ReadFloats(in, &c.displacement_volume, 1, check, key);
+        } else if (key == "box_min") {
+            ReadVec3(in, c.box_min, check, key);
+        } else if (key == "box_max") {
+            ReadVec3(in, c.box_max, check, key);
+        } else if (key == "vertices") {
+            c.vertexCount = ReadTriples(in, Collider::kMaxVertices, check, key, [&](uint16_t i, const double* v) {
+                c.vertices[i] = glm::vec3(float(v[0]), float(v[2]), -float(v[1]));
+                return true;
+            });
+        } else if (key == "faces_normal") {
+            const glm::quat toGame(glm::vec3(-1.5707964f, 0.0f, 0.0f));
+            c.faceNormalCount = ReadTriples(in, Collider::kMaxFaceNormals, check, key, [&](uint16_t i, const double* v) {
+                const glm::vec3 n{float(v[0]), float(v[1]), float(v[2])};
+                if (glm::length(n) == 0.0f) {
+                    check.Fail("face normal of zero length");
+                    return false;
+                }
+                c.faceNormals[i] = glm::normalize(toGame * n);
+                return true;
+            });
+        } else if (key == "triangles") {
+            c.triangleCount = ReadTriples(in, Collider::kMaxTriangles, check, key, [&](uint16_t i, const double* v) {
+                for (int k = 0; k < 3; ++k) {
+                    if (v[k] < 0 || v[k] > 65535 || v[k] != std::floor(v[k])) {
+                        check.Fail("triangle index " + quorl::String::FromDouble(v[k]) + " is not a 16-bit index");
+                        return false;
+                    }
+                    c.triangles[i][k] = static_cast<uint16_t>(v[k]);
+                }
+                return true;
+            });
+        }
+    });
+    for (uint16_t t = 0; t < c.triangleCount && !s.Failed(); ++t) {
+        for (int k = 0; k < 3; ++k) {
+            if (c.triangles[t][k] >= c.vertexCount) {
+                check.Fail("triangle index " + std::to_string(c.triangles[t][k]) + " past the " +
+                           std::to_string(c.vertexCount) + " vertices");
+                break;
+            }
+        }
+    }
+    if (s.Failed()) return false;
+    SortBox(c.box_min, c.box_max);
+    s.Place(c);
+    s.staged.colliders[s.name] = c;
+    return true;
+}
+
+template <auto Map>
+void Drop(EntityConfig& config, const std::string& name) {
+    (config.*Map).erase(name);
+}
+
+// One row per kind of record: the section keyword, its reader, and how a record of it is dropped
+// again when its parent chain loops (null for ENTITY, which is no node). A new kind of record is a
+// row here, its reader above, and its map in EntityConfig.
+struct SectionKind {
+    const char* keyword;
+    bool (*read)(Section&);
+    void (*drop)(EntityConfig&, const std::string&);
+};
+constexpr SectionKind kSectionKinds[] = {
+    {"ENTITY", ReadEntity, nullptr},
+    {"JOINT", ReadJoint, Drop<&EntityConfig::joints>},
+    {"CAMERA", ReadCamera, Drop<&EntityConfig::cameras>},
+    {"TARGET", ReadTarget, Drop<&EntityConfig::targets>},
+    {"RENDERABLE", ReadRenderable, Drop<&EntityConfig::renderables>},
+    {"LIGHT_BOX", ReadLightBox, Drop<&EntityConfig::lightBoxes>},
+    {"ADAPTER", ReadAdapter, Drop<&EntityConfig::adapters>},
+    {"COLLIDER", ReadCollider, Drop<&EntityConfig::colliders>},
+};
+
+const SectionKind* FindSectionKind(const std::string& keyword) {
+    for (const SectionKind& kind : kSectionKinds)
+        if (keyword == kind.keyword) return &kind;
+    return nullptr;
+}
 }  // namespace
 
 EntityConfig::EntityConfig(const std::string& path, std::optional<int> option) : ConfigFile(path, option) {}
@@ -168,23 +418,13 @@ glm::dmat4 EntityConfig::TransformFromBlender(const glm::dvec3& position, const 
 void EntityConfig::ReadConfig() {
     // Everything is read into a staging copy first, so that a file that can't be read loses
     // nothing.
-    double newMass = mass;
-    bool newAirtight = airtight;
-    std::vector<std::string> newBasePlanes = base_planes;
-    std::unordered_map<std::string, Camera> newCameras;
-    std::unordered_map<std::string, Joint> newJoints;
-    std::unordered_map<std::string, Target> newTargets;
-    std::unordered_map<std::string, Renderable> newRenderables;
-    std::unordered_map<std::string, Collider> newColliders;
-    std::unordered_map<std::string, Adapter> newAdapters;
-    std::unordered_map<std::string, LightBox> newLightBoxes;
+    Staging staged;
+    staged.mass = mass;
+    staged.airtight = airtight;
+    staged.basePlanes = base_planes;
     std::vector<std::pair<std::string, Node>> newNodes;  // in file order; a later record wins
 
     const std::string& file = String();
-    auto reject = [&](const std::string& keyword, const std::string& name, const std::string& why) {
-        Report(file + ": [" + keyword + " " + name + "]: " + why + "; record ignored");
-    };
-
     const bool readable = ReadFromINI([&](std::stringstream& header, std::vector<ConfLineStream>& lines) {
         std::string keyword;
         if (!(header >> keyword)) return;
@@ -192,188 +432,29 @@ void EntityConfig::ReadConfig() {
         std::getline(header, rest);
         const std::string name = quorl::String::Trim(rest);
         if (name.empty()) return;
+        const SectionKind* kind = FindSectionKind(keyword);
+        if (!kind) return;  // unknown keyword: the whole section is ignored
 
-        RecordCheck check;
-        auto eachLine = [&](auto&& onKey) {
-            for (ConfLineStream& line : lines) {
-                std::string key;
-                line.key >> key;
-                onKey(key, line.value);
-            }
-        };
-
-        if (keyword == "ENTITY") {
-            double m = newMass;
-            bool air = newAirtight;
-            std::vector<std::string> planes = newBasePlanes;
-            eachLine([&](const std::string& key, std::istream& in) {
-                if (key == "mass") {
-                    double v;
-                    NumberResult r = ReadNumber(in, v, kDoubleLimit);
-                    if (r == NumberResult::NonFinite) check.Fail("non-finite number in 'mass'");
-                    if (r == NumberResult::Ok) m = v;
-                } else if (key == "airtight") {
-                    ReadWordBool(in, air);
-                } else if (key == "base_planes") {
-                    planes.clear();
-                    std::string word;
-                    while (in >> word) planes.push_back(word);
-                }
-            });
-            if (!check.problem.empty()) return reject(keyword, name, check.problem);
-            if (planes.empty()) planes = {"-Z", "-Y"};
-            newMass = m;
-            newAirtight = air;
-            newBasePlanes = std::move(planes);
+        Section section(name, lines, staged);
+        const bool node = kind->read(section);
+        if (section.Failed()) {
+            Report(file + ": [" + keyword + " " + name + "]: " + section.check.problem + "; record ignored");
             return;
         }
-
-        Placement placement;
-        glm::mat4 transform(1.0f);
-        auto finish = [&](auto& record) {
-            record.transform = TransformFromBlender(record.position, record.rotation);
-            transform = record.transform;
-            placement.parent = record.parent;
-        };
-
-        if (keyword == "JOINT") {
-            Joint j;
-            eachLine([&](const std::string& key, std::istream& in) {
-                if (ReadPlacement(key, in, j, check)) return;
-                static const char* const kAxes[] = {"x", "y", "z"};
-                for (int k = 0; k < 3; ++k) {
-                    const bool linear = key == std::string("linear_") + kAxes[k];
-                    const bool angular = key == std::string("angular_") + kAxes[k];
-                    if (!linear && !angular) continue;
-                    glm::vec3* values = linear ? j.linear : j.angular;
-                    float f[3] = {values[0][k], values[1][k], values[2][k]};
-                    ReadFloats(in, f, 3, check, key);
-                    for (int i = 0; i < 3; ++i) values[i][k] = f[i];
-                    bool* const linearGiven[3] = {&j.linear_x, &j.linear_y, &j.linear_z};
-                    bool* const angularGiven[3] = {&j.angular_x, &j.angular_y, &j.angular_z};
-                    *(linear ? linearGiven : angularGiven)[k] = true;
-                }
-            });
-            if (!check.problem.empty()) return reject(keyword, name, check.problem);
-            const bool linearGiven[3] = {j.linear_x, j.linear_y, j.linear_z};
-            const bool angularGiven[3] = {j.angular_x, j.angular_y, j.angular_z};
-            for (int k = 0; k < 3; ++k) {
-                if (!linearGiven[k]) j.linear[0][k] = j.linear[1][k] = j.linear[2][k] = j.position[k];
-                if (!angularGiven[k]) j.angular[0][k] = j.angular[1][k] = j.angular[2][k] = j.rotation[k];
-            }
-            finish(j);
-            newJoints[name] = j;
-        } else if (keyword == "CAMERA") {
-            Camera c;
-            eachLine([&](const std::string& key, std::istream& in) {
-                if (ReadPlacement(key, in, c, check)) return;
-                if (key == "znear") ReadFloats(in, &c.znear, 1, check, key);
-            });
-            if (!check.problem.empty()) return reject(keyword, name, check.problem);
-            finish(c);
-            newCameras[name] = c;
-        } else if (keyword == "TARGET" || keyword == "RENDERABLE") {
-            Target t;
-            eachLine([&](const std::string& key, std::istream& in) { ReadPlacement(key, in, t, check); });
-            if (!check.problem.empty()) return reject(keyword, name, check.problem);
-            finish(t);
-            if (keyword == "TARGET") {
-                newTargets[name] = t;
-            } else {
-                newRenderables[name] = Renderable{t.parent, t.position, t.rotation, t.transform};
-            }
-        } else if (keyword == "LIGHT_BOX") {
-            LightBox b;
-            eachLine([&](const std::string& key, std::istream& in) {
-                if (ReadPlacement(key, in, b, check)) return;
-                if (key == "box_min") ReadVec3(in, b.box_min, check, key);
-                if (key == "box_max") ReadVec3(in, b.box_max, check, key);
-            });
-            if (!check.problem.empty()) return reject(keyword, name, check.problem);
-            SortBox(b.box_min, b.box_max);
-            finish(b);
-            newLightBoxes[name] = b;
-        } else if (keyword == "ADAPTER") {
-            Adapter a;
-            eachLine([&](const std::string& key, std::istream& in) {
-                if (ReadPlacement(key, in, a, check)) return;
-                std::string word;
-                if (key == "type" && in >> word) a.type = word;
-            });
-            if (!check.problem.empty()) return reject(keyword, name, check.problem);
-            finish(a);
-            newAdapters[name] = a;
-        } else if (keyword == "COLLIDER") {
-            Collider c;
-            eachLine([&](const std::string& key, std::istream& in) {
-                if (ReadPlacement(key, in, c, check)) return;
-                if (key == "is_build_block") {
-                    ReadWordBool(in, c.is_build_block);
-                } else if (key == "displacement_volume") {
-                    ReadFloats(in, &c.displacement_volume, 1, check, key);
-                } else if (key == "box_min") {
-                    ReadVec3(in, c.box_min, check, key);
-                } else if (key == "box_max") {
-                    ReadVec3(in, c.box_max, check, key);
-                } else if (key == "vertices") {
-                    c.vertexCount = ReadTriples(in, Collider::kMaxVertices, check, key, [&](uint16_t i, const double* v) {
-                        c.vertices[i] = glm::vec3(float(v[0]), float(v[2]), -float(v[1]));
-                        return true;
-                    });
-                } else if (key == "faces_normal") {
-                    const glm::quat toGame(glm::vec3(-1.5707964f, 0.0f, 0.0f));
-                    c.faceNormalCount = ReadTriples(in, Collider::kMaxFaceNormals, check, key, [&](uint16_t i, const double* v) {
-                        const glm::vec3 n{float(v[0]), float(v[1]), float(v[2])};
-                        if (glm::length(n) == 0.0f) {
-                            check.Fail("face normal of zero length");
-                            return false;
-                        }
-                        c.faceNormals[i] = glm::normalize(toGame * n);
-                        return true;
-                    });
-                } else if (key == "triangles") {
-                    c.triangleCount = ReadTriples(in, Collider::kMaxTriangles, check, key, [&](uint16_t i, const double* v) {
-                        for (int k = 0; k < 3; ++k) {
-                            if (v[k] < 0 || v[k] > 65535 || v[k] != std::floor(v[k])) {
-                                check.Fail("triangle index " + quorl::String::FromDouble(v[k]) + " is not a 16-bit index");
-                                return false;
-                            }
-                            c.triangles[i][k] = static_cast<uint16_t>(v[k]);
-                        }
-                        return true;
-                    });
-                }
-            });
-            for (uint16_t t = 0; t < c.triangleCount && check.problem.empty(); ++t) {
-                for (int k = 0; k < 3; ++k) {
-                    if (c.triangles[t][k] >= c.vertexCount) {
-                        check.Fail("triangle index " + std::to_string(c.triangles[t][k]) + " past the " +
-                                   std::to_string(c.vertexCount) + " vertices");
-                        break;
-                    }
-                }
-            }
-            if (!check.problem.empty()) return reject(keyword, name, check.problem);
-            SortBox(c.box_min, c.box_max);
-            finish(c);
-            newColliders[name] = c;
-        } else {
-            return;  // unknown keyword: the whole section is ignored
-        }
-        newNodes.emplace_back(name, Node{transform, placement.parent, keyword});
+        if (node) newNodes.emplace_back(name, Node{section.transform, section.parent, keyword});
     });
 
     if (readable) {
-        mass = newMass;
-        airtight = newAirtight;
-        base_planes = std::move(newBasePlanes);
-        cameras = std::move(newCameras);
-        joints = std::move(newJoints);
-        targets = std::move(newTargets);
-        renderables = std::move(newRenderables);
-        for (auto& [name, record] : newColliders) colliders[name] = std::move(record);
-        for (auto& [name, record] : newAdapters) adapters[name] = std::move(record);
-        for (auto& [name, record] : newLightBoxes) lightBoxes[name] = std::move(record);
+        mass = staged.mass;
+        airtight = staged.airtight;
+        base_planes = std::move(staged.basePlanes);
+        cameras = std::move(staged.cameras);
+        joints = std::move(staged.joints);
+        targets = std::move(staged.targets);
+        renderables = std::move(staged.renderables);
+        for (auto& [name, record] : staged.colliders) colliders[name] = std::move(record);
+        for (auto& [name, record] : staged.adapters) adapters[name] = std::move(record);
+        for (auto& [name, record] : staged.lightBoxes) lightBoxes[name] = std::move(record);
         for (auto& [name, node] : newNodes) nodes[name] = std::move(node);
 
         // Parent chains that loop: every record on a loop is dropped.
@@ -404,15 +485,9 @@ void EntityConfig::ReadConfig() {
             for (const auto& w : walk) state[w] = 2;
         }
         for (const auto& name : dropped) {
-            const std::string type = nodes[name].type;
+            const SectionKind* kind = FindSectionKind(nodes[name].type);
             nodes.erase(name);
-            if (type == "JOINT") joints.erase(name);
-            else if (type == "CAMERA") cameras.erase(name);
-            else if (type == "TARGET") targets.erase(name);
-            else if (type == "RENDERABLE") renderables.erase(name);
-            else if (type == "COLLIDER") colliders.erase(name);
-            else if (type == "ADAPTER") adapters.erase(name);
-            else if (type == "LIGHT_BOX") lightBoxes.erase(name);
+            if (kind && kind->drop) kind->drop(*this, name);
         }
     }
     jointSolver.config = this;
@@ -457,10 +532,17 @@ std::shared_ptr<graphics::Mesh> EntityConfig::GetMesh() const {
     if (mesh) return mesh;
     std::error_code ec;
     const std::string path = GetMeshFilePath();
-    if (std::filesystem::exists(path, ec)) {
-        meshWriteTime = std::filesystem::last_write_time(path, ec);
-        // The mesh itself is made here once a mesh loader exists; until then there is none.
+    if (!std::filesystem::exists(path, ec)) {
+        // The model is shown by nothing: say so once, then go on without a mesh.
+        if (!renderables.empty() && !meshMissingReported.exchange(true))
+            std::cerr << "Mesh missing: " << path << " (model " << String() << " has RENDERABLE "
+                      << renderables.begin()->first << ")\n";
+        return mesh;
     }
+    meshWriteTime = std::filesystem::last_write_time(path, ec);
+    // Geometry lives on the GPU: without a renderer (a server, a test) there is no mesh to make.
+    if (!Game::renderer) return mesh;
+    mesh = std::make_shared<graphics::Mesh>(path);
     return mesh;
 }
 

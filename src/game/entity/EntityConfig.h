@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -123,6 +124,8 @@ public:
     std::unordered_map<std::string, Node> nodes;
     mutable std::shared_ptr<graphics::Mesh> mesh;
     mutable std::filesystem::file_time_type meshWriteTime{};
+    // The missing mesh of a model with renderables is reported once.
+    mutable std::atomic<bool> meshMissingReported{false};
     JointSolver jointSolver{this};
     // BaseEntity::ReadConfigOnce reads the file under readOnceMutex the first time only: one
     // model's first read does not wait for another's.
@@ -148,7 +151,10 @@ public:
 
     // Folder of this file + "/" + its stem + ".gltf".
     std::string GetMeshFilePath() const;
-    // The model's mesh, loaded at the first call when the mesh file exists; empty otherwise.
+    // The model's mesh, loaded at the first call when the mesh file exists and Game::renderer is
+    // set; empty otherwise. A model with RENDERABLE records whose mesh file is missing is named
+    // on the error stream (once). A mesh that breaks the format ends in Mesh's assertion; one
+    // that can't be read throws std::runtime_error.
     std::shared_ptr<graphics::Mesh> GetMesh() const;
 
     // The run-time shape of a collider record: a record without vertices becomes its box (8

@@ -13,6 +13,7 @@
 #include "game/Game.h"
 #include "game/entity/EntityConfig.h"
 #include "game/entity/Registry.h"
+#include "game/AssertSites.h"
 #include "quorl/Assert.h"
 #include "quorl/cpu/Profiler.h"
 #include "quorl/filesystem/AtomicFile.h"
@@ -147,7 +148,7 @@ void ServerSideEntity::ResolveInterface() {
     auto record = module->second.find(type);
     if (record == module->second.end()) return;
     _interface = record->second.factory ? record->second.factory() : nullptr;
-    QUORL_ASSERT_AT(_interface, kSourcePath, 21);
+    CheckSite(bool(_interface), assert_sites::kEntityBehaviour);
     if (record->second.config) {
         ReadConfigOnce(record->second.config);
         config = record->second.config;
@@ -335,7 +336,7 @@ void ServerSideEntity::AddChild(std::shared_ptr<ServerSideEntity>& entity) {
     AssertAt(!entity->isComponent, "!entity->isComponent", __LINE__);
     glm::dmat4 relative = glm::inverse(GetTransform()) * entity->GetTransform();
     glm::dquat inverseRotation = glm::conjugate(rotation) / glm::dot(rotation, rotation);
-    AssertAt(!(entity->GetID() == GetID()), "entity->GetID() != GetID()", 261);
+    CheckSite(!(entity->GetID() == GetID()), assert_sites::kAddChildNotSelf);
     entity->position = glm::dvec3(relative[3]);
     entity->rotation = glm::quat_cast(glm::dmat3(relative));
     entity->parentEntity = id;
@@ -344,10 +345,10 @@ void ServerSideEntity::AddChild(std::shared_ptr<ServerSideEntity>& entity) {
 }
 
 void ServerSideEntity::RemoveChild(std::shared_ptr<ServerSideEntity>& entity) {
-    AssertAt(entity->parentEntity == GetID(), "entity->parentEntity == GetID()", 271);
-    AssertAt(!entity->isComponent, "!entity->isComponent", 272);
+    CheckSite(entity->parentEntity == GetID(), assert_sites::kRemoveChildOfThis);
+    CheckSite(!entity->isComponent, assert_sites::kRemoveChildNotComponent);
     glm::dmat4 world = GetTransform() * entity->GetTransform();
-    AssertAt(!(entity->GetID() == parentEntity), "entity->GetID() != parentEntity", 275);
+    CheckSite(!(entity->GetID() == parentEntity), assert_sites::kRemoveChildNotParent);
     entity->parentEntity = parentEntity;
     entity->position = glm::dvec3(world[3]);
     entity->rotation = rotation * entity->rotation;

@@ -16,7 +16,10 @@
 #include "game/GraphicsPresets.h"
 #include "game/graphics/ui/FrameUi.h"
 #include "game/Options.h"
+#include "game/graphics/ui/ImGuiBackend.h"
+#include "game/graphics/SceneRenderer.h"
 #include "quorl/Assert.h"
+#include "quorl/graphics/GlfwWindow.h"
 #include "quorl/graphics/SaveImage.h"
 #include "quorl/graphics/Upscaler.h"
 
@@ -124,6 +127,7 @@ GameRenderer::GameRenderer(quorl::graphics::Window* window, const char* applicat
         throw std::runtime_error("Font Atlas Index is not 0");
 
     ConfigureSettingsFromPreset();
+    _scene = std::make_unique<SceneRenderer>(*this);
 
     AddRenderableHitShader("game/graphics/rt/entity_tri");
     AddRenderableHitShader("game/graphics/rt/entity_box");
@@ -135,10 +139,12 @@ GameRenderer::GameRenderer(quorl::graphics::Window* window, const char* applicat
         _callableShaders.push_back("#rcall\nvoid main(){}");
     }
     _aimReferences.emplace_back();  // id 0: nothing under the crosshair
+    _imgui = std::make_unique<ui::ImGuiBackend>(*this, _glfw ? _glfw->GetHandle() : nullptr);
 }
 
 GameRenderer::~GameRenderer() {
     GetDevice().WaitIdle();
+    _imgui.reset();
     CollectAllTrash();
 }
 
@@ -270,7 +276,11 @@ void GameRenderer::FrameInit() {
     data.viewMatrix = glm::mat4(glm::inverse(_inverseOriginTranslation * camera.worldTransform));
 }
 
-void GameRenderer::FrameUpdateUi() { ui::FrameUi::Update(this); }
+// The ImGui frame opens first, so the panels and the modules' hooks can call ImGui.
+void GameRenderer::FrameUpdateUi() {
+    _imgui->BeginFrame();
+    ui::FrameUi::Update(this);
+}
 void GameRenderer::FrameBeforeUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameBeforeUpdate); }
 void GameRenderer::FrameUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameUpdate); }
 void GameRenderer::FrameAfterUpdate() { ForSorted("update", &GAME_Mod::Renderer_FrameAfterUpdate); }
@@ -291,6 +301,7 @@ void GameRenderer::FramePushCommands(VkCommandBuffer cmd) {
 
 void GameRenderer::FrameBuildCommands(VkCommandBuffer cmd) { ForAll(&GAME_Mod::Renderer_FrameBuildCommands, cmd); }
 void GameRenderer::FrameRenderCommands(VkCommandBuffer cmd) {
+    _scene->Draw(cmd, RenderableHitShaders(), _worldOrigin);
     ForSorted("render", &GAME_Mod::Renderer_FrameRenderCommands, cmd);
 }
 void GameRenderer::FrameBeforePost() { ForAll(&GAME_Mod::Renderer_FrameBeforePost); }
@@ -318,6 +329,7 @@ void GameRenderer::FrameOverlayCommands(VkCommandBuffer cmd) {
             vkCmdDraw(cmd, 12, 1, 0, 0);
         }
         ForSorted("overlay", &GAME_Mod::Renderer_FrameOverlayCommands, cmd);
+        _imgui->Render(cmd);
     } catch (...) {
         _overlayPass.End(cmd);
         throw;
@@ -413,6 +425,7 @@ void GameRenderer::PushTexture(std::shared_ptr<quorl::graphics::Texture> texture
 
 void GameRenderer::Cleanup() {
     GetDevice().WaitIdle();
+    _scene->Release();
     {
         std::lock_guard lock(_texturesToPushMutex);
         _texturesToPush.clear();

@@ -29,6 +29,11 @@ class Window;
 
 namespace game::graphics {
 
+namespace ui {
+class ImGuiBackend;
+}
+class SceneRenderer;
+
 // The library's renderer: copies the settings into the engine's frame record each frame, hands
 // each stage of the frame to every loaded game module, and owns the game's shared rendering state
 // (hit shader names, aim picking, the trash, the world origin). Game::renderer points to the only
@@ -157,6 +162,16 @@ public:
     const glm::i64vec3& WorldOriginInt() const { return _worldOriginInt; }
     bool OriginWasReset() const { return _originReset; }
     VkRenderPass OverlayPass() const { return _overlayPass.Handle(); }
+    // Dear ImGui on this renderer: a frame of it is open from FrameUpdateUi (before the modules'
+    // hooks) to FrameOverlayCommands, where it is drawn over everything else.
+    ui::ImGuiBackend& Imgui() { return *_imgui; }
+    // The renderer's samplers, for textures the game adds with AddTexture: clamped nearest
+    // (pixel art, fonts), clamped linear (pictures, screens), repeating linear (tiled surfaces).
+    VkSampler SamplerNearest() const { return _samplerNearest; }
+    VkSampler SamplerLinear() const { return _samplerLinear; }
+    VkSampler SamplerRepeat() const { return _samplerRepeat; }
+    // What draws the renderable instances, first thing in FrameRenderCommands.
+    SceneRenderer& Scene() { return *_scene; }
 
     Camera camera;
     Aim aim{this};
@@ -181,6 +196,7 @@ private:
     quorl::vk::GraphicsPipeline _crosshairPipeline;
     quorl::vk::GraphicsPipeline _colliderSolidPipeline, _colliderWirePipeline;
     quorl::vk::Buffer _debugColliderVertices, _debugColliderIndices;
+    std::unique_ptr<SceneRenderer> _scene;
 
     glm::dvec4 _worldOrigin{0.0, 0.0, 0.0, 1.0};
     glm::i64vec3 _worldOriginInt{0, 0, 0};
@@ -199,6 +215,8 @@ private:
 
     std::mutex _texturesToPushMutex;
     std::vector<std::shared_ptr<quorl::graphics::Texture>> _texturesToPush;
+
+    std::unique_ptr<ui::ImGuiBackend> _imgui;
 };
 
 }  // namespace game::graphics

@@ -10,6 +10,9 @@
 
 namespace game::graphics {
 
+std::vector<LightSourceInstance*> LightSourceInstance::_instances;
+quorl::SharedMutex LightSourceInstance::_instancesMutex;
+
 namespace {
 
 quorl::vk::Device& Device() {
@@ -33,6 +36,13 @@ LightSourceInstance::LightSourceInstance(glm::vec3 position, float radius, glm::
     std::memcpy(d.direction, &direction, sizeof d.direction);
     d.focus = focus;
     if (power > 0.0f) SetPower(power, color, focus);
+    std::unique_lock lock(_instancesMutex);
+    _instances.push_back(this);
+}
+
+LightSourceInstance::~LightSourceInstance() {
+    std::unique_lock lock(_instancesMutex);
+    std::erase(_instances, this);
 }
 
 void LightSourceInstance::SetPower(float power, glm::vec3 color, float newFocus) {

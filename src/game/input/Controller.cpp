@@ -10,6 +10,7 @@
 #include "game/Game.h"
 #include "game/GameSettings.h"
 #include "game/input/Joystick.h"
+#include "game/AssertSites.h"
 #include "quorl/Assert.h"
 #include "quorl/graphics/Window.h"
 #include "quorl/input/InputCodes.h"
@@ -47,8 +48,6 @@ using InputBinding = Controller::InputBinding;
 
 constexpr int kKeyEscape = 256;
 constexpr int kGamepadButtonStart = 7;
-constexpr char kHoldAssertPath[] = "src/game/input/Controller";  // the path the hold messages name
-constexpr int kHoldAssertFirstLine = 443;
 
 // One action's hold state: the timer of the press and the frames counted since.
 struct HoldState {
@@ -400,8 +399,7 @@ void Controller::InputUpdate(double dt) {
 }
 
 bool Controller::Hold(Action action, bool x, bool previous, double millisecondsMin, double millisecondsMax) {
-    QUORL_ASSERT_AT((millisecondsMin == 0) != (millisecondsMax == 0), kHoldAssertPath,
-                    kHoldAssertFirstLine + int(action));
+    CheckSite((millisecondsMin == 0) != (millisecondsMax == 0), assert_sites::kHoldLimits, int(action));
     HoldState& h = HoldStates()[size_t(action)];
     quorl::Timer& timer = h.timer;
     if (!x && previous) {  // the release frame

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <string>
 
+#include "TestFiles.h"
 #include "quorl/filesystem/AtomicFile.h"
 #include "quorl/filesystem/BinaryFileStream.h"
 #include "quorl/filesystem/ConfigFile.h"
@@ -21,13 +22,8 @@ namespace {
 
 class FilesystemAtomicFile : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char tmpl[] = "/tmp/quorl_atomic_XXXXXX";
-        ASSERT_NE(::mkdtemp(tmpl), nullptr);
-        dir = tmpl;
-    }
-    void TearDown() override { fs::remove_all(dir); }
-    fs::path dir;
+    testfiles::TempFolder folder{"quorl_atomic"};
+    fs::path dir = folder.path;
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "TestFiles.h"
 #include "quorl/filesystem/BinaryFileStream.h"
 #include "quorl/filesystem/ReadOnlyStream.h"
 #include "quorl/filesystem/WriteOnlyStream.h"
@@ -23,12 +24,8 @@ std::vector<unsigned char> FileBytes(const fs::path& p) {
 
 class FilesystemStreamFile : public ::testing::Test {
 protected:
-    void SetUp() override {
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-    }
-    void TearDown() override { fs::remove_all(dir); }
-    const fs::path dir = fs::temp_directory_path() / ("quorl_stream_" + std::to_string(::getpid()));
+    testfiles::TempFolder folder{"quorl_stream"};
+    const fs::path dir = folder.path;
 };
 
 }  // namespace

@@ -104,18 +104,6 @@ TEST_F(QuorlRendererTest, SkyAndARegionClearedByTheRenderHook) {
     EXPECT_GT(at(60, 4, 2), at(60, 60, 2));
 }
 
-TEST_F(QuorlRendererTest, AimIdUnderTheCentreIsReadBack) {
-    quorl::graphics::Window window;
-    RecordingRenderer r(&window, {64, 64});
-    r.aimId = 42;
-    r.rect = {{{28, 28}, {8, 8}}, 0, 1};
-    ASSERT_TRUE(r.Frame());
-    EXPECT_EQ(r.GetAimBuffer().AimId(), 42u);
-    r.rect = {{{0, 0}, {8, 8}}, 0, 1};  // away from the centre: the sky's id
-    ASSERT_TRUE(r.Frame());
-    EXPECT_EQ(r.GetAimBuffer().AimId(), 0u);
-}
-
 TEST_F(QuorlRendererTest, ThrowingHookEndsTheFrameAndTheNextOneWorks) {
     quorl::graphics::Window window;
     RecordingRenderer r(&window, {32, 32});

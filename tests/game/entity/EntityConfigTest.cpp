@@ -1,18 +1,16 @@
 // Model files: Blender axes, sections and keys, the node tree, collider shapes, and bad input.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <thread>
 
 #include <glm/gtc/matrix_transform.hpp>
 
+#include "TestFiles.h"
 #include "game/entity/BaseEntity.h"
 #include "game/entity/EntityConfig.h"
 
@@ -21,16 +19,7 @@ using game::entity::EntityConfig;
 
 namespace {
 
-void WriteAll(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
-
-size_t CountLines(const std::string& text) {
-    size_t n = 0;
-    for (char c : text) n += c == '\n';
-    return n;
-}
+using namespace testfiles;
 
 void ExpectNear(const glm::dmat4& actual, const glm::dmat4& expected, double tolerance = 1e-6) {
     for (int c = 0; c < 4; ++c)
@@ -48,13 +37,8 @@ glm::dmat4 Columns(glm::dvec3 x, glm::dvec3 y, glm::dvec3 z, glm::dvec3 t) {
 
 class EntityConfigTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char tmpl[] = "/tmp/zendola_model_XXXXXX";
-        ASSERT_NE(::mkdtemp(tmpl), nullptr);
-        dir = tmpl;
-        path = dir + "/thing.ini";
-    }
-    void TearDown() override { std::filesystem::remove_all(dir); }
+    TempFolder folder{"zendola_model"};
+    std::string dir = folder.path, path = dir + "/thing.ini";
 
     // Reads text as a model file; returns what was printed on the error stream.
     std::string Read(EntityConfig& config, const std::string& text) {
@@ -63,8 +47,6 @@ protected:
         config.ReadConfig();
         return testing::internal::GetCapturedStderr();
     }
-
-    std::string dir, path;
 };
 
 }  // namespace
@@ -319,7 +301,7 @@ TEST_F(EntityConfigTest, MeshPath) {
 
 TEST(EntityConfigSamples, ModelFilesInDataLoad) {
     const std::string models = std::string(ZENDOLA_SOURCE_DIR) + "/data/models/";
-    for (const char* name : {"cube", "slab", "vehicle", "wing"}) {
+    for (const char* name : {"cube", "slab", "vehicle", "wing", "buoy", "monitor"}) {
         EntityConfig c(models + name + ".ini");
         testing::internal::CaptureStderr();
         c.ReadConfig();

@@ -319,6 +319,7 @@ TEST_F(EntitySaveFormat, LoaderKeepsFilesOnEveryFault) {
     ServerSideEntity::LoadAllEntities();
     EXPECT_TRUE(ServerSideEntity::Destroy(id));
     EXPECT_EQ(FileCount(), 0u);
+    EXPECT_FALSE(ServerSideEntity::Destroy(id));
 }
 
 TEST_F(EntitySaveFormat, FolderRules) {

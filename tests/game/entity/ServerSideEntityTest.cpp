@@ -109,18 +109,6 @@ TEST_F(EntityServerSide, CreateGetAndDuplicates) {
     ServerSideEntity::_registered_items_module.clear();
 }
 
-TEST_F(EntityServerSide, DestroyRemovesBothFiles) {
-    auto e = MakePayload("x");
-    e->Serialize();
-    e->SerializeCheckpoint();
-    Id id = e->id;
-    e.reset();
-    EXPECT_EQ(FileCount(), 2u);
-    EXPECT_TRUE(ServerSideEntity::Destroy(id));
-    EXPECT_EQ(FileCount(), 0u);
-    EXPECT_FALSE(ServerSideEntity::Destroy(id));
-}
-
 TEST_F(EntityServerSide, AddAndRemoveChildKeepWorldPose) {
     auto parent = Bare();
     auto child = Bare();

@@ -215,17 +215,4 @@ TEST_F(Webview, TheLargestFrameFitsTheBuffer) {
     EXPECT_TRUE(texture->loads[0] == pixels);
 }
 
-TEST_F(Webview, ALostCommandIsReportedAndAFailedPingIsNot) {
-    ::close(wire.commands[1]);
-    wire.commands[1] = -1;
-    testing::internal::CaptureStderr();
-    webview.WriteToPipe(*wire.pipe);  // ping
-    webview.MouseMove("a", 3, 3);
-    webview.WriteToPipe(*wire.pipe);  // move
-    webview.Open("a", "u", 1, 1, 1);
-    webview.WriteToPipe(*wire.pipe);  // command
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Broken pipe with ELECTRON_WEBVIEW in Write Thread\n");
-    EXPECT_TRUE(webview.outgoing.empty()) << "the command is lost";
-}
-
 }  // namespace

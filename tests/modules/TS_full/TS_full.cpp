@@ -4,6 +4,8 @@
 #include "game/GAME_Mod.h"
 #include "game/Game.h"
 
+#include "../RendererHooks.h"
+
 using game::Game;
 
 static void Count(const char* channel) { Game::SetIMC(channel, Game::GetNumericIMC(channel, 0) + 1); }
@@ -53,23 +55,4 @@ TS_HOOK(Client_Send)
 TS_HOOK(Client_Receive)
 TS_HOOK(Physics_PlayerPosition)
 TS_HOOK(Physics_CameraPosition)
-TS_HOOK(Renderer_StartRendering)
-TS_HOOK(Renderer_StopRendering)
-TS_HOOK(Renderer_RefreshViewport)
-TS_HOOK(Renderer_FrameCollectGarbage)
-TS_HOOK(Renderer_FrameUpdateDescriptorSets)
-TS_HOOK(Renderer_FrameBeforePost)
-TS_HOOK(Renderer_FrameInit)
-TS_HOOK(Renderer_FrameUpdateUi)
-TS_HOOK(Renderer_FrameBeforeUpdate)
-TS_HOOK(Renderer_FrameUpdate)
-TS_HOOK(Renderer_FrameAfterUpdate)
-TS_HOOK(Renderer_FrameBeforeRender)
-TS_HOOK(Renderer_FrameAfterRender)
-TS_HOOK_CMD(Renderer_FramePushCommands)
-TS_HOOK_CMD(Renderer_FrameBuildCommands)
-TS_HOOK_CMD(Renderer_FrameRenderCommands)
-TS_HOOK_CMD(Renderer_FrameResolveCommands)
-TS_HOOK_CMD(Renderer_FrameBlitCommands)
-TS_HOOK_CMD(Renderer_FramePostCommands)
-TS_HOOK_CMD(Renderer_FrameOverlayCommands)
+TS_RENDERER_HOOKS(TS_HOOK, TS_HOOK_CMD)

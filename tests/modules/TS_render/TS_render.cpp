@@ -12,6 +12,8 @@
 #include "game/Game.h"
 #include "game/graphics/GameRenderer.h"
 
+#include "../RendererHooks.h"
+
 using game::Game;
 
 namespace {
@@ -21,42 +23,8 @@ void Record(const char* hook) {
     if (Game::GetIMC("TS_render.throw", "") == hook) throw std::runtime_error(std::string("TS_render: ") + hook);
 }
 
-void RecordEngineState(const char* hook) {
-    Record(hook);
-    Game::SetIMC(std::string("TS_render.engineRunningAt") + hook,
-                 Game::renderer && Game::renderer->IsRendering() ? 1.0 : 0.0);
-}
-
-}  // namespace
-
-#define TS_HOOK(name) \
-    extern "C" void name() { Record(#name); }
-#define TS_HOOK_CMD(name) \
-    extern "C" void name(VkCommandBuffer) { Record(#name); }
-
-extern "C" void Renderer_StartRendering() { RecordEngineState("Renderer_StartRendering"); }
-extern "C" void Renderer_StopRendering() { RecordEngineState("Renderer_StopRendering"); }
-TS_HOOK(Renderer_RefreshViewport)
-TS_HOOK(Renderer_FrameCollectGarbage)
-TS_HOOK(Renderer_FrameUpdateDescriptorSets)
-TS_HOOK(Renderer_FrameBeforePost)
-TS_HOOK(Renderer_FrameInit)
-TS_HOOK(Renderer_FrameUpdateUi)
-TS_HOOK(Renderer_FrameBeforeUpdate)
-TS_HOOK(Renderer_FrameUpdate)
-TS_HOOK(Renderer_FrameAfterUpdate)
-TS_HOOK(Renderer_FrameBeforeRender)
-TS_HOOK(Renderer_FrameAfterRender)
-TS_HOOK_CMD(Renderer_FramePushCommands)
-TS_HOOK_CMD(Renderer_FrameBuildCommands)
-TS_HOOK_CMD(Renderer_FrameResolveCommands)
-TS_HOOK_CMD(Renderer_FrameBlitCommands)
-TS_HOOK_CMD(Renderer_FramePostCommands)
-TS_HOOK_CMD(Renderer_FrameOverlayCommands)
-
 // Clears a region of the scene's colour and aim id attachments in the command buffer handed over.
-extern "C" void Renderer_FrameRenderCommands(VkCommandBuffer cmd) {
-    Record("Renderer_FrameRenderCommands");
+void DrawRegion(VkCommandBuffer cmd) {
     if (Game::GetIMC("TS_render.drawer", "") != TS_RENDER_NAME) return;
     VkClearAttachment clears[2]{};
     clears[0].aspectMask = VK_IMAGE_ASPECT_COLOR_BIT;
@@ -73,3 +41,23 @@ extern "C" void Renderer_FrameRenderCommands(VkCommandBuffer cmd) {
     rect.layerCount = 1;
     vkCmdClearAttachments(cmd, 2, clears, 1, &rect);
 }
+
+// Start and stop also note whether the engine renders at that moment.
+void Hook(const std::string& hook) {
+    Record(hook.c_str());
+    if (hook == "Renderer_StartRendering" || hook == "Renderer_StopRendering")
+        Game::SetIMC("TS_render.engineRunningAt" + hook, Game::renderer && Game::renderer->IsRendering() ? 1.0 : 0.0);
+}
+
+void HookCmd(const std::string& hook, VkCommandBuffer cmd) {
+    Record(hook.c_str());
+    if (hook == "Renderer_FrameRenderCommands") DrawRegion(cmd);
+}
+
+}  // namespace
+
+#define TS_HOOK(name) \
+    extern "C" void name() { Hook(#name); }
+#define TS_HOOK_CMD(name) \
+    extern "C" void name(VkCommandBuffer cmd) { HookCmd(#name, cmd); }
+TS_RENDERER_HOOKS(TS_HOOK, TS_HOOK_CMD)

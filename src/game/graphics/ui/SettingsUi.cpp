@@ -211,6 +211,7 @@ void SettingsUi::DrawInput(GameSettings& s, quorl::graphics::Window* window) {
             ImGui::PushID(row.label.c_str());
             ImGui::TableNextRow();
             ImGui::TableNextColumn();
+            ImGui::AlignTextToFramePadding();  // level with the buttons of the row
             ImGui::TextUnformatted(row.label.c_str());
             DrawBindingCells(row, s.*row.field, window);
             ImGui::PopID();

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "NodeTestHarness.h"
+#include "game/NodeTestHarness.h"
 #include "game/Game.h"
 #include "game/graphics/ui/NodeEditor.h"
 #include "quorl/graphics/Window.h"
