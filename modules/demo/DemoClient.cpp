@@ -25,8 +25,8 @@
 #include "game/graphics/GameRenderer.h"
 #include "game/graphics/LightSourceInstance.h"
 #include "game/input/Controller.h"
+#include "game/graphics/RenderableInstance.h"
 #include "quorl/graphics/DynamicAsyncTexture.h"
-#include "quorl/vk/Sampler.h"
 
 using game::Game;
 using game::entity::ClientSideEntity;
@@ -37,18 +37,20 @@ namespace {
 // The client behaviour of every demo kind: the pose comes from the server, nothing more.
 class DemoClientEntity : public ClientSideEntity::Interface {};
 
-// Looking at the slab from the south-east, a little above it.
-demo::DroneCamera StartCamera() { return demo::DroneCamera(glm::dvec3(9.0, 5.0, 12.0), -0.6, -0.25); }
+// Looking down at the slab from the south-east, the monitor in front of it.
+demo::DroneCamera StartCamera() { return demo::DroneCamera(glm::dvec3(5.0, 3.0, 7.0), -0.62, -0.3); }
 
 std::mutex gCameraMutex;  // the camera is flown on the input thread and read on the others
 demo::DroneCamera gCamera = StartCamera();
 
 std::shared_ptr<game::graphics::LightSourceInstance> gSun;
 std::unique_ptr<demo::DemoMonitor> gMonitor;
-// The monitor's screen on the GPU: texture gScreenTextureIndex of the renderer's list.
+// The monitor's screen on the GPU: texture gScreenTextureIndex of the renderer's list, shown on
+// the "screen" material of a client-only monitor entity beside the slab.
 std::shared_ptr<quorl::graphics::DynamicAsyncTexture> gScreenTexture;
-quorl::vk::Sampler gScreenSampler;
 uint32_t gScreenTextureIndex = 0;
+constexpr const char* kMonitorModel = "data/models/monitor.ini";
+const glm::dvec3 kMonitorPosition(2.0, 0.0, 2.6);
 
 // Mouse travel of one window height turns the view by this much.
 constexpr double kLookRadians = 3.0;
@@ -77,6 +79,11 @@ void Game_Start() {
                             [] { return std::make_shared<DemoClientEntity>(); }};
         ClientSideEntity::_registered_items_module[kind.type] = demo::kModuleText;
     }
+    // The monitor exists on the client only: it shows, it does not take part in the simulation.
+    std::error_code ec;
+    if (std::filesystem::is_regular_file(kMonitorModel, ec))
+        kinds["monitor"] = {std::make_shared<game::entity::EntityConfig>(kMonitorModel),
+                            [] { return std::make_shared<DemoClientEntity>(); }};
     std::lock_guard lock(gCameraMutex);
     gCamera = StartCamera();
 }
@@ -87,13 +94,20 @@ void Game_Ready() {
     gSun = std::make_shared<game::graphics::LightSourceInstance>(-direction * 400.0f, 20.0f, direction, 0.0f,
                                                                  glm::vec3(1.0f, 0.95f, 0.85f), 1.0e6f);
     gMonitor = std::make_unique<demo::DemoMonitor>();
-    if (Game::renderer) {
-        quorl::vk::Device& device = Game::renderer->GetDevice();
-        gScreenSampler.Create(device, VK_FILTER_NEAREST, VK_SAMPLER_ADDRESS_MODE_CLAMP_TO_EDGE);
-        gScreenTexture = std::make_shared<quorl::graphics::DynamicAsyncTexture>(
-            device, demo::DemoMonitor::kWidth, demo::DemoMonitor::kHeight, "demo monitor");
-        gScreenTextureIndex = Game::renderer->AddTexture(gScreenTexture, gScreenSampler);
-    }
+    if (!Game::renderer) return;
+    gScreenTexture = std::make_shared<quorl::graphics::DynamicAsyncTexture>(
+        Game::renderer->GetDevice(), demo::DemoMonitor::kWidth, demo::DemoMonitor::kHeight, "demo monitor");
+    gScreenTextureIndex = Game::renderer->AddTexture(gScreenTexture, Game::renderer->SamplerNearest());
+    if (!ClientSideEntity::_registered_interfaces[demo::kModuleText].count("monitor")) return;
+    auto monitor =
+        ClientSideEntity::Create(game::entity::Id::Generate("DEMO"), demo::ModuleId(), std::string("monitor"));
+    monitor->position = kMonitorPosition;
+    // Turned a little towards where the camera starts.
+    monitor->rotation = glm::angleAxis(0.6, glm::dvec3(0, 1, 0));
+    monitor->moved = true;
+    monitor->isDetachable = true;
+    for (auto& [name, instance] : monitor->renderableInstances)
+        if (instance) instance->SetMonitorTexture("screen", gScreenTextureIndex, glm::vec3(1.0f));
 }
 
 // No frame runs from here on; the renderer's own cleanup forgets the texture.
@@ -101,7 +115,6 @@ void Game_Stop() {
     gSun.reset();
     gMonitor.reset();
     gScreenTexture.reset();
-    gScreenSampler.Destroy();
 }
 
 void Input_Update_Play(double dt) {

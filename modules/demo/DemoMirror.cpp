@@ -16,7 +16,8 @@ using game::entity::ServerSideEntity;
 std::vector<EntityPose> TakeSnapshot() {
     std::vector<EntityPose> poses;
     ServerSideEntity::ForEach([&](std::shared_ptr<ServerSideEntity> e) {
-        poses.push_back({e->id, e->moduleId, e->type, e->position, e->rotation, e->velocity, e->angularVelocity});
+        poses.push_back(
+            {e->id, e->moduleId, e->type, e->position, e->rotation, e->velocity, e->angularVelocity, e->isDetachable});
     });
     return poses;
 }
@@ -36,7 +37,8 @@ void ApplySnapshot(const std::vector<EntityPose>& snapshot) {
             e = ClientSideEntity::Create(pose.id, pose.moduleId, pose.type);
             gMirrored.insert(pose.id);
         }
-        if (e->position != pose.position || e->rotation != pose.rotation) e->nodesMoved = true;
+        if (e->position != pose.position || e->rotation != pose.rotation) e->moved = true;
+        e->isDetachable = pose.isDetachable;
         e->position = pose.position;
         e->rotation = pose.rotation;
         e->velocity = pose.velocity;

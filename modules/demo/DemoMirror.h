@@ -22,6 +22,7 @@ struct EntityPose {
     glm::dquat rotation{1.0, 0.0, 0.0, 0.0};
     glm::dvec3 velocity{0.0};
     glm::dvec3 angularVelocity{0.0};
+    bool isDetachable = false;  // a part that can move: its transform is not cached for good
 };
 
 // Every server entity's pose (server thread).

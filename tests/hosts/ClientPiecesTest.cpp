@@ -103,13 +103,16 @@ TEST(DemoMirror, ClientEntitiesFollowTheServerWorldThroughSnapshots) {
     demo::ApplySnapshot(demo::TakeSnapshot());
     expectMirrored();
 
-    // The boxes fall: their client entities follow, and are marked moved for their nodes.
+    // The boxes fall: their client entities follow, and are marked moved for their instances.
     for (int i = 0; i < 30; ++i) Game::ServerUpdate(1.0 / 60.0, 2);
-    ClientSideEntity::ForEach([](std::shared_ptr<ClientSideEntity> c) { c->nodesMoved = false; });
+    ClientSideEntity::ForEach([](std::shared_ptr<ClientSideEntity> c) { c->moved = false; });
     demo::ApplySnapshot(demo::TakeSnapshot());
     expectMirrored();
     size_t moved = 0;
-    ClientSideEntity::ForEach([&](std::shared_ptr<ClientSideEntity> c) { moved += c->nodesMoved; });
+    ClientSideEntity::ForEach([&](std::shared_ptr<ClientSideEntity> c) {
+        moved += c->moved;
+        EXPECT_EQ(c->isDetachable, c->type != "slab") << c->type;
+    });
     EXPECT_GE(moved, 9u);
 
     // An entity gone on the server goes on the client.

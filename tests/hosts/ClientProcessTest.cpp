@@ -163,7 +163,8 @@ TEST_F(ClientProcess, InAWindowKeysFlyF12TakesPicturesAndHoldingEscapeQuitsAndSa
     // LeakSanitizer can only name them "unknown module": the window's run is not leak-checked.
     env["ASAN_OPTIONS"] = "detect_leaks=0";
     pid_t pid = Start("window", {"--width", "320", "--height", "180", "--progress", "0.5"});
-    ASSERT_TRUE(WaitForTicks("window", 30)) << Out("window") << Err("window");
+    // Five seconds in, the boxes have come to rest.
+    ASSERT_TRUE(WaitForTicks("window", 300)) << Out("window") << Err("window");
     auto shots = [&] {
         std::vector<fs::path> files;
         if (fs::is_directory(root / "pictures"))
