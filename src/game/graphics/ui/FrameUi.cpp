@@ -16,6 +16,7 @@
 #include "game/graphics/ui/Gizmo.h"
 #include "game/graphics/ui/InventoryUi.h"
 #include "game/graphics/ui/SettingsUi.h"
+#include "game/entity/ClientSideEntity.h"
 
 namespace game::graphics::ui {
 
@@ -61,6 +62,9 @@ void FrameUi::Update(GameRenderer* renderer) {
     if (settings && settings->debug_window) Debug().Draw(*settings, renderer, Settings().Saver());
     DebugGizmo(renderer);
     InventoryUi::UpdateUi();
+    // Entity interfaces: each client entity's behaviour draws its own windows (a programmable
+    // part's node editor, a panel's controls).
+    entity::ClientSideEntity::ForEach([](std::shared_ptr<entity::ClientSideEntity> e) { e->Ui(); });
     ModulesUi();
     if (settings && Game::settingsWindowOpen) Settings().Draw(*settings, Game::window);
     if (Game::adminWindowOpen) AdminPanel::Draw();
