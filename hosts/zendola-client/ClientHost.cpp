@@ -21,6 +21,7 @@
 #include "game/GAME_Init.h"
 #include "game/GAME_Mod.h"
 #include "game/Game.h"
+#include "game/MainMenu.h"
 #include "game/GameSettings.h"
 #include "game/SERVER_Mod.h"
 #include "game/graphics/GameRenderer.h"
@@ -98,6 +99,7 @@ ClientHost::ClientHost(ClientOptions options, std::ostream& out, std::ostream& e
 }
 
 ClientHost::~ClientHost() {
+    _menu.reset();  // its elements' pipelines belong to the renderer
     Game::renderer = nullptr;
     Game::audio = nullptr;
     Game::window = nullptr;
@@ -233,13 +235,25 @@ void ClientHost::AfterFrame(uint64_t frame) {
         std::strftime(name, sizeof name, "zendola-%Y%m%d-%H%M%S", std::localtime(&t));
         TakeScreenshot(PicturesFolder() + "/" + name + "-" + std::to_string(frame) + ".png");
     }
+    // PLAY (Game::Play) has put the input in play mode: the menu goes.
+    if (_menuShown && Game::_inputMode == 1) {
+        _menu->Hide();
+        _menuShown = false;
+        _out << "Main menu: PLAY" << std::endl;
+    }
     // F1 settings, F4 admin panel: while either is open the cursor is free for the interface.
-    bool panelsBefore = Game::settingsWindowOpen || Game::adminWindowOpen;
-    if (_f1Presses.exchange(0) % 2 == 1) Game::settingsWindowOpen = !Game::settingsWindowOpen;
-    if (_f4Presses.exchange(0) % 2 == 1) Game::adminWindowOpen = !Game::adminWindowOpen;
-    bool panelsNow = Game::settingsWindowOpen || Game::adminWindowOpen;
-    if (panelsNow && !panelsBefore) Game::SetInputMode_Ui();
-    if (!panelsNow && panelsBefore) Game::SetInputMode_Play();
+    // At the main menu the cursor is free already and they are ignored.
+    if (_menuShown) {
+        _f1Presses = 0;
+        _f4Presses = 0;
+    } else {
+        bool panelsBefore = Game::settingsWindowOpen || Game::adminWindowOpen;
+        if (_f1Presses.exchange(0) % 2 == 1) Game::settingsWindowOpen = !Game::settingsWindowOpen;
+        if (_f4Presses.exchange(0) % 2 == 1) Game::adminWindowOpen = !Game::adminWindowOpen;
+        bool panelsNow = Game::settingsWindowOpen || Game::adminWindowOpen;
+        if (panelsNow && !panelsBefore) Game::SetInputMode_Ui();
+        if (!panelsNow && panelsBefore) Game::SetInputMode_Play();
+    }
     if (_f3Presses.exchange(0) % 2 == 1) Game::uiVisible = !Game::uiVisible;
     if (_f11Presses.exchange(0) % 2 == 1) {
         _fullScreen = !_fullScreen;
@@ -538,7 +552,15 @@ int ClientHost::Run() {
     size_t loaded = ServerHost::Sample(0).entities;
     _server.CallServerLoad();
     _server.AnnounceWorld(loaded);
-    Game::Play();
+    if (_options.offscreen) {
+        Game::Play();
+    } else {
+        _menu = std::make_unique<game::MainMenu>();
+        _menu->Init();
+        _menu->Show();
+        _menuShown = true;
+        Game::SetInputMode_Ui();
+    }
     _out << "Playing world '" << _options.server.world << "' "
          << (_options.offscreen ? "offscreen" : "in a window") << " at " << _options.width << " x "
          << _options.height << (_options.frames ? ", for " + std::to_string(_options.frames) + " frames" : "")

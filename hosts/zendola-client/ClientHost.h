@@ -15,6 +15,7 @@ class Studio;
 }
 namespace game {
 class GameSettings;
+class MainMenu;
 }
 namespace game::graphics {
 class GameRenderer;
@@ -73,6 +74,9 @@ private:
     std::unique_ptr<quorl::graphics::Window> _window;
     std::unique_ptr<game::graphics::GameRenderer> _renderer;
     std::unique_ptr<quorl::audio::Studio> _studio;
+    // With a window the game starts at the main menu; its PLAY puts the input in play mode.
+    std::unique_ptr<game::MainMenu> _menu;
+    bool _menuShown = false;
     std::atomic<int> _status{0};
     std::atomic<uint64_t> _ticks{0};
     // Keys the host handles on the render loop.

@@ -179,10 +179,17 @@ TEST_F(ClientProcess, InAWindowKeysFlyF12TakesPicturesAndHoldingEscapeQuitsAndSa
         EXPECT_EQ(shots().size(), count) << Out("window");
         return shots().empty() ? Picture() : Load(shots().back());
     };
-    Picture before = screenshot(1);
-    ASSERT_FALSE(before.rgba.empty());
-    EXPECT_TRUE(MatchesGolden("client_window_start", before.rgba, uint32_t(before.width), uint32_t(before.height),
-                              8, 0.01));
+    // The game starts at the main menu, over the running world.
+    Picture menu = screenshot(1);
+    ASSERT_FALSE(menu.rgba.empty());
+    EXPECT_TRUE(MatchesGolden("client_window_start", menu.rgba, uint32_t(menu.width), uint32_t(menu.height), 8, 0.01));
+    // PLAY sits just above the centre: (160, 85) in a 320 x 180 window.
+    EXPECT_TRUE(x.Do("search --sync --name Zendola mousemove --window %1 160 85 "
+                     "sleep 0.2 mousedown 1 sleep 0.2 mouseup 1"));
+    ASSERT_TRUE(WaitForLine("window", [](const std::string& line) { return line == "Main menu: PLAY"; }))
+        << Out("window");
+    Picture before = screenshot(2);
+    EXPECT_NE(before.rgba, menu.rgba) << "the menu is still shown";
 
     // Fly forward and up while the mouse turns the view up.
     EXPECT_TRUE(x.Do("keydown w keydown space"));
@@ -190,7 +197,7 @@ TEST_F(ClientProcess, InAWindowKeysFlyF12TakesPicturesAndHoldingEscapeQuitsAndSa
     std::this_thread::sleep_for(std::chrono::milliseconds(800));
     EXPECT_TRUE(x.Do("keyup w keyup space"));
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    Picture after = screenshot(2);
+    Picture after = screenshot(3);
     EXPECT_NE(after.rgba, before.rgba) << "the view did not change";
 
     // A tap of Escape is not enough; two seconds of it quit.
