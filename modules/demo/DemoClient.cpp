@@ -50,7 +50,8 @@ std::unique_ptr<demo::DemoMonitor> gMonitor;
 std::shared_ptr<quorl::graphics::DynamicAsyncTexture> gScreenTexture;
 uint32_t gScreenTextureIndex = 0;
 constexpr const char* kMonitorModel = "data/models/monitor.ini";
-const glm::dvec3 kMonitorPosition(2.0, 0.0, 2.6);
+// Standing on the slab, whose top face is at y = 0.5.
+const glm::dvec3 kMonitorPosition(2.0, 0.5, 2.6);
 
 // Mouse travel of one window height turns the view by this much.
 constexpr double kLookRadians = 3.0;
