@@ -8,6 +8,7 @@
 // time per tick of each engine, how many boxes ended off the slab or pressed into or through it.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cmath>
@@ -30,6 +31,7 @@
 #include "game/entity/EntityConfig.h"
 #include "game/entity/ServerSideEntity.h"
 #include "game/physics/ConvexCollision.h"
+#include "game/physics/Rigidbody.h"
 #include "quorl/cpu/Profiler.h"
 
 #include "AllocationCounter.h"
@@ -207,6 +209,29 @@ void BM_ZendolaPile(benchmark::State& state) {
     }
 }
 
+// With ZENDOLA_BENCH_PILE_TRACE set, the tall pile's state every 30 ticks: boxes falling free,
+// carried by the slab, at rest, off it; the highest box; of the boxes over the slab not at rest, how many
+// move and the fastest (speed plus spin).
+void TracePile(int tick, const std::vector<std::shared_ptr<ServerSideEntity>>& boxes, const Id& slab) {
+    int free = 0, carried = 0, resting = 0, moving = 0, off = 0;
+    double fastest = 0, highest = -1e9;
+    for (const auto& e : boxes) {
+        free += e->parentEntity.IsNull();
+        carried += e->parentEntity == slab;
+        resting += e->restTime >= 1.0;
+        highest = std::max(highest, e->GetPositionAtCenterOfMass().y);
+        const glm::dvec3 c = e->GetPositionAtCenterOfMass();
+        off += std::abs(c.x) > 10 || std::abs(c.z) > 10;
+        if (e->restTime >= 1.0 || std::abs(c.x) > 10 || std::abs(c.z) > 10 || c.y < -1)
+            continue;
+        const double speed = glm::length(e->velocity) + glm::length(e->angularVelocity);
+        moving += speed > 0.05;
+        fastest = std::max(fastest, speed);
+    }
+    std::fprintf(stderr, "tick %4d: free %4d carried %4d resting %4d off %4d moving %4d fastest %7.3f highest %6.2f\n",
+                 tick, free, carried, resting, off, moving, fastest, highest);
+}
+
 // The tall pile: time per tick over the fall and the settling, and where the boxes ended.
 void BM_ZendolaTallPile(benchmark::State& state) {
     if (ModelFolder().empty()) {
@@ -224,11 +249,14 @@ void BM_ZendolaTallPile(benchmark::State& state) {
     }
     ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
     PileWatch watch(boxes.size());
+    const bool trace = std::getenv("ZENDOLA_BENCH_PILE_TRACE") != nullptr;
+    int tick = 0;
     const uint64_t before = gAllocations.load();
     for (auto _ : state) {
         ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
         // The slab stays at the origin unturned, so its frame, that of the boxes it carries, is the world's.
         for (size_t i = 0; i < boxes.size(); ++i) watch.See(i, boxes[i]->GetPositionAtCenterOfMass());
+        if (trace && ++tick % 30 == 0) TracePile(tick, boxes, slab->id);
     }
     state.counters["allocs/tick"] = double(gAllocations.load() - before) / double(state.iterations());
     std::vector<std::pair<glm::dvec3, glm::dquat>> ends;

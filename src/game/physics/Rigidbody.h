@@ -325,6 +325,7 @@ public:
         fixedCandidates.reserve(64);
         staticContactNormals.reserve(64);
         staticRelativeContactPoints.reserve(64);
+        _touchPoints.reserve(64);
         for (entity::ConvexMeshCollider& c : _callout) c.name.reserve(Base::kKeptNameLength);
     }
 
@@ -335,6 +336,7 @@ public:
         const double mass = owner->mass;
         QUORL_ASSERT_AT(mass > 0, detail::kRigidbodyPath, 181);
         restCount = 0;
+        _supported = _supportedNow = false;
         touchingParent = false;
         touchingEnvironment = false;
         potentialNewParent.reset();
@@ -359,6 +361,9 @@ public:
         ignoredIds = owner->ignoredEntities;
         broadphaseRadius = radius + 0.5 * deltaTime * glm::length(velocity);
         _startCentre = boundsCenterWorld;
+        _frameDeltaTime = deltaTime;
+        _stillSteps = 0;
+        _touchPoints.clear();
     }
 
     void Release() {
@@ -536,6 +541,8 @@ public:
     // contacts.
     void CollisionDetection(double deltaTime) {
         Walk walk{deltaTime};
+        _supportedNow = false;
+        _touchedNow = false;
         for (size_t ci = 0; ci < colliders.size(); ++ci) {
             entity::ConvexMeshCollider& c = colliders[ci];
             PlacedShape* shapeC = &GetPlacedShape(ci);  // fetched again whenever the body has moved
@@ -580,14 +587,39 @@ public:
                             touch = TouchingCorners({&c, &placedC, shapeC}, {&d, &placedD, &shapeD});
                             collision = touch.Centred(collision);
                         }
-                        RespondToCollision(this, o, collision, c.friction * d.friction);
-                        HoldOnFace(this, o, touch, collision.normal);
+                        // A body lying on a body that is held up meets it as a fixed body (see
+                        // HeldUpContacts below); other pairs share the contact.
+                        const double friction = c.friction * d.friction;
+                        if (o->_supported && glm::dot(collision.normal, Up()) > tuning::kParallelContacts) {
+                            AddStaticContactPoint(collision.normal, collision.position);
+                            for (int k = 0; k < touch.count; ++k) AddStaticContactPoint(collision.normal, touch.corners[k]);
+                            RespondToCollision(o, collision, friction);
+                            HoldOnFace(this, nullptr, touch, collision.normal, friction);
+                            _supportedNow = true;
+                        } else if (_supported && glm::dot(-collision.normal, o->Up()) > tuning::kParallelContacts) {
+                            Collision flipped = collision;
+                            flipped.normal = -collision.normal;
+                            o->AddStaticContactPoint(flipped.normal, flipped.position);
+                            for (int k = 0; k < touch.count; ++k) o->AddStaticContactPoint(flipped.normal, touch.corners[k]);
+                            o->RespondToCollision(this, flipped, friction);
+                            HoldOnFace(o, nullptr, touch, flipped.normal, friction);
+                            o->_supportedNow = true;
+                            if (o < this) o->_supported = true;  // o's pass of this substep is over
+                        } else {
+                            RespondToCollision(this, o, collision, friction);
+                            HoldOnFace(this, o, touch, collision.normal, friction);
+                        }
+                        AddTouch(collision.position, touch);
+                        o->AddTouch(collision.position, touch);
                     }
                     shapeC = &GetPlacedShape(ci);
                 }
             }
 
-            if (restCount > 0.99) return;
+            if (restCount > 0.99) {
+                _supported = true;
+                return;
+            }
 
             walk.touched = false;
             for (Rigidbody<Entity>* f : fixedCandidates) {
@@ -625,11 +657,15 @@ public:
             }
         }
 
+        _supported = _supportedNow;
         glm::dvec3 n;
         if (GetStaticContact(n)) {
             const glm::dvec3 t = velocity - glm::dot(velocity, n) * n;
             if (walk.minFriction > glm::length(t) && walk.minFriction > glm::length(angularVelocity)) restCount += 1;
         }
+        // Still through a whole frame, see StillAmongContacts.
+        _stillSteps = StillAmongContacts() ? _stillSteps + 1 : 0;
+        if (restCount < 1 && double(_stillSteps) * deltaTime >= _frameDeltaTime * (1 - 1e-9)) restCount += 1;
     }
 
     // Writes the simulated state back into the entity, moves it between parents, and updates the
@@ -670,7 +706,82 @@ public:
     // Once per frame: rebuilds the aerodynamic surfaces from the colliders and the motion.
     void ComputeAerodynamicSurfaces(const EnvironmentFunction& function);
 
+    // Held-up contacts. Answered one contact at a time, a column of moving bodies can't carry its
+    // own weight: a pair shares its overlap by inverse mass, the lower body is pushed into the
+    // one under it, and a tall pile sinks into itself, deep enough for the least overlap to turn
+    // sideways and squeeze bodies out of the pile. So a body remembers whether its last pass of
+    // contacts held it up (a contact pushing against the acceleration it falls with, from a fixed
+    // body, or from a body that was itself held up); a moving body that lies on a held-up body
+    // meets it as it meets a fixed body: the whole overlap and the impulse are its own, and the
+    // contact counts for its rest test. The weight of a pile then rests on what holds it, and a
+    // pile comes to rest from the bottom up within a few frames. Only contacts that hold a body up
+    // count for its rest test: a box wedged among fixed neighbours touches their sides too, and
+    // those contacts, not parallel to the ones under it, would keep it from ever resting.
+    // Without an acceleration to fall with, every contact counts and pairs share as before.
+    //
+    // Whether a contact whose normal is `n` can hold the body up: it pushes against the
+    // acceleration the body falls with. Any contact can when it falls with none.
+    bool HoldsUp(const glm::dvec3& n) const {
+        const glm::dvec3 up = Up();
+        return up == glm::dvec3(0.0) || glm::dot(n, up) > tuning::kParallelContacts;
+    }
+
+    // Against the acceleration the body falls with; zero when it falls with none.
+    glm::dvec3 Up() const {
+        const glm::dvec3 a = frameAcceleration + externalAcceleration;
+        const double length = glm::length(a);
+        return length > 0 ? -a / length : glm::dvec3(0.0);
+    }
+
+    // A body wedged among others (leaning on a neighbour, held between two) is held up by contacts
+    // that aren't parallel, and the rest test, made for a body lying on a face, never passes: a
+    // settled pile keeps a crowd of such bodies awake, each nudged by gravity and stopped by its
+    // contacts every substep. So a body also counts a step at rest when, through every substep of
+    // a frame, it touched something, moved slower than tuning::kStillSpeed and turned slower than
+    // tuning::kStillSpin, and the points it touched this frame surround its centre of mass across
+    // the direction it falls in. A body tipping over an edge touches along that edge only, and
+    // stays awake, however slow.
+    bool StillAmongContacts() const {
+        if (!_touchedNow || !(glm::length(velocity) < tuning::kStillSpeed) ||
+            !(glm::length(angularVelocity) < tuning::kStillSpin) || _touchPoints.size() < 3)
+            return false;
+        const glm::dvec3 up = Up();
+        if (up == glm::dvec3(0.0)) return false;
+        const glm::dvec3 helper = std::abs(up.x) < 0.9 ? glm::dvec3(1, 0, 0) : glm::dvec3(0, 1, 0);
+        const glm::dvec3 u = glm::normalize(glm::cross(up, helper));
+        const glm::dvec3 v = glm::cross(up, u);
+        double minU = 0, maxU = 0, minV = 0, maxV = 0;
+        for (const glm::dvec3& p : _touchPoints) {
+            minU = std::min(minU, glm::dot(p, u));
+            maxU = std::max(maxU, glm::dot(p, u));
+            minV = std::min(minV, glm::dot(p, v));
+            maxV = std::max(maxV, glm::dot(p, v));
+        }
+        return minU < 0 && maxU > 0 && minV < 0 && maxV > 0;
+    }
+
+    // Remembers where the body touched something in this frame (relative to its centre of mass),
+    // the contact point and the corners of the touch, merged as the rest test's points are.
+    template <class Touch>
+    void AddTouch(const glm::dvec3& point, const Touch& touch) {
+        _touchedNow = true;
+        auto add = [this](const glm::dvec3& p) {
+            const glm::dvec3 r = p - position;
+            for (const glm::dvec3& q : _touchPoints)
+                if (glm::length(q - r) < tuning::kContactMergeDistance) return;
+            _touchPoints.push_back(r);
+        };
+        add(point);
+        for (int i = 0; i < touch.count; ++i) add(touch.corners[i]);
+    }
+
 private:
+    bool _touchedNow = false;                 // touched something in this collision pass
+    int _stillSteps = 0;                      // collision passes in a row that found it still
+    double _frameDeltaTime = 0;               // of the frame the body was made for
+    std::vector<glm::dvec3> _touchPoints;     // see AddTouch
+    bool _supported = false;     // held up from below at its last collision pass
+    bool _supportedNow = false;  // in this pass so far
     glm::dvec3 _entityAcceleration{0.0};  // the entity's own externalAcceleration of this frame
     glm::dvec3 _startCentre{0.0};         // boundsCenterWorld when the frame began
     // What a contact callback is handed: copies of the colliders as placed for the test, kept
@@ -762,16 +873,18 @@ private:
             if (a.prepared) a.prepared->Forget();
         }
         const TouchArea touch = TouchingCorners(a, b);
-        if (holds) {
+        if (holds && HoldsUp(collision.normal)) {
             AddStaticContactPoint(collision.normal, collision.position);
             for (int i = 0; i < touch.count; ++i) AddStaticContactPoint(collision.normal, touch.corners[i]);
         }
         if (collision.depth > 0) {
+            if (glm::dot(collision.normal, Up()) > tuning::kParallelContacts) _supportedNow = true;
             RespondToCollision(this, touch.Centred(collision), frictionA * frictionB);
-            HoldOnFace(this, nullptr, touch, collision.normal);
+            HoldOnFace(this, nullptr, touch, collision.normal, frictionA * frictionB);
             walk.minFriction = std::min({frictionB, frictionA, walk.minFriction});
         }
         walk.touched = true;
+        AddTouch(collision.position, touch);
     }
 
     // The contact test turns its normal by the centres of the two shapes and reports the least
@@ -845,12 +958,16 @@ private:
     // inertias (all of it on `a` against a fixed body). One impulse at one point per contact and
     // substep leaves a box that lands on a face rocking from corner to corner: each corner's
     // impulse turns some of the fall into spin, and a pile of turned boxes then shakes itself
-    // apart, its bottom boxes squeezed out sideways and over the edge of what holds them. Turning
-    // about the normal, and tipping over an edge that the centre of mass is beyond, are left alone.
-    static void HoldOnFace(DynamicRigidbody* a, DynamicRigidbody* b, const TouchArea& touch, const glm::dvec3& n) {
+    // apart, its bottom boxes squeezed out sideways and over the edge of what holds them. Tipping
+    // over an edge that the centre of mass is beyond is left alone. Turning about the normal loses
+    // the fraction `friction` of itself, as sliding does at a contact: the response acts at the
+    // middle of the touch, where that turning slides nothing, and a box spinning on its face would
+    // otherwise spin for ever and never pass the rest test.
+    static void HoldOnFace(DynamicRigidbody* a, DynamicRigidbody* b, const TouchArea& touch, const glm::dvec3& n,
+                           double friction) {
         if (!StandsOn(touch, n, a->position) && !(b && StandsOn(touch, n, b->position))) return;
         glm::dvec3 w = a->angularVelocity - (b ? b->angularVelocity : glm::dvec3(0.0));
-        w -= glm::dot(w, n) * n;
+        w -= (1.0 - std::clamp(friction, 0.0, 1.0)) * glm::dot(w, n) * n;
         if (!b) {
             a->angularVelocity -= w;
             return;

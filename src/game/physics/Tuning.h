@@ -22,4 +22,9 @@ inline constexpr double kParallelContacts = 0.707;
 // m/s: sliding at a contact slower than this gets no friction impulse.
 inline constexpr double kMinSlidingSpeed = 1e-6;
 
+// m/s and rad/s: a body wedged among others that stays slower than these, and turns slower,
+// through a whole frame of contacts comes to rest.
+inline constexpr double kStillSpeed = 0.1;
+inline constexpr double kStillSpin = 0.1;
+
 }  // namespace game::physics::tuning
