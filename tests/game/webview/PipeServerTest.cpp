@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 namespace {
 
 TEST(PipeServer, ConnectsOnFirstUseInEachDirection) {
-    TempRunFolder folder;
+    testfiles::TempFolder folder{"zwv"};
     PipeServer pipe("link", folder.path);  // returns with no client
     EXPECT_FALSE(pipe.writeConnected);
     EXPECT_EQ(pipe.WritePath(), folder.path + "/link.s2c");
@@ -32,7 +32,7 @@ TEST(PipeServer, ConnectsOnFirstUseInEachDirection) {
     EXPECT_EQ(written.wait_for(100ms), std::future_status::timeout);
     PipeClient client(pipe.BasePath());
     ASSERT_TRUE(written.get());
-    EXPECT_EQ(client.Receive(6), "open a");
+    EXPECT_EQ(client.ReceiveRaw(200), "open a");
 
     client.Send("abcdef");
     char buffer[4];
@@ -53,7 +53,7 @@ TEST(PipeServer, ConnectsOnFirstUseInEachDirection) {
 }
 
 TEST(PipeServer, ShutdownWakesThreadsWaitingForTheClient) {
-    TempRunFolder folder;
+    testfiles::TempFolder folder{"zwv"};
     auto pipe = std::make_unique<PipeServer>("idle", folder.path);
     auto written = std::async(std::launch::async, [&] { return pipe->Write("ping ", 5); });
     auto read = std::async(std::launch::async, [&] {
@@ -73,7 +73,7 @@ TEST(PipeServer, ShutdownWakesThreadsWaitingForTheClient) {
 }
 
 TEST(PipeServer, ShutdownWakesABlockedRead) {
-    TempRunFolder folder;
+    testfiles::TempFolder folder{"zwv"};
     PipeServer pipe("busy", folder.path);
     PipeClient client(pipe.BasePath());
     char c;
@@ -85,7 +85,7 @@ TEST(PipeServer, ShutdownWakesABlockedRead) {
 }
 
 TEST(PipeServer, StaleSocketsAreReplacedAndOtherFilesRefused) {
-    TempRunFolder folder;
+    testfiles::TempFolder folder{"zwv"};
     { PipeServer first("again", folder.path + "/made/here"); }
     { PipeServer crashed("again", folder.path); }  // files removed on the way out
     // A socket file left by a process that died is taken over.
