@@ -315,7 +315,10 @@ void GameRenderer::FramePushCommands(VkCommandBuffer cmd) {
     _texturesToPush.clear();
 }
 
-void GameRenderer::FrameBuildCommands(VkCommandBuffer cmd) { ForAll(&GAME_Mod::Renderer_FrameBuildCommands, cmd); }
+void GameRenderer::FrameBuildCommands(VkCommandBuffer cmd) {
+    _scene->Compute(cmd);
+    ForAll(&GAME_Mod::Renderer_FrameBuildCommands, cmd);
+}
 void GameRenderer::FrameRenderCommands(VkCommandBuffer cmd) {
     _scene->Draw(cmd, RenderableHitShaders(), _worldOrigin);
     ForSorted("render", &GAME_Mod::Renderer_FrameRenderCommands, cmd);
