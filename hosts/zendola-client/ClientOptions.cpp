@@ -1,5 +1,7 @@
 #include "ClientOptions.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <map>
@@ -52,6 +54,23 @@ ClientParseResult ParseClientOptions(const std::vector<std::string>& args) {
          [&, set = size(o.height)](const std::string& v) {
              heightGiven = true;
              return set(v);
+         }},
+        {"--camera",
+         [&](const std::string& v) -> std::string {
+             std::vector<double> numbers;
+             for (size_t start = 0;;) {
+                 const size_t comma = v.find(',', start);
+                 double n = 0;
+                 if (!ParseNumber(v.substr(start, comma - start), n) || std::abs(n) > 1e7) break;
+                 numbers.push_back(n);
+                 if (comma == std::string::npos) break;
+                 start = comma + 1;
+             }
+             if (numbers.size() != 5 || std::count(v.begin(), v.end(), ',') != 4)
+                 return "is not five numbers X,Y,Z,YAW,PITCH";
+             if (std::abs(numbers[4]) > 90) return "has a pitch beyond 90 degrees up or down";
+             o.camera = numbers;
+             return "";
          }},
         {"--settings",
          [&](const std::string& v) -> std::string {
@@ -164,6 +183,9 @@ std::string ClientUsage(const std::string& program) {
       << "                    (default " << d.width << " x " << d.height << ")\n"
       << "  --settings FILE   settings file to read and write (default " << SettingsPath() << ",\n"
       << "                    from $XDG_CONFIG_HOME or ~/.config)\n"
+      << "  --camera X,Y,Z,YAW,PITCH  start the view at X,Y,Z metres (+y up), turned YAW degrees\n"
+      << "                    right from looking along -z and PITCH degrees up (default: the\n"
+      << "                    game module's own start)\n"
       << "  --benchmark       --offscreen at 1280 x 720 for 600 frames (unless given), then print the\n"
       << "                    frame time and each loop's CPU time per frame\n"
       << "\n"
