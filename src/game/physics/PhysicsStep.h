@@ -32,8 +32,7 @@ public:
     // The step the server runs, kept for the life of the process.
     static PhysicsStep& Kept();
 
-    // Walks the entities, files each that gets a body by kind (fixed, moving, orbiting) and group,
-    // and rebuilds the bodies in place. `population` bounds the number of entities walked.
+    // Files each entity of the walk (at most `population`) by kind and group; rebuilds the bodies.
     void PrepareBodies(double deltaTime, size_t population);
     // Components lend their colliders to their vehicle's root body.
     void MergeVehicles();
@@ -43,8 +42,7 @@ public:
     void FindPairs();
     // Bodies that left their environment: paired, tested and moved once per step.
     void OrbitingBodies();
-    // Moving bodies: aerodynamic surfaces, then `substeps` rounds of motion, collision and
-    // environment, then the carried bodies' environment once.
+    // Moving bodies: surfaces, then `substeps` rounds of motion, collision and environment.
     void DynamicSubsteps(int substeps);
     // The moving bodies' poses and velocities back into their entities.
     void WriteBack();
