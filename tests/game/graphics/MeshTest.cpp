@@ -306,7 +306,9 @@ TEST_F(MeshGpuTest, GeometriesAddressTheFileBytesInOneBuffer) {
             EXPECT_EQ(g.materialName, p.materialName);
             // Only "wood" has an image that is read (4 x 4): "screen" waits for a monitor texture.
             EXPECT_EQ(g.baseColorTexture != 0, p.materialName == "wood");
-            if (g.baseColorTexture) EXPECT_EQ(renderer->GetTexture(g.baseColorTexture)->Extent().width, 4u);
+            if (g.baseColorTexture) {
+                EXPECT_EQ(renderer->GetTexture(g.baseColorTexture)->Extent().width, 4u);
+            }
         }
     }
 
