@@ -13,6 +13,7 @@
 #include "game/entity/EntityConfig.h"
 #include "game/graphics/GameRenderer.h"
 #include "game/graphics/LightSourceInstance.h"
+#include "game/graphics/OutputPixels.h"
 #include "game/graphics/Mesh.h"
 #include "game/graphics/PlasmaTrail.h"
 #include "quorl/graphics/Window.h"
@@ -266,14 +267,7 @@ TEST_F(ClientEntity, FollowsItsServerTwin) {
         if (tick != 2 && tick != 6) continue;
         ASSERT_TRUE(renderer.Frame());
         const std::string name = "entity_twin_tick" + std::to_string(tick);
-        const std::string path = std::string(ZENDOLA_BINARY_DIR) + "/test-output/" + name + ".png";
-        ASSERT_TRUE(renderer.SaveImage(renderer.GetOutputVkImage(), {0, 0}, {kWidth, kHeight},
-                                       renderer.GetOutputImageFormat(), renderer.OutputFinalLayout(), path));
-        int w = 0, h = 0, n = 0;
-        stbi_uc* png = stbi_load(path.c_str(), &w, &h, &n, 4);
-        ASSERT_TRUE(png);
-        const std::vector<uint8_t> pixels(png, png + size_t(w) * size_t(h) * 4);
-        stbi_image_free(png);
+        const std::vector<uint8_t> pixels = OutputPixels(renderer, name);
         EXPECT_TRUE(MatchesGolden(name, pixels, kWidth, kHeight));
     }
 }

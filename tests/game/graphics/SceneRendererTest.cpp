@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stb_image.h>
 
 #include <any>
 #include <cstring>
@@ -18,6 +17,7 @@
 #include "game/graphics/GameRenderer.h"
 #include "game/graphics/LightSourceInstance.h"
 #include "game/graphics/Mesh.h"
+#include "game/graphics/OutputPixels.h"
 #include "game/graphics/PlasmaTrail.h"
 #include "game/graphics/RenderableInstance.h"
 #include "game/graphics/SceneRenderer.h"
@@ -64,18 +64,7 @@ protected:
         return instance;
     }
 
-    std::vector<uint8_t> Shot(const std::string& name) {
-        const std::string path = std::string(ZENDOLA_BINARY_DIR) + "/test-output/" + name + ".png";
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        EXPECT_TRUE(renderer->SaveImage(renderer->GetOutputVkImage(), {0, 0}, {kWidth, kHeight},
-                                        renderer->GetOutputImageFormat(), renderer->OutputFinalLayout(), path));
-        int w = 0, h = 0, n = 0;
-        stbi_uc* png = stbi_load(path.c_str(), &w, &h, &n, 4);
-        if (!png) return {};
-        std::vector<uint8_t> pixels(png, png + size_t(w) * size_t(h) * 4);
-        stbi_image_free(png);
-        return pixels;
-    }
+    std::vector<uint8_t> Shot(const std::string& name) { return OutputPixels(*renderer, name); }
     static const uint8_t* At(const std::vector<uint8_t>& pixels, uint32_t x, uint32_t y) {
         return &pixels[(size_t(y) * kWidth + x) * 4];
     }
