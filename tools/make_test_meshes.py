@@ -343,6 +343,9 @@ def write(folder, stem, gltf, blob):
 
 def main():
     write(OUT, "parts", *parts())
+    # The "wood" material's base colour image ("not_there.png" belongs to "screen", never read).
+    with open(os.path.join(OUT, "wood.png"), "wb") as f:
+        f.write(png(4, 4, (120, 80, 40)))
     # The demo's models, beside their model files.
     write(MODELS, "cube", *box_model("cube", "cube", "paint", [0.8, 0.3, 0.1, 1.0]))
     write(MODELS, "slab", *box_model("slab", "slab", "concrete", [0.6, 0.6, 0.6, 1.0]))
