@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <functional>
-#include <map>
 #include <sstream>
 
 namespace host {
@@ -23,7 +21,6 @@ ClientParseResult ParseClientOptions(const std::vector<std::string>& args) {
     ClientOptions& o = result.options;
     bool framesGiven = false, widthGiven = false, heightGiven = false;
 
-    using Setter = std::function<std::string(const std::string&)>;
     auto size = [](int& field) {
         return [&field](const std::string& v) -> std::string {
             uint64_t n = 0;
@@ -32,7 +29,8 @@ ClientParseResult ParseClientOptions(const std::vector<std::string>& args) {
             return "";
         };
     };
-    const std::map<std::string, Setter> valued = {
+    OptionTable table;
+    table.valued = {
         {"--frames",
          [&](const std::string& v) -> std::string {
              if (!ParseUnsigned(v, o.frames)) return "is not a whole number of frames";
@@ -80,45 +78,18 @@ ClientParseResult ParseClientOptions(const std::vector<std::string>& args) {
          }},
     };
 
+    auto set = [](bool& field) {
+        return [&field] {
+            field = true;
+            return std::string();
+        };
+    };
+    auto serverOnly = [] { return std::string("belongs to zendola-server only"); };
+    table.flags = {{"--offscreen", set(o.offscreen)}, {"--benchmark", set(o.benchmark)},
+                   {"--poses", serverOnly}, {"--unpaced", serverOnly}};
     std::vector<std::string> rest;
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        if (arg == "--offscreen") {
-            o.offscreen = true;
-            continue;
-        }
-        if (arg == "--benchmark") {
-            o.benchmark = true;
-            continue;
-        }
-        std::string name = arg, value;
-        bool hasValue = false;
-        if (size_t eq = arg.find('='); arg.rfind("--", 0) == 0 && eq != std::string::npos) {
-            name = arg.substr(0, eq);
-            value = arg.substr(eq + 1);
-            hasValue = true;
-        }
-        if (name == "--poses" || name == "--unpaced") {
-            result.error = "option " + name + " belongs to zendola-server only";
-            return result;
-        }
-        auto it = valued.find(name);
-        if (it == valued.end()) {
-            rest.push_back(arg);
-            continue;
-        }
-        if (!hasValue) {
-            if (i + 1 >= args.size()) {
-                result.error = "option " + name + " needs a value";
-                return result;
-            }
-            value = args[++i];
-        }
-        if (std::string why = it->second(value); !why.empty()) {
-            result.error = "option " + name + ": '" + value + "' " + why;
-            return result;
-        }
-    }
+    result.error = ParseOptions(args, table, &rest);
+    if (!result.error.empty()) return result;
     ParseResult server = ParseServerOptions(rest);
     if (!server.error.empty()) {
         result.error = server.error;

@@ -6,6 +6,7 @@
 //   Renderer_FrameInit hands the camera to the renderer (render thread);
 //   Game_Update       (sorted walk "update") draws the monitor each second and feeds the
 //                     ambience its wind and surroundings (game thread);
+//                     and offers the demo's program to the admin panel's editor;
 //   Game_Stop         lets go of what Game_Ready made.
 // The client entities themselves come from the server half's snapshots (DemoMirror.h).
 #include <chrono>
@@ -30,6 +31,7 @@
 #include "game/graphics/LightSourceInstance.h"
 #include "game/input/Controller.h"
 #include "game/graphics/RenderableInstance.h"
+#include "game/graphics/ui/AdminPanel.h"
 #include "quorl/graphics/DynamicAsyncTexture.h"
 
 using game::Game;
@@ -62,6 +64,8 @@ std::unique_ptr<demo::DemoMonitor> gMonitor;
 std::shared_ptr<quorl::graphics::DynamicAsyncTexture> gScreenTexture;
 uint32_t gScreenTextureIndex = 0;
 constexpr const char* kMonitorModel = "data/models/monitor.ini";
+// A small program of the demo (a door that opens for two seconds), edited from the admin panel.
+constexpr const char* kProgramFile = "data/programs/demo.main.qc";
 // Standing on the slab, whose top face is at y = 0.5.
 const glm::dvec3 kMonitorPosition(2.0, 0.5, 2.6);
 
@@ -117,6 +121,9 @@ void Game_Ready() {
     gSun = std::make_shared<game::graphics::LightSourceInstance>(-direction * 400.0f, 20.0f, direction, 0.0f,
                                                                  glm::vec3(1.0f, 0.95f, 0.85f), 1.0e6f);
     gMonitor = std::make_unique<demo::DemoMonitor>();
+    std::error_code ec;
+    if (std::filesystem::is_regular_file(kProgramFile, ec))
+        game::graphics::ui::AdminPanel::OfferProgram(std::filesystem::absolute(kProgramFile).string());
     if (!Game::renderer) return;
     gScreenTexture = std::make_shared<quorl::graphics::DynamicAsyncTexture>(
         Game::renderer->GetDevice(), demo::DemoMonitor::kWidth, demo::DemoMonitor::kHeight, "demo monitor");
@@ -135,6 +142,7 @@ void Game_Ready() {
 
 // No frame runs from here on; the renderer's own cleanup forgets the texture.
 void Game_Stop() {
+    game::graphics::ui::AdminPanel::WithdrawPrograms();
     gSun.reset();
     gMonitor.reset();
     gScreenTexture.reset();
