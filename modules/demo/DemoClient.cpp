@@ -135,7 +135,6 @@ void Game_Ready() {
     // Turned a little towards where the camera starts.
     monitor->rotation = glm::angleAxis(0.6, glm::dvec3(0, 1, 0));
     monitor->moved = true;
-    monitor->isDetachable = true;
     for (auto& [name, instance] : monitor->renderableInstances)
         if (instance) instance->SetMonitorTexture("screen", gScreenTextureIndex, glm::vec3(1.0f));
 }
