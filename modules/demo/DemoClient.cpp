@@ -64,6 +64,8 @@ std::unique_ptr<demo::DemoMonitor> gMonitor;
 std::shared_ptr<quorl::graphics::DynamicAsyncTexture> gScreenTexture;
 uint32_t gScreenTextureIndex = 0;
 constexpr const char* kMonitorModel = "data/models/monitor.ini";
+// The sea's surface beyond the shoreline: the renderer draws no planet surface of its own.
+constexpr const char* kSeaModel = "data/models/sea.ini";
 // A small program of the demo (a door that opens for two seconds), edited from the admin panel.
 constexpr const char* kProgramFile = "data/programs/demo.main.qc";
 // Standing on the slab, whose top face is at y = 0.5.
@@ -107,6 +109,9 @@ void Game_Start() {
     if (std::filesystem::is_regular_file(kMonitorModel, ec))
         kinds["monitor"] = {std::make_shared<game::entity::EntityConfig>(kMonitorModel),
                             [] { return std::make_shared<DemoClientEntity>(); }};
+    if (std::filesystem::is_regular_file(kSeaModel, ec))
+        kinds["sea"] = {std::make_shared<game::entity::EntityConfig>(kSeaModel),
+                        [] { return std::make_shared<DemoClientEntity>(); }};
     gLockstepRate = Game::GetNumericIMC("host.lockstep", 0.0);
     gUpdates = 0;
     std::lock_guard lock(gCameraMutex);
@@ -128,6 +133,10 @@ void Game_Ready() {
     gScreenTexture = std::make_shared<quorl::graphics::DynamicAsyncTexture>(
         Game::renderer->GetDevice(), demo::DemoMonitor::kWidth, demo::DemoMonitor::kHeight, "demo monitor");
     gScreenTextureIndex = Game::renderer->AddTexture(gScreenTexture, Game::renderer->SamplerNearest());
+    if (ClientSideEntity::_registered_interfaces[demo::kModuleText].count("sea")) {
+        auto sea = ClientSideEntity::Create(game::entity::Id::Generate("DEMO"), demo::ModuleId(), std::string("sea"));
+        sea->moved = true;
+    }
     if (!ClientSideEntity::_registered_interfaces[demo::kModuleText].count("monitor")) return;
     auto monitor =
         ClientSideEntity::Create(game::entity::Id::Generate("DEMO"), demo::ModuleId(), std::string("monitor"));
