@@ -323,6 +323,14 @@ def monitor():
     return m.gltf(images=["monitor_screen.png"])
 
 
+def sea():
+    """A flat sheet of water at sea level beyond the shoreline of the demo's planet."""
+    m = Model("sea")
+    m.material("water", [0.04, 0.16, 0.26, 1.0], metallic=0.1, roughness=0.15)
+    m.quad("sea", "water", [(50, -4000, 0), (4000, -4000, 0), (4000, 4000, 0), (50, 4000, 0)])
+    return m.gltf()
+
+
 def png(width, height, rgb):
     """An RGB PNG of one colour."""
     def chunk(kind, data):
@@ -343,6 +351,9 @@ def write(folder, stem, gltf, blob):
 
 def main():
     write(OUT, "parts", *parts())
+    # The "wood" material's base colour image ("not_there.png" belongs to "screen", never read).
+    with open(os.path.join(OUT, "wood.png"), "wb") as f:
+        f.write(png(4, 4, (120, 80, 40)))
     # The demo's models, beside their model files.
     write(MODELS, "cube", *box_model("cube", "cube", "paint", [0.8, 0.3, 0.1, 1.0]))
     write(MODELS, "slab", *box_model("slab", "slab", "concrete", [0.6, 0.6, 0.6, 1.0]))
@@ -350,6 +361,7 @@ def main():
     write(MODELS, "wing", *wing())
     write(MODELS, "buoy", *buoy())
     write(MODELS, "monitor", *monitor())
+    write(MODELS, "sea", *sea())
     # What the monitor's screen shows until a virtual screen is set (the loader never reads it).
     with open(os.path.join(MODELS, "monitor_screen.png"), "wb") as f:
         f.write(png(4, 3, (8, 10, 12)))

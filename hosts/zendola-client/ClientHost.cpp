@@ -14,6 +14,7 @@
 #include <iomanip>
 #include <iostream>
 #include <mutex>
+#include <sstream>
 #include <thread>
 
 #include "ProgressMeter.h"
@@ -25,6 +26,7 @@
 #include "game/GameSettings.h"
 #include "game/SERVER_Mod.h"
 #include "game/graphics/GameRenderer.h"
+#include "game/physics/EnvironmentRandom.h"
 #include "quorl/audio/Studio.h"
 #include "quorl/graphics/GlfwWindow.h"
 #include "quorl/graphics/Window.h"
@@ -522,6 +524,16 @@ int ClientHost::Run() {
     Game::_is_server = true;
     Game::_current_world = _options.server.world;
     Game::_mods = _options.server.content;
+    Game::SetIMC(kLockstepChannel, _options.offscreen ? _options.server.rate : 0.0);
+    // Offscreen runs repeat: the environment's random samplers (buoyancy, air on surfaces) start
+    // from the same seed every time.
+    if (_options.offscreen) game::physics::SeedEnvironmentRandom(1);
+    if (_options.camera.size() == 5) {
+        std::ostringstream camera;
+        camera.precision(17);
+        for (double n : _options.camera) camera << n << ' ';
+        Game::SetIMC(kCameraChannel, camera.str());
+    }
     if (!LoadModules(game::GAME_Init::ClassWord, false)) {
         game::GAME_Init::UnloadModules();
         return 1;

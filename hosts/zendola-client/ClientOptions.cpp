@@ -1,8 +1,8 @@
 #include "ClientOptions.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
-#include <functional>
-#include <map>
 #include <sstream>
 
 namespace host {
@@ -21,7 +21,6 @@ ClientParseResult ParseClientOptions(const std::vector<std::string>& args) {
     ClientOptions& o = result.options;
     bool framesGiven = false, widthGiven = false, heightGiven = false;
 
-    using Setter = std::function<std::string(const std::string&)>;
     auto size = [](int& field) {
         return [&field](const std::string& v) -> std::string {
             uint64_t n = 0;
@@ -30,7 +29,8 @@ ClientParseResult ParseClientOptions(const std::vector<std::string>& args) {
             return "";
         };
     };
-    const std::map<std::string, Setter> valued = {
+    OptionTable table;
+    table.valued = {
         {"--frames",
          [&](const std::string& v) -> std::string {
              if (!ParseUnsigned(v, o.frames)) return "is not a whole number of frames";
@@ -53,6 +53,23 @@ ClientParseResult ParseClientOptions(const std::vector<std::string>& args) {
              heightGiven = true;
              return set(v);
          }},
+        {"--camera",
+         [&](const std::string& v) -> std::string {
+             std::vector<double> numbers;
+             for (size_t start = 0;;) {
+                 const size_t comma = v.find(',', start);
+                 double n = 0;
+                 if (!ParseNumber(v.substr(start, comma - start), n) || std::abs(n) > 1e7) break;
+                 numbers.push_back(n);
+                 if (comma == std::string::npos) break;
+                 start = comma + 1;
+             }
+             if (numbers.size() != 5 || std::count(v.begin(), v.end(), ',') != 4)
+                 return "is not five numbers X,Y,Z,YAW,PITCH";
+             if (std::abs(numbers[4]) > 90) return "has a pitch beyond 90 degrees up or down";
+             o.camera = numbers;
+             return "";
+         }},
         {"--settings",
          [&](const std::string& v) -> std::string {
              if (v.empty()) return "is empty";
@@ -61,45 +78,18 @@ ClientParseResult ParseClientOptions(const std::vector<std::string>& args) {
          }},
     };
 
+    auto set = [](bool& field) {
+        return [&field] {
+            field = true;
+            return std::string();
+        };
+    };
+    auto serverOnly = [] { return std::string("belongs to zendola-server only"); };
+    table.flags = {{"--offscreen", set(o.offscreen)}, {"--benchmark", set(o.benchmark)},
+                   {"--poses", serverOnly}, {"--unpaced", serverOnly}};
     std::vector<std::string> rest;
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        if (arg == "--offscreen") {
-            o.offscreen = true;
-            continue;
-        }
-        if (arg == "--benchmark") {
-            o.benchmark = true;
-            continue;
-        }
-        std::string name = arg, value;
-        bool hasValue = false;
-        if (size_t eq = arg.find('='); arg.rfind("--", 0) == 0 && eq != std::string::npos) {
-            name = arg.substr(0, eq);
-            value = arg.substr(eq + 1);
-            hasValue = true;
-        }
-        if (name == "--poses" || name == "--unpaced") {
-            result.error = "option " + name + " belongs to zendola-server only";
-            return result;
-        }
-        auto it = valued.find(name);
-        if (it == valued.end()) {
-            rest.push_back(arg);
-            continue;
-        }
-        if (!hasValue) {
-            if (i + 1 >= args.size()) {
-                result.error = "option " + name + " needs a value";
-                return result;
-            }
-            value = args[++i];
-        }
-        if (std::string why = it->second(value); !why.empty()) {
-            result.error = "option " + name + ": '" + value + "' " + why;
-            return result;
-        }
-    }
+    result.error = ParseOptions(args, table, &rest);
+    if (!result.error.empty()) return result;
     ParseResult server = ParseServerOptions(rest);
     if (!server.error.empty()) {
         result.error = server.error;
@@ -164,6 +154,9 @@ std::string ClientUsage(const std::string& program) {
       << "                    (default " << d.width << " x " << d.height << ")\n"
       << "  --settings FILE   settings file to read and write (default " << SettingsPath() << ",\n"
       << "                    from $XDG_CONFIG_HOME or ~/.config)\n"
+      << "  --camera X,Y,Z,YAW,PITCH  start the view at X,Y,Z metres (+y up), turned YAW degrees\n"
+      << "                    right from looking along -z and PITCH degrees up (default: the\n"
+      << "                    game module's own start)\n"
       << "  --benchmark       --offscreen at 1280 x 720 for 600 frames (unless given), then print the\n"
       << "                    frame time and each loop's CPU time per frame\n"
       << "\n"

@@ -18,9 +18,20 @@ struct ClientOptions {
     int height = 720;
     std::string settingsFile;    // empty: the per-user settings file (SettingsPath)
     bool benchmark = false;      // offscreen 1280 x 720 for 600 frames, then a table of loop times
+    // --camera X,Y,Z,YAW,PITCH: where the view starts (metres, degrees); empty: where the game module
+    // puts it. The host hands it to the modules on the channel kCameraChannel before Game::Start.
+    std::vector<double> camera;
     bool help = false;
     bool version = false;
 };
+
+// Inter-module channel (Game::SetIMC) holding the start camera as "X Y Z YAW PITCH": metres in
+// the world's frame, yaw in degrees turning right from looking along -z, pitch in degrees up.
+inline constexpr const char* kCameraChannel = "host.camera";
+// Channel holding the tick rate in Hz for an --offscreen run, whose loops run in lockstep (one
+// tick, one game update and one frame after another), and 0 otherwise: a module may then show
+// simulated time instead of the clock, so that every run looks the same.
+inline constexpr const char* kLockstepChannel = "host.lockstep";
 
 struct ClientParseResult {
     ClientOptions options;

@@ -63,13 +63,46 @@ bool IsSafeName(const std::string& name) {
     return true;
 }
 
+std::string ParseOptions(const std::vector<std::string>& args, const OptionTable& table,
+                         std::vector<std::string>* rest) {
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        std::string name = arg, value;
+        bool hasValue = false;
+        if (size_t eq = arg.find('='); arg.rfind("--", 0) == 0 && eq != std::string::npos) {
+            name = arg.substr(0, eq);
+            value = arg.substr(eq + 1);
+            hasValue = true;
+        }
+        if (auto flag = table.flags.find(name); flag != table.flags.end()) {
+            if (std::string why = flag->second(); !why.empty()) return "option " + name + " " + why;
+            if (hasValue) return "option " + name + " takes no value";
+            continue;
+        }
+        auto it = table.valued.find(name);
+        if (it == table.valued.end()) {
+            if (rest) {
+                rest->push_back(arg);
+                continue;
+            }
+            return arg.rfind("-", 0) == 0 ? "unknown option '" + name + "'" : "unexpected argument '" + arg + "'";
+        }
+        if (!hasValue) {
+            if (i + 1 >= args.size()) return "option " + name + " needs a value";
+            value = args[++i];
+        }
+        if (std::string why = it->second(value); !why.empty()) return "option " + name + ": '" + value + "' " + why;
+    }
+    return "";
+}
+
 ParseResult ParseServerOptions(const std::vector<std::string>& args) {
     ParseResult result;
     ServerOptions& o = result.options;
 
     // Each option with a value: a setter returning an error text, empty when the value is fine.
-    using Setter = std::function<std::string(const std::string&)>;
-    const std::map<std::string, Setter> valued = {
+    OptionTable table;
+    table.valued = {
         {"--world",
          [&](const std::string& v) -> std::string {
              if (!IsSafeName(v)) return "is not a world name (letters, digits, '_', '-', '.'; one folder)";
@@ -134,48 +167,15 @@ ParseResult ParseServerOptions(const std::vector<std::string>& args) {
              return "";
          }},
     };
-
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        if (arg == "--help" || arg == "-h") {
-            o.help = true;
-            continue;
-        }
-        if (arg == "--version") {
-            o.version = true;
-            continue;
-        }
-        if (arg == "--unpaced") {
-            o.unpaced = true;
-            continue;
-        }
-        std::string name = arg, value;
-        bool hasValue = false;
-        if (size_t eq = arg.find('='); arg.rfind("--", 0) == 0 && eq != std::string::npos) {
-            name = arg.substr(0, eq);
-            value = arg.substr(eq + 1);
-            hasValue = true;
-        }
-        auto it = valued.find(name);
-        if (it == valued.end()) {
-            if (arg.rfind("-", 0) == 0)
-                result.error = "unknown option '" + name + "'";
-            else
-                result.error = "unexpected argument '" + arg + "'";
-            return result;
-        }
-        if (!hasValue) {
-            if (i + 1 >= args.size()) {
-                result.error = "option " + name + " needs a value";
-                return result;
-            }
-            value = args[++i];
-        }
-        if (std::string why = it->second(value); !why.empty()) {
-            result.error = "option " + name + ": '" + value + "' " + why;
-            return result;
-        }
-    }
+    auto set = [](bool& field) {
+        return [&field] {
+            field = true;
+            return std::string();
+        };
+    };
+    table.flags = {{"--help", set(o.help)}, {"-h", set(o.help)}, {"--version", set(o.version)},
+                   {"--unpaced", set(o.unpaced)}};
+    result.error = ParseOptions(args, table);
     return result;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -27,6 +29,20 @@ struct ParseResult {
     ServerOptions options;
     std::string error;
 };
+
+// The options of a command line, shared by both hosts' parsers. Each takes its argument and
+// returns an error text, empty when it is fine: a flag takes no value, a valued option its value
+// ("--ticks 300" or "--ticks=300").
+struct OptionTable {
+    std::map<std::string, std::function<std::string()>> flags;
+    std::map<std::string, std::function<std::string(const std::string&)>> valued;
+};
+
+// Walks `args` through the table and returns the first error, naming the option; empty when all
+// is well. Arguments that are not in the table go to `rest` when it is given (for another table
+// to read), else they are errors: an unknown option or an unexpected argument.
+std::string ParseOptions(const std::vector<std::string>& args, const OptionTable& table,
+                         std::vector<std::string>* rest = nullptr);
 
 // Parses argv[1..]. Options take their value as the next argument or after '='
 // ("--ticks 300", "--ticks=300"). Unknown options, missing or malformed values, values out of

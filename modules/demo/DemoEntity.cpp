@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "DemoWorld.h"
+#include "GliderAutopilot.h"
 #include "quorl/filesystem/ReadOnlyStream.h"
 #include "quorl/filesystem/WriteOnlyStream.h"
 
@@ -34,6 +35,8 @@ void DemoEntity::Init() {
     // The demo's models are closed hulls: the whole box of each collider displaces air and water
     // (the library leaves displacement at 0 for modules to decide). This is what floats the buoy.
     for (auto& [name, collider] : e->colliders) collider.displacement = 1.0;
+    // The glider's engine and autopilot hold it on its circuit: no gravity, air or ground acts on it.
+    if (e->type == "glider") e->interactsWithEnvironment = false;
     if (e->type == "vehicle") {
         auto joint = e->joints.find("turret_hinge");
         if (joint != e->joints.end()) {
@@ -46,7 +49,15 @@ void DemoEntity::Init() {
 void DemoEntity::Update(double deltaTime) {
     age += deltaTime;
     std::shared_ptr<game::entity::ServerSideEntity> e = entity.lock();
-    if (!e || e->type != "vehicle") return;
+    if (!e) return;
+    if (e->type == "glider") {
+        const GliderAutopilot::Command c = GliderAutopilot::Steer(e->position, deltaTime);
+        e->velocity = c.velocity;
+        e->rotation = c.rotation;
+        e->angularVelocity = c.angularVelocity;
+        return;
+    }
+    if (e->type != "vehicle") return;
     auto joint = e->joints.find("turret_hinge");
     if (joint == e->joints.end()) return;
     // A slow sweep of 60 degrees either way, 16 s per period.

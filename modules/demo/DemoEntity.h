@@ -5,7 +5,7 @@ namespace demo {
 
 // Behaviour of every demo entity on the server. It makes the entity a rigid body of the planet
 // that is saved on unload, counts the simulated time the entity has lived, and, for the vehicle,
-// sweeps the turret on its hinge.
+// sweeps the turret on its hinge; the glider flies its circuit (GliderAutopilot).
 //
 // Interface block: u32 format version (1), f64 age in seconds, f32 turret angle in degrees.
 class DemoEntity : public game::entity::ServerSideEntity::Interface {

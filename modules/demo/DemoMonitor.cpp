@@ -29,11 +29,16 @@ std::string DemoMonitor::Text(double unixSeconds, double tickRate, size_t bodies
 
 bool DemoMonitor::Update(double now) {
     if (now - _last < kInterval) return false;
+    const double unix = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+    return Update(now, unix, game::Game::serverFramerate.GetFPS());
+}
+
+bool DemoMonitor::Update(double now, double unixSeconds, double tickRate) {
+    if (now - _last < kInterval) return false;
     _last = now;
     size_t bodies = 0;
     game::entity::ClientSideEntity::ForEach([&](std::shared_ptr<game::entity::ClientSideEntity>) { ++bodies; });
-    double unix = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
-    std::string text = Text(unix, game::Game::serverFramerate.GetFPS(), bodies);
+    std::string text = Text(unixSeconds, tickRate, bodies);
     screen.Blank(kBackground);
     screen.DrawRect(1, 1, int32_t(kWidth) - 2, int32_t(kHeight) - 2, kFrame, 0);
     screen.textSize = 1;

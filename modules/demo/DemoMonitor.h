@@ -19,7 +19,9 @@ public:
     DemoMonitor();
 
     // Draws when a second has passed since the last drawing (on the clock `now`, in seconds);
-    // true when it drew.
+    // true when it drew. It shows the time `unixSeconds` and the rate `tickRate`.
+    bool Update(double now, double unixSeconds, double tickRate);
+    // The same with the system's time and the server's measured tick rate.
     bool Update(double now);
     bool Update();  // on the steady clock
     // The screen's pixels as RGBA bytes, for a texture.

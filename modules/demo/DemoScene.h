@@ -25,8 +25,8 @@ inline constexpr const char* kSceneFile = "data/scenes/demo.yaml";
 size_t SpawnScene(const game::Config& document);
 
 // The scene of a new world from kSceneFile, on the planet's land near the origin (+y up): a slab
-// with boxes dropped on it, a buoy over the sea, the small vehicle on the ground and a glider
-// launched above it. A missing or broken file makes nothing and says why on the error stream.
+// with boxes dropped on it, a buoy over the sea, the small vehicle on the ground and a powered
+// glider on its circuit. A missing or broken file makes nothing and says why on the error stream.
 size_t SpawnScene();
 
 }  // namespace demo

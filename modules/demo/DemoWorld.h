@@ -25,7 +25,7 @@ struct Kind {
     const char* model;
 };
 inline constexpr Kind kKinds[] = {
-    {"box", "data/models/cube.ini"},        {"buoy", "data/models/cube.ini"},
+    {"box", "data/models/cube.ini"},        {"buoy", "data/models/buoy.ini"},
     {"slab", "data/models/slab.ini"},       {"vehicle", "data/models/vehicle.ini"},
     {"glider", "data/models/wing.ini"},
 };

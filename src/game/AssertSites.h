@@ -31,6 +31,26 @@ inline constexpr AssertSite kRemoveChildOfThis{"entity->parentEntity == GetID()"
 inline constexpr AssertSite kRemoveChildNotComponent{"!entity->isComponent", kServerEntityPath, 272};
 inline constexpr AssertSite kRemoveChildNotParent{"entity->GetID() != parentEntity", kServerEntityPath, 275};
 
+
+// Physics. The rigid body's checks are reported under the path and lines of its first form.
+inline constexpr const char* kRigidbodyPath = "src/game/physics/Rigidbody.hpp";
+// The entity's inertia tensor: a mass, then one line per edge of its box (x, y, z).
+inline constexpr AssertSite kInertiaMass{"mass > 0.0", kServerEntityPath, 236};
+inline constexpr AssertSite kInertiaBoxEdgeX{"box_size.x > 0.0", kServerEntityPath, 237};
+inline constexpr AssertSite kInertiaBoxEdgeY{"box_size.y > 0.0", kServerEntityPath, 238};
+inline constexpr AssertSite kInertiaBoxEdgeZ{"box_size.z > 0.0", kServerEntityPath, 239};
+// The environment's forces on a moving body, which must have a finite mass.
+inline constexpr AssertSite kEnvironmentMass{"this->invMass > 0", kRigidbodyPath, 628};
+// A drag force that came out not a number.
+inline constexpr AssertSite kDragFinite{"!isnan(drag.x) && !isnan(drag.y) && !isnan(drag.z)", kRigidbodyPath, 648};
+// Aerodynamic surface cells of no area, facing the flow (drag) and along it (lift).
+inline constexpr AssertSite kDragArea{"dragArea > 0", kRigidbodyPath, 701};
+inline constexpr AssertSite kLiftArea{"liftArea > 0", kRigidbodyPath, 712};
+
+// The renderer: hit shaders added after the pipelines were built.
+inline constexpr AssertSite kShadersLocked{"!renderableShadersLocked", "src/game/graphics/../graphics/GameRenderer.h",
+                                           237};
+
 }  // namespace assert_sites
 
 // Aborts with the site's message when `ok` is false. `lineOffset` picks the member of a site that

@@ -12,14 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "game/Game.h"
-#include "game/entity/EntityConfig.h"
 #include "game/entity/PressurizedVolume.h"
 #include "game/entity/ServerSideEntity.h"
-#include "game/physics/EnvironmentWorld.h"
+#include "game/physics/StepWorld.h"
 
-using game::Game;
-using game::entity::EntityConfig;
 using game::entity::Id;
 using game::entity::ServerSideEntity;
 using quorl::modular::ModuleID;
@@ -30,45 +26,7 @@ namespace {
 thread_local bool countAllocations = false;
 thread_local size_t allocations = 0;
 
-constexpr const char* kModule = "TEST_allocations";
-constexpr game::entity::EnvironmentId kEnv = 43;
-
-class Allocations : public ::testing::Test {
-protected:
-    physics_test::EnvironmentWorld world;
-    std::vector<std::shared_ptr<ServerSideEntity>> made;
-
-    void SetUp() override {
-        world.gravity = {0, -9.81, 0};
-        world.up = 1;
-        world.groundHeight = -100;
-        world.liquidSurface = -1e9;
-        world.pressure = 101325;
-        for (const char* type : {"cube", "slab"}) {
-            auto config = std::make_shared<EntityConfig>(std::string(ZENDOLA_SOURCE_DIR) + "/data/models/" + type + ".ini");
-            ServerSideEntity::_registered_interfaces[kModule][type] = {
-                config, [] { return std::make_shared<ServerSideEntity::Interface>(); }};
-        }
-        Game::_environmentFunctions[kEnv] = [this](const glm::dvec3& p, game::physics::EnvironmentInfoFlags f,
-                                                   const double&) { return world.Query(p, f); };
-    }
-    void TearDown() override {
-        for (auto& e : made) ServerSideEntity::Destroy(e->id);
-        Game::_environmentFunctions.erase(kEnv);
-        ServerSideEntity::_registered_interfaces.erase(kModule);
-    }
-
-    std::shared_ptr<ServerSideEntity> Spawn(const std::string& type, glm::dvec3 position, bool detachable = true) {
-        auto e = ServerSideEntity::Create<ServerSideEntity>(ModuleID(kModule), type, Id());
-        e->deleteFilesOnDestroy = false;
-        e->isRigidbody = true;
-        e->isDetachable = detachable;
-        e->relativeEnvironmentId = kEnv;
-        e->position = position;
-        made.push_back(e);
-        return e;
-    }
-};
+using Allocations = physics_test::StepWorld;
 
 }  // namespace
 
@@ -95,8 +53,6 @@ TEST_F(Allocations, EntityWalkAllocatesNothing) {
 }
 
 TEST_F(Allocations, SteadyPhysicsFramesAllocateNothing) {
-    constexpr double kDt = 1.0 / 60.0;
-    constexpr int kSubsteps = 4;
     Spawn("slab", {0, 0, 0}, false);
     // Colliders with names too long for a small-string buffer and contact callbacks too large to be
     // held in place: the step must not copy them.
@@ -116,12 +72,7 @@ TEST_F(Allocations, SteadyPhysicsFramesAllocateNothing) {
     }
     // A vehicle: its root body takes its components' colliders each frame.
     auto root = Spawn("cube", {10, 3, 0});
-    for (double x : {-1.5, 1.5}) {
-        auto part = Spawn("cube", {});
-        part->isComponent = true;
-        part->parentEntity = root->id;
-        part->position = {x, -0.5, 0};
-    }
+    for (double x : {-1.5, 1.5}) Attach(root, Spawn("cube", {}), {x, -0.5, 0});
     auto flyer = Spawn("cube", {0, 80, 0});  // in the environment of its parent, far from the others
     flyer->relativeEnvironmentId = 0;
     flyer->parentEnvironmentId = kEnv;

@@ -59,22 +59,14 @@ TEST(ChemistryElement, BySymbolPointsIntoTheTable) {
         ASSERT_NE(found, Element::elementsBySymbol.end()) << element.symbol;
         EXPECT_EQ(found->second, &element) << element.symbol;
     }
-    EXPECT_EQ(Element::elementsBySymbol.at("_")->number, 0);
-    EXPECT_EQ(Element::elementsBySymbol.count(""), 0u);
 }
 
-TEST(ChemistryMolecule, MolarMassesAndMass) {
-    EXPECT_DOUBLE_EQ(Molecule("H2O").GetMolarMass(), (2 * 1.008 + 15.999) / 1000);
-    EXPECT_DOUBLE_EQ(Molecule("NaCl").GetMolarMass(), (22.99 + 35.453) / 1000);
-
+TEST(ChemistryMolecule, FormulaIsCanonicalAndMassesSumTheAtoms) {
+    EXPECT_EQ(Molecule("H2O").Formula(), "H2O");
     EXPECT_DOUBLE_EQ(Molecule("H2O").Mass(), (2 * 1.008 + 15.999) * kAmu);
     EXPECT_DOUBLE_EQ(Molecule("Uus2").Mass(), 0.0);  // the systematic names weigh nothing
     EXPECT_EQ(Molecule("Xx").Mass(), 0.0);
     EXPECT_EQ(Molecule("Xx").GetMolarMass(), 0.0);
-}
-
-TEST(ChemistryMolecule, FormulaIsCanonical) {
-    EXPECT_EQ(Molecule("H2O").Formula(), "H2O");
     EXPECT_EQ(Molecule("C1O2").Formula(), "CO2");  // a count of 1 is not written
     EXPECT_EQ(Molecule("H0").Formula(), "H");      // nor is a count of 0
     EXPECT_EQ(Molecule("Fe012").Formula(), "Fe12");

@@ -6,11 +6,10 @@
 #include <functional>
 #include <thread>
 
-#include <unistd.h>
-
 #include <imgui.h>
 #include <imgui_internal.h>
 
+#include "TestFiles.h"
 #include "game/Game.h"
 #include "game/GameSettings.h"
 #include "game/Options.h"
@@ -254,19 +253,16 @@ TEST_F(GameState, JoystickFinders) {
 TEST_F(GameState, StyleFontsAndHelpWindow) {
     // Run where a stray imgui.ini would show: the test's context writes no file.
     const auto previous = std::filesystem::current_path();
-    const auto scratch = std::filesystem::temp_directory_path() / ("zendola_imgui_" + std::to_string(::getpid()));
-    std::filesystem::create_directories(scratch);
-    std::filesystem::current_path(scratch);
+    testfiles::TempFolder scratch("zendola_imgui"), settingsFolder("zendola_game_style");
+    std::filesystem::current_path(scratch.path);
     ImGuiContext* context = ImGui::CreateContext();
     ImGui::GetIO().IniFilename = nullptr;
     std::filesystem::current_path(std::string(ZENDOLA_SOURCE_DIR) + "/data");
     Game::LoadFonts();
-    std::filesystem::current_path(scratch);
+    std::filesystem::current_path(scratch.path);
     EXPECT_EQ(ImGui::GetIO().Fonts->Fonts.Size, 2);
 
-    std::filesystem::path ini = std::filesystem::temp_directory_path() / "zendola_game_style.ini";
-    std::filesystem::remove(ini);
-    game::GameSettings settings(ini.string(), 0);
+    game::GameSettings settings(settingsFolder.path + "/settings.ini", 0);
     settings.ui_scaling = 1.5f;
     Game::settings = &settings;
     Game::SetupUiStyle();
@@ -291,10 +287,8 @@ TEST_F(GameState, StyleFontsAndHelpWindow) {
     ImGui::EndFrame();
     EXPECT_NE(ImGui::FindWindowByName("Help Tooltips"), nullptr);
     ImGui::DestroyContext(context);
-    std::filesystem::remove(ini);
     std::filesystem::current_path(previous);
-    EXPECT_TRUE(std::filesystem::is_empty(scratch));
-    std::filesystem::remove_all(scratch);
+    EXPECT_TRUE(std::filesystem::is_empty(scratch.path));
 }
 
 // Game::Stop empties the element registry outside its lock: what the registry's last

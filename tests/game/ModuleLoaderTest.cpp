@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "ModuleTestFixture.h"
+#include "TestFiles.h"
 
 using game::GAME_Init;
 using game::GAME_Mod;
@@ -226,8 +227,8 @@ TEST_F(ModuleLoader, ExplicitPathLoadsUnderTheGivenName) {
 
 TEST_F(ModuleLoader, RefusesNamesThatLeaveTheModuleFolder) {
     // A library placed where "modules/../evil/../evil.GAME_Mod.so" resolves to.
-    auto root = std::filesystem::temp_directory_path() / ("zendola_modules_" + std::to_string(getpid()));
-    std::filesystem::remove_all(root);
+    testfiles::TempFolder folder("zendola_modules");
+    const std::filesystem::path root = folder.path;
     std::filesystem::create_directories(root / "modules");
     std::filesystem::create_directories(root / "evil");
     std::filesystem::copy_file(ModuleFile("TS_full", "GAME_Mod"), root / "evil.GAME_Mod.so");
@@ -251,7 +252,6 @@ TEST_F(ModuleLoader, RefusesNamesThatLeaveTheModuleFolder) {
     EXPECT_EQ(GAME_Mod::Count(), 0u);
     EXPECT_FALSE(IsMapped((root / "evil.GAME_Mod.so").string()));
     std::filesystem::current_path(ZENDOLA_BINARY_DIR);
-    std::filesystem::remove_all(root);
 }
 
 TEST_F(ModuleLoader, ALivePtrKeepsTheLibraryUntilItGoes) {

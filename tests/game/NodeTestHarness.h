@@ -1,6 +1,7 @@
 #pragma once
 // A headless Dear ImGui context for driving the node editor with scripted input, one frame at a
 // time, through ImGui 1.86's io.MouseDown / io.KeysDown arrays.
+#include <gtest/gtest.h>
 #include <imgui.h>
 
 #include <cfloat>
@@ -30,6 +31,14 @@ inline const std::vector<std::string>& AllKeys() {
         return k;
     }();
     return keys;
+}
+
+// Adds the node of `key` at the origin, as a T (a failed cast fails the test).
+template <class T = game::QuorlCodeEditor::Editor::QuorlNode>
+T* Add(game::QuorlCodeEditor::Editor& e, const std::string& key) {
+    T* t = dynamic_cast<T*>(e.AddNode(key, ImVec2(0, 0), {}));
+    EXPECT_NE(t, nullptr) << key;
+    return t;
 }
 
 class ImGuiHarness {

@@ -11,19 +11,8 @@ using game::UniqueId;
 using game::graphics::ui::Node;
 using Editor = game::QuorlCodeEditor::Editor;
 using nlohmann::json;
+using nodetest::Add;
 using nodetest::ImGuiHarness;
-
-namespace {
-
-template <class T>
-T* Add(Editor& e, const std::string& key) {
-    Node* n = e.AddNode(key, ImVec2(0, 0), {});
-    T* t = dynamic_cast<T*>(n);
-    EXPECT_NE(t, nullptr) << key;
-    return t;
-}
-
-}  // namespace
 
 TEST(QuorlCodeCatalogue, DeclarationKeysAreParsed) {
     Editor e("p");
@@ -54,12 +43,7 @@ TEST(QuorlCodeCatalogue, DeclarationKeysAreParsed) {
     EXPECT_EQ(out->ioNumber, 2);
     EXPECT_FALSE(out->hasOutput);
 
-    auto* sub = Add<Editor::MathNode_SUBTRACT>(e, "SUBSTRACT");
-    EXPECT_EQ(sub->title, "SUBTRACT");
-    EXPECT_EQ(sub->type, "MathNode_SUBTRACT");
-    EXPECT_EQ(Add<Editor::MathNode>(e, "LERP")->inputs.size(), 3u);
-    EXPECT_EQ(Add<Editor::MathNode>(e, "NOT")->inputs.size(), 1u);
-    EXPECT_EQ(Add<Editor::PulseToggleNode>(e, "pulse toggle")->type, "PulseToggleNode");
+    EXPECT_EQ(Add<Editor::MathNode_SUBTRACT>(e, "SUBSTRACT")->title, "SUBTRACT");
     auto* comment = Add<Editor::CommentNode>(e, "anything else");
     EXPECT_EQ(comment->title, "anything else");
     EXPECT_FALSE(comment->hasOutput);

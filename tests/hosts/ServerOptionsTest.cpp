@@ -39,6 +39,7 @@ TEST(ServerHostOptions, BadCommandLinesNameTheProblem) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"--bogus=1"}, "unknown option '--bogus'"},
         {{"world"}, "unexpected argument 'world'"},
+        {{"--version=2"}, "option --version takes no value"},
         {{"--ticks"}, "option --ticks needs a value"},
         {{"--ticks", "-3"}, "option --ticks: '-3'"},
         {{"--ticks", "12x"}, "option --ticks: '12x'"},

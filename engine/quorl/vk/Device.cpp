@@ -183,6 +183,8 @@ Device::Device(const std::string& applicationName, uint32_t version, const Physi
         want12.bufferDeviceAddress = VK_TRUE;
         want13.synchronization2 = VK_TRUE;  // both are core in Vulkan 1.3
         want13.dynamicRendering = VK_TRUE;
+        // glslc writes compute shaders' group size as LocalSizeId, which needs maintenance4.
+        want13.maintenance4 = has13.maintenance4;
         enabled = PhysicalDevice::Features{};
         enabled.shaderInt64 = features.shaderInt64 && has.features.shaderInt64;
         enabled.shaderFloat64 = features.shaderFloat64 && has.features.shaderFloat64;

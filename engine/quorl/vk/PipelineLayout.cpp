@@ -5,9 +5,10 @@
 
 namespace quorl::vk {
 
-void PipelineLayout::Create(Device& device, uint32_t pushConstantSize, const std::vector<VkDescriptorSetLayout>& sets) {
+void PipelineLayout::Create(Device& device, uint32_t pushConstantSize, const std::vector<VkDescriptorSetLayout>& sets,
+                            VkShaderStageFlags stages) {
     Destroy();
-    VkPushConstantRange range{VK_SHADER_STAGE_ALL_GRAPHICS, 0, pushConstantSize};
+    VkPushConstantRange range{stages, 0, pushConstantSize};
     VkPipelineLayoutCreateInfo info{};
     info.sType = VK_STRUCTURE_TYPE_PIPELINE_LAYOUT_CREATE_INFO;
     info.setLayoutCount = uint32_t(sets.size());
@@ -17,6 +18,7 @@ void PipelineLayout::Create(Device& device, uint32_t pushConstantSize, const std
     Check(vkCreatePipelineLayout(device.device, &info, nullptr, &_layout), "vkCreatePipelineLayout");
     _device = &device;
     _pushSize = pushConstantSize;
+    _stages = stages;
 }
 
 void PipelineLayout::Destroy() {
@@ -26,7 +28,7 @@ void PipelineLayout::Destroy() {
 }
 
 void PipelineLayout::Push(VkCommandBuffer cmd, const void* data, uint32_t size) const {
-    vkCmdPushConstants(cmd, _layout, VK_SHADER_STAGE_ALL_GRAPHICS, 0, size, data);
+    vkCmdPushConstants(cmd, _layout, _stages, 0, size, data);
 }
 
 }  // namespace quorl::vk

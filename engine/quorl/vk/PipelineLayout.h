@@ -16,17 +16,20 @@ public:
     PipelineLayout(const PipelineLayout&) = delete;
     PipelineLayout& operator=(const PipelineLayout&) = delete;
 
-    void Create(Device& device, uint32_t pushConstantSize, const std::vector<VkDescriptorSetLayout>& sets = {});
+    // stages: where the push constants are read (all graphics stages, or the compute stage).
+    void Create(Device& device, uint32_t pushConstantSize, const std::vector<VkDescriptorSetLayout>& sets = {},
+                VkShaderStageFlags stages = VK_SHADER_STAGE_ALL_GRAPHICS);
     void Destroy();
     VkPipelineLayout Handle() const { return _layout; }
     uint32_t PushConstantSize() const { return _pushSize; }
-    // Pushes `size` bytes at offset 0 for all graphics stages.
+    // Pushes `size` bytes at offset 0 for the layout's stages.
     void Push(VkCommandBuffer cmd, const void* data, uint32_t size) const;
 
 private:
     Device* _device = nullptr;
     VkPipelineLayout _layout = VK_NULL_HANDLE;
     uint32_t _pushSize = 0;
+    VkShaderStageFlags _stages = VK_SHADER_STAGE_ALL_GRAPHICS;
 };
 
 }  // namespace quorl::vk

@@ -227,7 +227,10 @@ glm::dmat4 ClientSideEntity::GetAbsoluteTransformInEnvironment() const {
 }
 
 glm::dmat4 ClientSideEntity::GetAbsoluteTransformInEnvironmentCached(bool& changed) {
-    if (_cachedTransformValid && !isDetachable) return _cachedTransform;
+    // A fixed part pays once, until someone moves it: the moved flag (cleared by PhysicsUpdate
+    // right after this call) says the stored matrix is stale. Without that test an entity placed
+    // after the first PhysicsUpdate saw it would stay where it was created.
+    if (_cachedTransformValid && !isDetachable && !moved) return _cachedTransform;
     glm::dmat4 result;
     if (parentEntity.IsNull()) {
         result = GetTransform();

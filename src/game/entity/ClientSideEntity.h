@@ -98,8 +98,9 @@ public:
     // Transform to the root of the parent chain (what the renderer places in the environment).
     // A parent missing from the registry ends the chain there.
     glm::dmat4 GetAbsoluteTransformInEnvironment() const;
-    // The same, kept in the entity: a fixed part (not isDetachable) pays once. changed comes back
-    // false when a parent is missing, with the stored matrix.
+    // The same, kept in the entity: a fixed part (not isDetachable) pays once, and again each
+    // time its moved flag is set. changed comes back false when a parent is missing, with the
+    // stored matrix.
     glm::dmat4 GetAbsoluteTransformInEnvironmentCached(bool& changed);
 
     Id id;

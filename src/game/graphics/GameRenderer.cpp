@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "game/AssertSites.h"
 #include "game/GAME_Mod.h"
 #include "game/Game.h"
 #include "game/GameSettings.h"
@@ -147,7 +148,7 @@ GameRenderer::GameRenderer(quorl::graphics::Window* window, const char* applicat
     AddRenderableHitShader("game/graphics/rt/plasma");
     {
         std::lock_guard lock(_shadersMutex);
-        QUORL_ASSERT_AT(!renderableShadersLocked, "src/game/graphics/../graphics/GameRenderer.h", 237);
+        CheckSite(!renderableShadersLocked, assert_sites::kShadersLocked);
         _callableShaders.push_back("#rcall\nvoid main(){}");
     }
     _aimReferences.emplace_back();  // id 0: nothing under the crosshair
@@ -314,7 +315,10 @@ void GameRenderer::FramePushCommands(VkCommandBuffer cmd) {
     _texturesToPush.clear();
 }
 
-void GameRenderer::FrameBuildCommands(VkCommandBuffer cmd) { ForAll(&GAME_Mod::Renderer_FrameBuildCommands, cmd); }
+void GameRenderer::FrameBuildCommands(VkCommandBuffer cmd) {
+    _scene->Compute(cmd);
+    ForAll(&GAME_Mod::Renderer_FrameBuildCommands, cmd);
+}
 void GameRenderer::FrameRenderCommands(VkCommandBuffer cmd) {
     _scene->Draw(cmd, RenderableHitShaders(), _worldOrigin);
     ForSorted("render", &GAME_Mod::Renderer_FrameRenderCommands, cmd);
@@ -377,7 +381,7 @@ void GameRenderer::FrameCollectGarbage() {
 
 int GameRenderer::AddRenderableHitShader(const std::string& name) {
     std::lock_guard lock(_shadersMutex);
-    QUORL_ASSERT_AT(!renderableShadersLocked, "src/game/graphics/../graphics/GameRenderer.h", 237);
+    CheckSite(!renderableShadersLocked, assert_sites::kShadersLocked);
     _hitShaders.push_back(name);
     return int(_hitShaders.size() - 1);
 }

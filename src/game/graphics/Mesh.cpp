@@ -5,10 +5,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <map>
 
 #include "game/Game.h"
 #include "game/graphics/GameRenderer.h"
 #include "quorl/Assert.h"
+#include "quorl/graphics/Texture.h"
 #include "quorl/vk/Buffer.h"
 
 namespace game::graphics {
@@ -236,6 +238,14 @@ void Mesh::Load(const std::string& path) {
 
     try {
         const std::vector<BufferLayout> buffers = ParseBuffers(gltf, directory);
+        // Everything is read first (buffers, then base colour images), so that a file that can't
+        // be read throws before a single node is replaced.
+        struct Read {
+            std::shared_ptr<quorl::vk::Buffer> buffer;
+            std::vector<NodeLayout> nodes;
+        };
+        std::vector<Read> reads;
+        std::map<std::string, uint32_t> images;  // path -> texture index, one texture per file
         for (unsigned bufferIndex = 0; bufferIndex < buffers.size(); ++bufferIndex) {
             const BufferLayout& layout = buffers[bufferIndex];
             // Host-visible memory: the file is read straight into it, and the GPU reads it in place.
@@ -250,14 +260,31 @@ void Mesh::Load(const std::string& path) {
 
             std::vector<NodeLayout> parsed = ParseNodes(gltf, bufferIndex, layout.byteLength, directory);
             for (const NodeLayout& node : parsed)
-                for (const PrimitiveLayout& primitive : node.primitives)
+                for (const PrimitiveLayout& primitive : node.primitives) {
                     CheckIndices(primitive, static_cast<const std::byte*>(buffer->Data()));
+                    if (!primitive.baseColorImage.empty()) images.emplace(primitive.baseColorImage, 0u);
+                }
+            reads.push_back({std::move(buffer), std::move(parsed)});
+        }
+        std::vector<std::shared_ptr<quorl::graphics::Texture>> textures;
+        for (const auto& [image, index] : images) {
+            try {
+                textures.push_back(quorl::graphics::Texture::Load(Game::renderer->GetDevice(), image));
+            } catch (const std::exception& e) {
+                throw std::runtime_error("Mesh " + path + ": base colour image can't be read: " + e.what());
+            }
+        }
+        // Registered only once all could be read: the texture array keeps what it is given.
+        auto texture = textures.begin();
+        for (auto& [image, index] : images)
+            index = Game::renderer->AddTexture(std::move(*texture++), Game::renderer->SamplerRepeat());
 
-            const unsigned long long base = buffer->DeviceAddress();
+        for (Read& read : reads) {
+            const unsigned long long base = read.buffer->DeviceAddress();
             const auto address = [base](uint64_t offset) {
                 return offset == PrimitiveLayout::kAbsent ? 0ull : base + offset;
             };
-            for (NodeLayout& node : parsed) {
+            for (NodeLayout& node : read.nodes) {
                 auto& entry = nodes[node.name];
                 for (auto& old : entry) Game::renderer->Trash(std::move(old));
                 entry.clear();
@@ -268,12 +295,13 @@ void Mesh::Load(const std::string& path) {
                     g->emission = p.emission;
                     g->metallic = p.metallic;
                     g->roughness = p.roughness;
+                    if (!p.baseColorImage.empty()) g->baseColorTexture = images.at(p.baseColorImage);
                     g->texcoord0Addr = address(p.texcoord0);
                     g->texcoord1Addr = address(p.texcoord1);
                     g->normalsAddr = address(p.normals);
                     g->floatColorsAddr = address(p.floatColors);
                     g->byteColorsAddr = address(p.byteColors);
-                    g->buffer = buffer;
+                    g->buffer = read.buffer;
                     g->primitivesAddr = address(p.positions);
                     g->primitiveCount = p.vertexCount;
                     g->indicesAddr = address(p.indices);

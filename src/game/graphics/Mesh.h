@@ -94,8 +94,10 @@ public:
 
     // Reads the model and its buffers into one device buffer per file, replacing the geometries of
     // the nodes it names (old ones go to the renderer's trash: the GPU may still read them).
-    // A format violation is an assertion, after a line naming the file; a model or buffer file
-    // that can't be read throws std::runtime_error before anything is replaced.
+    // Base colour images (PNG files beside the model) are added to the renderer's texture array,
+    // once per file, and their index stored in the geometries' baseColorTexture.
+    // A format violation is an assertion, after a line naming the file; a model, buffer or image
+    // file that can't be read throws std::runtime_error before anything is replaced.
     void Load(const std::string& path);
 
     // The buffers of a parsed model; uris are resolved against directory.

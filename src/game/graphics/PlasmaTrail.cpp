@@ -8,6 +8,7 @@
 
 #include "game/Game.h"
 #include "game/graphics/GameRenderer.h"
+#include "quorl/vk/CommandBuffer.h"
 
 namespace game::graphics {
 
@@ -56,9 +57,11 @@ bool PlasmaTrail::Update(const glm::vec3& velocity, float size, const game::phys
         texture = std::make_shared<quorl::graphics::ComputeTexture>(Game::renderer->GetDevice(), kTextureSize,
                                                                     kTextureSize, VK_FORMAT_R32G32_SFLOAT,
                                                                     "PlasmaTrail texture");
-        data.texture = Game::renderer->AddTexture(texture, Game::renderer->SamplerLinear());
-        // Its first push moves it to the GENERAL layout the compute shader writes in.
-        Game::renderer->PushTexture(texture);
+        // In the GENERAL layout the flow shader writes in before anyone can sample it, so that the
+        // texture array holds it from the next frame on. Repeating: the field wraps around the trail.
+        quorl::vk::CommandBuffer::Run(Game::renderer->GetDevice(), "PlasmaTrail texture layout",
+                                      [&](VkCommandBuffer cmd) { texture->Push(cmd); });
+        data.texture = Game::renderer->AddTexture(texture, Game::renderer->SamplerRepeat());
     }
     if (_geometry) _geometry->boxes[0] = box;
     if (plasmaData) (*plasmaData)[0] = data;

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cstring>
 #include <glm/gtc/matrix_transform.hpp>
+#include <iostream>
 #include <mutex>
 #include <shared_mutex>
 #include <stdexcept>
 
 #include "game/graphics/LightSourceInstance.h"
 #include "game/graphics/Mesh.h"
+#include "game/graphics/PlasmaTrail.h"
 #include "game/graphics/RenderableInstance.h"
 #include "quorl/renderer/QuorlRenderer.h"
 #include "quorl/vk/Device.h"
@@ -30,7 +32,8 @@ constexpr uint32_t kVerticesPerBox = 36;
 
 }  // namespace
 
-SceneRenderer::SceneRenderer(quorl::renderer::QuorlRenderer& renderer) : _renderer(renderer) {
+SceneRenderer::SceneRenderer(quorl::renderer::QuorlRenderer& renderer)
+    : _renderer(renderer), _flow(renderer.GetDevice()) {
     quorl::vk::Device& device = renderer.GetDevice();
     if (renderer.TextureArraySize() < kShaderTextureSlots)
         throw std::runtime_error("The Vulkan device " + std::string(device.properties.deviceName) + " holds " +
@@ -139,15 +142,46 @@ void SceneRenderer::Collect(const RenderableInstance& instance, Material materia
 void SceneRenderer::Release() {
     _shown.clear();
     _shownLights.clear();
+    _flowJobs.clear();
+}
+
+void SceneRenderer::Compute(VkCommandBuffer cmd) {
+    _flowJobs.clear();
+    {
+        std::shared_lock lock(RenderableInstance::_sharedObjectsMutex);
+        for (const auto& slot : RenderableInstance::_sharedObjects) {
+            const std::shared_ptr<RenderableInstance> instance = slot.lock();
+            if (!instance || !instance->visible || instance->shaderIndex != kPlasmaTrailShaderIndex) continue;
+            const auto* trail = dynamic_cast<const PlasmaTrail*>(instance.get());
+            if (!trail || !trail->texture || trail->texture->layout != VK_IMAGE_LAYOUT_GENERAL) continue;
+            // The texture index tells trails apart the same way on every run.
+            _flowJobs.push_back({trail->texture, trail->data.flowIntensity, float(trail->data.texture % 97u) * 7.31f});
+        }
+    }
+    // Frames, not the clock, drive the flow: a frame shows the same on every run.
+    _flow.Dispatch(cmd, _flowJobs, float(_renderer.Data().frameIndex) / 60.0f);
 }
 
 void SceneRenderer::Draw(VkCommandBuffer cmd, const std::vector<std::string>& hitShaders,
                          const glm::dvec4& worldOrigin) {
     if (_materials.size() != hitShaders.size()) {
         _materials.clear();
-        for (const std::string& name : hitShaders) _materials.push_back(MaterialOf(name));
+        for (const std::string& name : hitShaders) {
+            Material material = MaterialOf(name);
+            // A module's own hit shader has no raster twin: its instances are drawn with the lit
+            // surface of their geometry (triangles or boxes), so they can be seen and aimed at.
+            if (material == Material::None) {
+                material = Material::Surface;
+                if (_warned.insert(name).second)
+                    std::cerr << "Hit shader " << name
+                              << " has no raster material: its instances are drawn as lit surfaces\n";
+            }
+            _materials.push_back(material);
+        }
     }
-    Release();  // the previous frame is complete: what it drew may go now
+    // The previous frame is complete: what it drew may go now (this frame's flow jobs stay).
+    _shown.clear();
+    _shownLights.clear();
     _records.clear();
     _triangleDraws.clear();
     _boxDraws.clear();
@@ -163,9 +197,11 @@ void SceneRenderer::Draw(VkCommandBuffer cmd, const std::vector<std::string>& hi
             // The first flag only says the instance moved: a still one is drawn all the same.
             if (!instance || !instance->visible) continue;
             const unsigned index = instance->shaderIndex;
-            const Material material = index == kPlasmaTrailShaderIndex ? Material::Plasma
-                                      : index < _materials.size()      ? _materials[index]
-                                                                       : Material::None;
+            // Index 4 is both the plasma trail's and the first module shader's: the trail says which.
+            const bool trail = index == kPlasmaTrailShaderIndex && dynamic_cast<const PlasmaTrail*>(instance.get());
+            const Material material = trail                      ? Material::Plasma
+                                      : index < _materials.size() ? _materials[index]
+                                                                  : Material::None;
             if (material == Material::None) continue;
             ++_counts.instances;
             Collect(*instance, material, toOrigin);

@@ -4,12 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 #include <glm/mat4x4.hpp>
 #include <glm/vec4.hpp>
 
+#include "game/graphics/PlasmaFlow.h"
 #include "quorl/vk/Buffer.h"
 #include "quorl/vk/GraphicsPipeline.h"
 #include "quorl/vk/PipelineLayout.h"
@@ -35,10 +37,11 @@ class RenderableInstance;
 //     ellipsoid for a box that isn't a cube);
 //   "game/graphics/rt/plasma": the additive glow of the boxes of a plasma trail, shaped by the
 //     PlasmaData whose device address the first 8 bytes of the instance's first RenderableData
-//     record hold. Shader index 4 is the plasma trail's (PlasmaTrail sets it) and always means
-//     this material, although the hit shader list has "plasma" at 3: the list's index 4 is the
-//     first module's shader, which has no raster material anyway.
-// Names with no raster material (the modules' own) are not drawn.
+//     record hold, and torn by the trail's flow field (its compute texture, filled by Compute).
+//     A PlasmaTrail has shader index 4 although the hit shader list has "plasma" at 3: the
+//     list's index 4 is the first module's shader, which any other instance of index 4 means.
+// Names with no raster material (the modules' own) fall back to the lit surface of their
+// geometry, with one warning per name on the standard error.
 //
 // Per geometry one DrawRecord goes into a host-visible buffer of the frame; the shaders pull
 // vertices, indices and materials through device addresses (data/game/graphics/rt/scene.glsl is
@@ -96,6 +99,12 @@ public:
     // The material of a hit shader name.
     static Material MaterialOf(const std::string& hitShaderName);
 
+    // Before the scene pass: the flow field of every shown plasma trail whose texture is ready
+    // (GENERAL layout) is computed for this frame, then made visible to the fragment stage.
+    void Compute(VkCommandBuffer cmd);
+    // Plasma trails whose field the last Compute filled.
+    size_t LastFlowCount() const { return _flowJobs.size(); }
+
     // Records the draws of every shown instance into cmd, inside the scene pass. hitShaders: the
     // renderer's list (locked by now); worldOrigin: what positions are made relative to.
     void Draw(VkCommandBuffer cmd, const std::vector<std::string>& hitShaders, const glm::dvec4& worldOrigin);
@@ -117,6 +126,9 @@ private:
     quorl::vk::PipelineLayout _layout;
     quorl::vk::GraphicsPipeline _triangles, _boxes, _spheres, _plasma;
     std::vector<Material> _materials;  // per shader index, made at the first Draw
+    std::set<std::string> _warned;     // module shader names already reported
+    PlasmaFlow _flow;
+    std::vector<PlasmaFlow::Job> _flowJobs;  // held until the next Compute: the frame reads them
     // What the frame in flight reads: an owner letting go meanwhile doesn't free it under the GPU.
     std::vector<std::shared_ptr<RenderableInstance>> _shown;
     std::vector<std::shared_ptr<LightSourceInstance>> _shownLights;

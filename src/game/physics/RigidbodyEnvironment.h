@@ -11,6 +11,7 @@
 
 #include <glm/gtc/matrix_inverse.hpp>
 
+#include "game/AssertSites.h"
 #include "game/physics/Aerodynamics.h"
 #include "game/physics/EnvironmentInfo.h"
 #include "game/physics/EnvironmentRandom.h"
@@ -81,7 +82,7 @@ void DynamicRigidbody<Entity>::InteractWithEnvironment(const EnvironmentFunction
     if (here.gravity == glm::dvec3(0.0)) return;
     pass.gravity = here.gravity;
     const glm::dvec3 up = glm::normalize(-here.gravity);
-    QUORL_ASSERT_AT(this->invMass > 0, detail::kRigidbodyPath, 628);
+    CheckSite(this->invMass > 0, assert_sites::kEnvironmentMass);
 
     ApplySurfaceForces(pass);
     GroundAndBuoyancy(pass, altitude);
@@ -114,7 +115,7 @@ void DynamicRigidbody<Entity>::InteractWithEnvironmentFromParent(const glm::dmat
     // Gravity reaches a child through its frame's acceleration; it is kept here only as the weight
     // of the liquid that buoyancy displaces, and isn't written to externalAcceleration.
     pass.gravity = here.gravity;
-    QUORL_ASSERT_AT(this->invMass > 0, detail::kRigidbodyPath, 628);
+    CheckSite(this->invMass > 0, assert_sites::kEnvironmentMass);
     GroundAndBuoyancy(pass, here.altitude);
 }
 
@@ -138,7 +139,7 @@ void DynamicRigidbody<Entity>::ApplySurfaceForces(EnvironmentPass& pass) {
         // most the speed.
         const double limit = speed / (invMass * pass.deltaTime);
         if (size2 > limit * limit) drag *= limit / std::sqrt(size2);
-        QUORL_ASSERT_AT(!isnan(drag.x) && !isnan(drag.y) && !isnan(drag.z), detail::kRigidbodyPath, 648);
+        CheckSite(!isnan(drag.x) && !isnan(drag.y) && !isnan(drag.z), assert_sites::kDragFinite);
         ApplyImpulse(drag * pass.deltaTime, s.position);
         if (recordDebugLines) {
             // Scaled to the acceleration the surface gives, a tenth of a metre per m/s^2.
@@ -396,7 +397,7 @@ void DynamicRigidbody<Entity>::AddColliderSurfaces(const entity::ConvexMeshColli
                 surface.normal = toBody * outward;
                 if (dragFace) {
                     const double dragArea = cellArea * std::abs(cosine);
-                    QUORL_ASSERT_AT(dragArea > 0, detail::kRigidbodyPath, 701);
+                    CheckSite(dragArea > 0, assert_sites::kDragArea);
                     surface.area = dragArea;
                     surface.liftCoefficient = 0;
                     surface.dragCoefficient = kSurfaceDragCoefficient;
@@ -405,7 +406,7 @@ void DynamicRigidbody<Entity>::AddColliderSurfaces(const entity::ConvexMeshColli
                 }
                 if (liftCoefficient > 0) {
                     const double liftArea = cellArea;
-                    QUORL_ASSERT_AT(liftArea > 0, detail::kRigidbodyPath, 712);
+                    CheckSite(liftArea > 0, assert_sites::kLiftArea);
                     surface.area = liftArea;
                     surface.liftCoefficient = liftCoefficient;
                     surface.dragCoefficient = 0;

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
+#include "TestFiles.h"
 #include "quorl/audio/Bank.h"
 
 using quorl::audio::Bank;
@@ -93,8 +93,8 @@ TEST(AudioBank, MalformedTextIsRefusedWithFileAndLine) {
 }
 
 TEST(AudioBank, FilesThatAreNoBanksAreRefused) {
-    const auto dir = std::filesystem::temp_directory_path() / ("zendola-bankfile-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(dir);
+    testfiles::TempFolder folder("zendola-bankfile");
+    const std::filesystem::path dir = folder.path;
     const std::string missing = (dir / "none.bank").string(), binary = (dir / "bin.bank").string(),
                       huge = (dir / "huge.bank").string();
     std::ofstream(binary, std::ios::binary) << std::string("event\0x", 7);
@@ -107,5 +107,4 @@ TEST(AudioBank, FilesThatAreNoBanksAreRefused) {
             EXPECT_EQ(std::string(e.what()).rfind(path + ": " + what, 0), 0u) << e.what();
         }
     }
-    std::filesystem::remove_all(dir);
 }

@@ -139,17 +139,13 @@ Recording Record(double seconds, Play play) {
     return ReadCapture();
 }
 
-inline double Rms(const std::vector<float>& x) {
-    double sum = 0;
-    for (float v : x) sum += double(v) * v;
-    return x.empty() ? 0.0 : std::sqrt(sum / double(x.size()));
-}
-
 inline double Energy(const std::vector<float>& x) {
     double sum = 0;
     for (float v : x) sum += double(v) * v;
     return sum;
 }
+
+inline double Rms(const std::vector<float>& x) { return x.empty() ? 0.0 : std::sqrt(Energy(x) / double(x.size())); }
 
 // Median of the RMS of 10 ms blocks: a short gap (a late mixing thread) doesn't move it.
 inline double BlockRms(const std::vector<float>& x, float rate) {

@@ -113,12 +113,11 @@ TEST_F(EnvironmentAudioTest, VotesAreSmoothedOverFrames) {
     EXPECT_GT(e.GetParameter("inside"), 0.99f);
 }
 
-TEST_F(EnvironmentAudioTest, WindSpeedSetsParametersAndTheEnvironmentVolume) {
+// The wind's effect on the sound is checked in the recordings below.
+TEST_F(EnvironmentAudioTest, WindSpeedSetsTheEnvironmentVolume) {
     Studio studio;
     EnvironmentAudio e(&studio);
     e.SetWindSpeed(12.0f, 0.9f);
-    EXPECT_EQ(e.GetParameter("wind speed"), 12.0f);
-    EXPECT_EQ(e.GetParameter("density"), 0.9f);
     EXPECT_EQ(e.GetVolume(), 0.5f);  // no settings: full environment volume, halved
     game::GameSettings settings((audio_test::kCaptureFolder / "settings.ini").string(), 0);
     settings.environment_volume = 0.6f;
@@ -140,18 +139,14 @@ TEST_F(EnvironmentAudioTest, AmbienceRisesWithWindSpeedAndDensity) {
 }
 
 // "inside" near 1 after 30 frames of object votes: the outside wind is mostly gone, what is left
-// is darker.
-TEST_F(EnvironmentAudioTest, InsideLowersTheOutsideWind) {
+// is darker. The global "underwater" at 1 takes the high frequencies out and keeps the low ones.
+TEST_F(EnvironmentAudioTest, InsideAndUnderwaterFilterTheWind) {
     const std::vector<float> open = Ambience(20, 1.225f);
     const std::vector<float> inside = Ambience(20, 1.225f, [](EnvironmentAudio& e) { Frames(e, 30, 0, 5); });
     EXPECT_LT(audio_test::BlockRms(inside, 48000), 0.3 * audio_test::BlockRms(open, 48000));
     EXPECT_GT(audio_test::BlockRms(inside, 48000), 0.02 * audio_test::BlockRms(open, 48000));
     EXPECT_LT(audio_test::BandShare(inside, 48000, 1000, 24000), 0.5 * audio_test::BandShare(open, 48000, 1000, 24000));
-}
 
-// The global "underwater" at 1 takes the high frequencies out and keeps the low ones.
-TEST_F(EnvironmentAudioTest, UnderwaterRemovesHighFrequencies) {
-    const std::vector<float> open = Ambience(20, 1.225f);
     const std::vector<float> under = Ambience(20, 1.225f, [](EnvironmentAudio& e) {
         e.underwater = true;
         Frames(e, 1, 10, 0);

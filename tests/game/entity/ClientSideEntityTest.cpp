@@ -5,11 +5,15 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
 
+#include "EntityTestWorld.h"
+#include "GoldenImage.h"
 #include "VulkanTest.h"
 #include "game/Game.h"
 #include "game/entity/ClientSideEntity.h"
 #include "game/entity/EntityConfig.h"
 #include "game/graphics/GameRenderer.h"
+#include "game/graphics/LightSourceInstance.h"
+#include "game/graphics/OutputPixels.h"
 #include "game/graphics/Mesh.h"
 #include "game/graphics/PlasmaTrail.h"
 #include "quorl/graphics/Window.h"
@@ -130,6 +134,17 @@ TEST_F(ClientEntity, FixedPartsCacheTheirPlaceInTheEnvironment) {
     EXPECT_EQ(Origin(part->GetAbsoluteTransformInEnvironmentCached(changed)), glm::dvec3(1, 0, 9));
     EXPECT_FALSE(changed);
     EXPECT_EQ(Origin(part->GetAbsoluteTransformInEnvironment()), glm::dvec3(1, 0, 0));
+    // A fixed entity placed after a PhysicsUpdate has cached where it was made: the moved flag
+    // brings the new place, in that same update.
+    auto monitor = Bare();
+    ClientSideEntity::PhysicsUpdate(0.016);
+    monitor->position = {3, 1, -2};
+    monitor->moved = true;
+    ClientSideEntity::PhysicsUpdate(0.016);
+    EXPECT_FALSE(monitor->moved);
+    EXPECT_EQ(Origin(monitor->GetAbsoluteTransformInEnvironmentCached(changed)), glm::dvec3(3, 1, -2));
+    monitor->position = {0, 0, 0};
+    EXPECT_EQ(Origin(monitor->GetAbsoluteTransformInEnvironmentCached(changed)), glm::dvec3(3, 1, -2)) << "paid once";
     // A loop of parents ends instead of recursing without end.
     part->parentEntity = part->id;
     part->GetAbsoluteTransformInEnvironmentCached(changed);
@@ -210,4 +225,49 @@ TEST_F(ClientEntity, InstancesComeFromTheMeshAndF5ReloadsIt) {
     // Another entity of the model takes the new mesh at its next update.
     other->Update(0.016);
     EXPECT_EQ(other->shownMesh, config->GetMesh());
+}
+
+// A fixed server entity moved over six ticks: each tick its pose reaches its client twin through
+// Game::Synchronize, and Game::Update places the twin's instance there. Drawn at ticks 2 and 6.
+TEST_F(ClientEntity, FollowsItsServerTwin) {
+    constexpr uint32_t kWidth = 160, kHeight = 90;
+    quorl::graphics::Window window;
+    game::graphics::GameRenderer renderer(&window, "ClientSideEntityTest", 1, {}, VkExtent2D{kWidth, kHeight});
+    renderer.showCrosshair = false;
+    Game::renderer = &renderer;
+    auto server = entity_test::ServerSideEntity::Create<entity_test::ServerSideEntity>(ModuleID(), "", Id());
+    struct Reset {
+        ~Reset() {
+            ForgetClients();
+            entity_test::ForgetAllEntities();
+            Game::renderer = nullptr;
+        }
+    } reset;
+    const std::string dir = ModelFolder({"cube.ini", "cube.gltf", "cube.bin"});
+    ClientSideEntity::_registered_interfaces[kModule]["cube"] = {std::make_shared<EntityConfig>(dir + "/cube.ini"),
+                                                                 [] { return std::make_shared<Client>(); }};
+    auto twin = ClientSideEntity::Create(server->id, ModuleID(kModule), "cube");
+    ASSERT_EQ(twin->renderableInstances.count("cube"), 1u);
+    const auto cube = twin->renderableInstances.at("cube");
+    game::graphics::LightSourceInstance light({0.0f, 3.0f, -3.0f}, 0.1f, {0, 0, 0}, 0.0f, {1.0f, 0.95f, 0.85f}, 150.0f);
+    renderer.camera.worldTransform = glm::translate(glm::dmat4(1.0), glm::dvec3(0, 0.5, 0));
+    Game::Update(0.1);  // the twin's first update caches where it was made
+
+    server->position = {-2.5, 0, -6};
+    for (int tick = 1; tick <= 6; ++tick) {
+        server->position.x += 0.8;
+        server->rotation = glm::angleAxis(0.3 * tick, glm::dvec3(0, 1, 0));
+        Game::Synchronize([&twin, position = server->position, rotation = server->rotation] {
+            twin->position = position;
+            twin->rotation = rotation;
+            twin->moved = true;
+        });
+        Game::Update(0.1);
+        EXPECT_EQ(cube->transform, server->GetTransform() * twin->nodeTransforms.at("cube")) << "tick " << tick;
+        if (tick != 2 && tick != 6) continue;
+        ASSERT_TRUE(renderer.Frame());
+        const std::string name = "entity_twin_tick" + std::to_string(tick);
+        const std::vector<uint8_t> pixels = OutputPixels(renderer, name);
+        EXPECT_TRUE(MatchesGolden(name, pixels, kWidth, kHeight));
+    }
 }

@@ -289,16 +289,6 @@ TEST_F(EntityConfigTest, RereadKeepsSomeMapsAndUnreadableFilesChangeNothing) {
     EXPECT_EQ(c.colliders.size(), 2u);
 }
 
-TEST_F(EntityConfigTest, MeshPath) {
-    EntityConfig c(dir + "/rover.ini");
-    EXPECT_EQ(c.GetMeshFilePath(), dir + "/rover.gltf");
-    EXPECT_EQ(c.GetMesh(), nullptr);
-    EXPECT_EQ(c.meshWriteTime, std::filesystem::file_time_type{});
-    WriteAll(dir + "/rover.gltf", "{}");
-    c.GetMesh();
-    EXPECT_EQ(c.meshWriteTime, std::filesystem::last_write_time(dir + "/rover.gltf"));
-}
-
 TEST(EntityConfigSamples, ModelFilesInDataLoad) {
     const std::string models = std::string(ZENDOLA_SOURCE_DIR) + "/data/models/";
     for (const char* name : {"cube", "slab", "vehicle", "wing", "buoy", "monitor"}) {

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
@@ -13,6 +12,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "TestFiles.h"
 #include "game/Game.h"
 #include "game/entity/ServerSideEntity.h"
 
@@ -92,13 +92,12 @@ std::string ErrorText(F&& f) {
 }
 
 inline std::vector<unsigned char> ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), {});
+    const std::string bytes = testfiles::ReadAll(path);
+    return std::vector<unsigned char>(bytes.begin(), bytes.end());
 }
 
 inline void WriteFile(const std::string& path, const std::vector<unsigned char>& bytes) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    testfiles::WriteAll(path, std::string(bytes.begin(), bytes.end()));
 }
 
 class EntityWorld : public ::testing::Test {

@@ -1,13 +1,11 @@
 // The joint solver on the sample vehicle and a small arm: moves, clamps, locked joints.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <unordered_map>
 
+#include "TestFiles.h"
 #include "game/entity/EntityConfig.h"
 #include "game/entity/Joint.h"
 
@@ -100,9 +98,8 @@ TEST(JointSolver, ValuesAreClampedAndWrittenBack) {
 }
 
 TEST(JointSolver, RangeOrderAndLockedJoints) {
-    char tmpl[] = "/tmp/zendola_joints_XXXXXX";
-    ASSERT_NE(::mkdtemp(tmpl), nullptr);
-    const std::string path = std::string(tmpl) + "/arm.ini";
+    testfiles::TempFolder folder("zendola_joints");
+    const std::string path = folder.path + "/arm.ini";
     std::ofstream(path) << "[JOINT up]\nangular_x 30 0 -30\n"
                            "[JOINT down]\nangular_x -30 0 30\n"
                            "[JOINT fixed]\nposition 1 2 3\nrotation 0 0 45\n"
@@ -128,5 +125,4 @@ TEST(JointSolver, RangeOrderAndLockedJoints) {
     bare.nodeTransforms["on_fixed"] = glm::dmat4(2.0);
     config.jointSolver(&bare);
     EXPECT_EQ(bare.nodeTransforms["on_fixed"], glm::dmat4(2.0));
-    std::filesystem::remove_all(tmpl);
 }

@@ -4,6 +4,7 @@
 #define TINYGLTF_NO_EXTERNAL_IMAGE
 #include <tiny_gltf.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -303,6 +304,11 @@ TEST_F(MeshGpuTest, GeometriesAddressTheFileBytesInOneBuffer) {
             EXPECT_EQ(g.GetPrimitiveCount(), p.vertexCount);
             EXPECT_EQ(g.GetIndexStride(), p.indexStride);
             EXPECT_EQ(g.materialName, p.materialName);
+            // Only "wood" has an image that is read (4 x 4): "screen" waits for a monitor texture.
+            EXPECT_EQ(g.baseColorTexture != 0, p.materialName == "wood");
+            if (g.baseColorTexture) {
+                EXPECT_EQ(renderer->GetTexture(g.baseColorTexture)->Extent().width, 4u);
+            }
         }
     }
 
@@ -329,6 +335,12 @@ TEST_F(MeshGpuTest, UnreadableFilesThrowAndKeepTheLoadedMesh) {
     std::filesystem::copy_file(kDir + "/parts.bin", dir + "/parts.bin",
                                std::filesystem::copy_options::overwrite_existing);
     EXPECT_THROW(mesh.Load(dir + "/short.gltf"), std::runtime_error);
+    // Whole buffers, but the "wood" material's image is not beside the model: named, nothing added.
+    std::ofstream(dir + "/no_image.gltf") << ReadJson(kParts).dump();
+    const size_t textures = renderer->TextureCount();
+    EXPECT_THAT([&] { mesh.Load(dir + "/no_image.gltf"); },
+                testing::ThrowsMessage<std::runtime_error>(testing::HasSubstr("wood.png")));
+    EXPECT_EQ(renderer->TextureCount(), textures);
     EXPECT_EQ(mesh.nodes.at("monitor")[0], before);
 }
 

@@ -49,12 +49,6 @@ protected:
     std::unique_ptr<GameRenderer> renderer;
 };
 
-size_t LiveSlots() {
-    size_t n = 0;
-    for (const auto& w : RenderableInstance::_sharedObjects) n += !w.expired();
-    return n;
-}
-
 }  // namespace
 
 TEST_F(RenderableInstanceTest, MakeTakesTheFirstExpiredSlot) {
@@ -75,13 +69,6 @@ TEST_F(RenderableInstanceTest, MakeTakesTheFirstExpiredSlot) {
     auto d = RenderableInstance::Make<RenderableInstance>(0u, 0u);
     EXPECT_EQ(slotOf(d), bSlot);
     EXPECT_EQ(RenderableInstance::_sharedObjects.size(), size);  // the list never shrinks or grows here
-    const size_t live = LiveSlots();
-    a.reset(), c.reset(), d.reset();
-    EXPECT_EQ(LiveSlots(), live - 3);
-    size_t firstExpired = 0;
-    while (!RenderableInstance::_sharedObjects[firstExpired].expired()) ++firstExpired;
-    auto e = RenderableInstance::Make<RenderableInstance>(0u, 0u);
-    EXPECT_EQ(slotOf(e), firstExpired);
 }
 
 TEST_F(RenderableInstanceTest, SettersWriteTheRecordsOfTheNamedGeometries) {
@@ -146,12 +133,7 @@ TEST_F(RenderableInstanceTest, GeometriesReportTheirLayout) {
     RenderableInstance::AabbGeometry aabb(boxes, 2);
     EXPECT_EQ(aabb.GetPrimitiveCount(), 2u);
     EXPECT_EQ(aabb.GetPrimitiveStride(), 32u);
-    EXPECT_EQ(aabb.GetIndexCount(), 0u);
-    EXPECT_EQ(aabb.GetIndexStride(), 0u);
-    EXPECT_EQ(aabb.GetIndicesAddr(), 0u);
     EXPECT_EQ(aabb.boxes[1].maxY, 3.0f);
-    EXPECT_NE(aabb.GetPrimitivesAddr(), 0u);
-    EXPECT_EQ(aabb.baseColor, glm::vec4(1.0f));
 
     // 16-bit indices while the largest vertex number fits them.
     RenderableInstance::TriangleGeometry small(65536, 6);

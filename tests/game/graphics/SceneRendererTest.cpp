@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
-#include <stb_image.h>
 
 #include <any>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <glm/gtc/matrix_transform.hpp>
+#include <glm/gtc/quaternion.hpp>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -17,6 +17,8 @@
 #include "game/graphics/GameRenderer.h"
 #include "game/graphics/LightSourceInstance.h"
 #include "game/graphics/Mesh.h"
+#include "game/graphics/OutputPixels.h"
+#include "game/graphics/PlasmaTrail.h"
 #include "game/graphics/RenderableInstance.h"
 #include "game/graphics/SceneRenderer.h"
 #include "quorl/graphics/DynamicAsyncTexture.h"
@@ -27,7 +29,6 @@ using game::Game;
 using game::graphics::GameRenderer;
 using game::graphics::LightSourceInstance;
 using game::graphics::Mesh;
-using game::graphics::PlasmaData;
 using game::graphics::RenderableInstance;
 
 namespace {
@@ -63,18 +64,7 @@ protected:
         return instance;
     }
 
-    std::vector<uint8_t> Shot(const std::string& name) {
-        const std::string path = std::string(ZENDOLA_BINARY_DIR) + "/test-output/" + name + ".png";
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        EXPECT_TRUE(renderer->SaveImage(renderer->GetOutputVkImage(), {0, 0}, {kWidth, kHeight},
-                                        renderer->GetOutputImageFormat(), renderer->OutputFinalLayout(), path));
-        int w = 0, h = 0, n = 0;
-        stbi_uc* png = stbi_load(path.c_str(), &w, &h, &n, 4);
-        if (!png) return {};
-        std::vector<uint8_t> pixels(png, png + size_t(w) * size_t(h) * 4);
-        stbi_image_free(png);
-        return pixels;
-    }
+    std::vector<uint8_t> Shot(const std::string& name) { return OutputPixels(*renderer, name); }
     static const uint8_t* At(const std::vector<uint8_t>& pixels, uint32_t x, uint32_t y) {
         return &pixels[(size_t(y) * kWidth + x) * 4];
     }
@@ -87,9 +77,10 @@ glm::dmat4 Place(glm::dvec3 position, double yawDegrees = 0.0) {
     return glm::rotate(glm::translate(glm::dmat4(1.0), position), glm::radians(yawDegrees), glm::dvec3(0, 1, 0));
 }
 
-// A 2 x 1 quad facing +z with texture coordinates and the material "screen".
-std::string WriteScreenQuad() {
-    const std::filesystem::path dir = std::filesystem::path(ZENDOLA_BINARY_DIR) / "test-output" / "screen_quad";
+// A 2 x 1 quad facing +z with texture coordinates, in a folder of its own: its material is the
+// JSON given, its node "monitor".
+std::string WriteQuad(const std::string& name, const std::string& material, const std::string& extra = "") {
+    const std::filesystem::path dir = std::filesystem::path(ZENDOLA_BINARY_DIR) / "test-output" / name;
     std::filesystem::create_directories(dir);
     const float positions[12] = {-1, -0.5f, 0, 1, -0.5f, 0, 1, 0.5f, 0, -1, 0.5f, 0};
     const float uvs[8] = {0, 1, 1, 1, 1, 0, 0, 0};
@@ -101,7 +92,7 @@ std::string WriteScreenQuad() {
     std::ofstream(dir / "quad.gltf") << R"({"asset": {"version": "2.0"},
       "nodes": [{"name": "monitor", "mesh": 0}],
       "meshes": [{"primitives": [{"attributes": {"POSITION": 0, "TEXCOORD_0": 1}, "indices": 2, "material": 0}]}],
-      "materials": [{"name": "screen", "pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}}],
+      "materials": [)" << material << "]," << extra << R"(
       "buffers": [{"uri": "quad.bin", "byteLength": 92}],
       "bufferViews": [{"buffer": 0, "byteOffset": 0, "byteLength": 48}, {"buffer": 0, "byteOffset": 48, "byteLength": 32},
                       {"buffer": 0, "byteOffset": 80, "byteLength": 12}],
@@ -109,6 +100,10 @@ std::string WriteScreenQuad() {
                     {"bufferView": 1, "componentType": 5126, "count": 4, "type": "VEC2"},
                     {"bufferView": 2, "componentType": 5123, "count": 6, "type": "SCALAR"}]})";
     return (dir / "quad.gltf").string();
+}
+
+std::string WriteScreenQuad() {
+    return WriteQuad("screen_quad", R"({"name": "screen", "pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}})");
 }
 
 }  // namespace
@@ -189,30 +184,112 @@ TEST_F(SceneRendererTest, AMonitorShowsAScreenDrawing) {
     EXPECT_TRUE(MatchesGolden("scene_monitor", pixels, kWidth, kHeight));
 }
 
-// A plasma glow: an instance of shader index 4 with one box, shaped by the PlasmaData whose
-// address its first RenderableData record holds; bright near the body, fading along the trail.
-TEST_F(SceneRendererTest, PlasmaGlowFromItsRecord) {
-    quorl::vk::MappedBuffer<PlasmaData> plasma(renderer->GetDevice(), 1, "PlasmaData");
-    plasma[0] = PlasmaData{5.6f, 0.35f, 600.0f, 0, {1.0f, 0.25f, 0.05f}, 200.0f};
-    auto trail = RenderableInstance::Make<RenderableInstance>(1u, 4u);
-    game::graphics::AabbData box{-0.35f, 0.0f, -0.35f, 0.35f, 5.6f, 0.35f, {0, 0}};
-    trail->geometries.push_back(std::make_shared<RenderableInstance::AabbGeometry>(&box, 1ull));
-    trail->renderableData = std::make_shared<RenderableInstance::DataBuffer>(renderer->GetDevice(), 1, "RenderableData");
-    const uint64_t address = plasma.DeviceAddress();
-    std::memcpy(static_cast<void*>(&(*trail->renderableData)[0]), &address, sizeof address);
-    // The trail grows along -x from the body at x = 2, over the ground.
-    trail->transform = glm::rotate(Place({2, 0.6, -4}), glm::radians(90.0), glm::dvec3(0, 0, 1));
-    trail->visible = true;
+// A material's base colour image is read beside the model, added to the texture array and drawn
+// on the quad.
+TEST_F(SceneRendererTest, BaseColourImagesOfMaterials) {
+    const std::string path =
+        WriteQuad("textured_quad", R"({"name": "paint", "pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}})",
+                  R"("textures": [{"source": 0}], "images": [{"uri": "halves.png"}],)");
+    const std::string image = (std::filesystem::path(path).parent_path() / "halves.png").string();
+    std::vector<uint8_t> halves;  // 8 x 4: red on the left, blue on the right
+    for (int i = 0; i < 32; ++i)
+        halves.insert(halves.end(), {uint8_t(i % 8 < 4 ? 230 : 20), 20, uint8_t(i % 8 < 4 ? 20 : 230), 255});
+    ASSERT_TRUE(quorl::graphics::Texture::SaveFile(image, 8, 4, 4, halves.data()));
+    Mesh quad(path);
+    const auto geometry = quad.nodes.at("monitor").at(0);
+    ASSERT_NE(geometry->baseColorTexture, 0u);
+    EXPECT_EQ(renderer->GetTexture(geometry->baseColorTexture)->Extent().width, 8u);
+    auto shown = Show(quad, "monitor", Place({0, 0, -1.5}));
+    LightSourceInstance light({0.0f, 0.3f, -0.5f}, 0.1f, {0, 0, 0}, 0.0f, {1.0f, 1.0f, 1.0f}, 20.0f);
+    ASSERT_TRUE(renderer->Frame());
+    const std::vector<uint8_t> pixels = Shot("scene_textured_quad");
+    ASSERT_FALSE(pixels.empty());
+    const uint8_t *left = At(pixels, kWidth / 2 - 30, kHeight / 2), *right = At(pixels, kWidth / 2 + 30, kHeight / 2);
+    EXPECT_GT(left[0], left[2] + 80);
+    EXPECT_GT(right[2], right[0] + 80);
+
+}
+
+// Hit shaders that modules add have no raster twin: their instances are drawn as lit surfaces
+// (and so can be aimed at), with one warning per name. The first module shader shares index 4
+// with the plasma trails; an instance that is no trail is drawn by its own shader's material.
+TEST_F(SceneRendererTest, ModuleHitShadersFallBackToLitSurfaces) {
+    ASSERT_EQ(renderer->AddRenderableHitShader("TS_module/rt/glass"), 4);
+    ASSERT_EQ(renderer->AddRenderableHitShader("TS_module/rt/water"), 5);
+    game::graphics::AabbData unit{-0.5f, -0.5f, -0.5f, 0.5f, 0.5f, 0.5f, {0, 0}};
+    std::vector<std::shared_ptr<RenderableInstance>> boxes;
+    for (unsigned shader : {4u, 5u}) {
+        auto box = RenderableInstance::Make<RenderableInstance>(1u, shader);
+        box->geometries.push_back(std::make_shared<RenderableInstance::AabbGeometry>(&unit, 1ull));
+        box->transform = Place({shader == 4u ? -1.2 : 0.0, 0, -3});
+        box->visible = true;
+        boxes.push_back(box);
+    }
+    boxes[1]->SetAimID(renderer->AddAimReference("TS_module", std::string("water")));
+    LightSourceInstance light({0.0f, 2.0f, 0.0f}, 0.1f, {0, 0, 0}, 0.0f, {1.0f, 1.0f, 1.0f}, 60.0f);
+    testing::internal::CaptureStderr();
+    ASSERT_TRUE(renderer->Frame());
+    ASSERT_TRUE(renderer->Frame());
+    const std::string warnings = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(renderer->Scene().LastCounts().instances, 2u);
+    EXPECT_EQ(renderer->Scene().LastCounts().draws, 2u);
+    EXPECT_EQ(renderer->aim.aimBuffer.AimId(), boxes[1]->aimId);
+    for (const char* name : {"TS_module/rt/glass", "TS_module/rt/water"}) {
+        const size_t at = warnings.find(name);
+        ASSERT_NE(at, std::string::npos) << warnings;
+        EXPECT_EQ(warnings.find(name, at + 1), std::string::npos) << "warned once: " << warnings;
+    }
+}
+
+// A body flying at 300 m/s through air (-x) with its PlasmaTrail behind it: the wake glows
+// brightest just behind the body and fades along its length; the flow field, computed each frame,
+// makes the glow move from one frame to the next while the rest of the picture stays.
+TEST_F(SceneRendererTest, PlasmaTrailOnAFastBody) {
+    const Mesh cube(quorl::graphics::Texture::DataPath("models/cube.gltf"));
+    const glm::dvec3 at(-4.5, 1.5, -9.0), velocity(-300.0, 0.0, 0.0);
+    auto body = Show(cube, "cube", Place(at, 30));
+    game::physics::EnvironmentInfo air;
+    air.density = 1.2;
+    air.viscosity = 1.8e-5;
+    auto trail = RenderableInstance::Make<game::graphics::PlasmaTrail>();
+    ASSERT_TRUE(trail->Update(glm::vec3(velocity), 0.6f, air));
+    // As a client entity places it: +y of the trail against the flight.
+    trail->transform = glm::translate(glm::dmat4(1.0), at) *
+                       glm::mat4_cast(glm::dquat(glm::dvec3(0, 1, 0), -glm::normalize(velocity)));
+    LightSourceInstance light({-4.0f, 6.0f, -8.0f}, 0.1f, {0, 0, 0}, 0.0f, {1.0f, 0.95f, 0.85f}, 400.0f);
+    // From above, so that the wake is seen against the ground: over the bright sky an added glow
+    // only whitens.
     renderer->camera.worldTransform =
-        glm::rotate(glm::translate(glm::dmat4(1.0), glm::dvec3(0, 1.5, 0)), glm::radians(-13.0), glm::dvec3(1, 0, 0));
+        glm::rotate(glm::translate(glm::dmat4(1.0), glm::dvec3(0, 5, 0)), glm::radians(-22.0), glm::dvec3(1, 0, 0));
 
     ASSERT_TRUE(renderer->Frame());
-    const std::vector<uint8_t> pixels = Shot("scene_plasma");
+    EXPECT_EQ(renderer->Scene().LastFlowCount(), 1u);
+    const std::vector<uint8_t> first = Shot("scene_plasma_trail_0");
+    ASSERT_TRUE(renderer->Frame());
+    const std::vector<uint8_t> pixels = Shot("scene_plasma_trail");
     ASSERT_FALSE(pixels.empty());
-    EXPECT_TRUE(MatchesGolden("scene_plasma", pixels, kWidth, kHeight));
-    // Near the body the glow saturates red over the sky; far along the trail less is added.
-    const uint8_t *sky = At(pixels, 170, 20), *body = At(pixels, 170, kHeight / 2), *tail = At(pixels, 60, kHeight / 2);
-    EXPECT_GT(body[0], sky[0] + 60);
-    EXPECT_GT(body[0], tail[0]);
+    EXPECT_TRUE(MatchesGolden("scene_plasma_trail", pixels, kWidth, kHeight));
+
+    // Along the trail's axis: behind the body, halfway, past the end, and the sky.
+    const auto pixel = [&](double x) {
+        const glm::dvec4 clip = glm::dmat4(renderer->Data().projectionMatrix) *
+                                glm::dmat4(renderer->Data().viewMatrix) *
+                                glm::dvec4(glm::dvec3(x, at.y, at.z) - glm::dvec3(renderer->WorldOrigin()), 1.0);
+        return glm::uvec2((clip.x / clip.w * 0.5 + 0.5) * kWidth, (clip.y / clip.w * 0.5 + 0.5) * kHeight);
+    };
+    const uint32_t row = pixel(at.x).y;
+    const uint8_t *near = At(pixels, pixel(at.x + 1.5).x, row), *half = At(pixels, pixel(at.x + 5.0).x, row),
+                  *past = At(pixels, pixel(at.x + 11.0).x, row), *ground = At(pixels, kWidth / 2, kHeight - 8);
+    EXPECT_GT(near[0], past[0] + 60);
+    EXPECT_GT(near[0], ground[0] + 60);
+    EXPECT_GT(near[0], half[0]);
+    EXPECT_GT(near[0], near[2] + 30);  // warm
     EXPECT_EQ(renderer->aim.aimBuffer.AimId(), 0u);  // glow is not aimed at
+    // The flow moved: pixels in the wake changed, the rest did not.
+    ASSERT_EQ(first.size(), pixels.size());
+    int changed = 0;
+    for (uint32_t x = pixel(at.x + 1.0).x; x < pixel(at.x + 8.0).x; ++x)
+        changed += std::abs(int(At(first, x, row)[0]) - int(At(pixels, x, row)[0])) > 2;
+    EXPECT_GT(changed, 3);
+    EXPECT_EQ(std::memcmp(At(first, 0, kHeight - 4), At(pixels, 0, kHeight - 4), kWidth * 4), 0);
 }

@@ -1,26 +1,17 @@
 #pragma once
 // The page process's side of a PipeServer, for tests: connects to "<base>.s2c" and "<base>.c2s".
+// Sockets go in a testfiles::TempFolder (short: the socket path limit).
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <thread>
 
-// A fresh folder for the sockets, removed at the end; short, for the socket path limit.
-struct TempRunFolder {
-    std::string path;
-    TempRunFolder() {
-        char pattern[] = "/tmp/zwv-XXXXXX";
-        path = ::mkdtemp(pattern);
-    }
-    ~TempRunFolder() { std::filesystem::remove_all(path); }
-};
+#include "TestFiles.h"
 
 struct PipeClient {
     int commands = -1;  // reads what the library writes
@@ -50,18 +41,6 @@ struct PipeClient {
         return fd >= 0;
     }
 
-    // Exactly `size` bytes, or fewer if the library closed or nothing came for 5 s.
-    std::string Receive(size_t size) {
-        std::string out;
-        pollfd p{commands, POLLIN, 0};
-        while (out.size() < size && ::poll(&p, 1, 5000) > 0) {
-            char buffer[4096];
-            const ssize_t n = ::recv(commands, buffer, std::min(sizeof(buffer), size - out.size()), 0);
-            if (n <= 0) break;
-            out.append(buffer, size_t(n));
-        }
-        return out;
-    }
     // What arrives within `waitMs`, without the pings.
     std::string ReceiveCommands(int waitMs) {
         std::string out = ReceiveRaw(waitMs);

@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 namespace {
 
 TEST(PipeServer, ConnectsOnFirstUseInEachDirection) {
-    TempRunFolder folder;
+    testfiles::TempFolder folder{"zwv"};
     PipeServer pipe("link", folder.path);  // returns with no client
     EXPECT_FALSE(pipe.writeConnected);
     EXPECT_EQ(pipe.WritePath(), folder.path + "/link.s2c");
@@ -32,7 +32,7 @@ TEST(PipeServer, ConnectsOnFirstUseInEachDirection) {
     EXPECT_EQ(written.wait_for(100ms), std::future_status::timeout);
     PipeClient client(pipe.BasePath());
     ASSERT_TRUE(written.get());
-    EXPECT_EQ(client.Receive(6), "open a");
+    EXPECT_EQ(client.ReceiveRaw(200), "open a");
 
     client.Send("abcdef");
     char buffer[4];
@@ -52,14 +52,13 @@ TEST(PipeServer, ConnectsOnFirstUseInEachDirection) {
     EXPECT_TRUE(pipe.writeConnected) << "never reconnects";
 }
 
-TEST(PipeServer, ShutdownWakesThreadsWaitingForTheClient) {
-    TempRunFolder folder;
+// Shutdown wakes threads waiting for the client, and a read blocked on a connected client.
+TEST(PipeServer, ShutdownWakesWaitingThreads) {
+    testfiles::TempFolder folder{"zwv"};
     auto pipe = std::make_unique<PipeServer>("idle", folder.path);
+    char c;
     auto written = std::async(std::launch::async, [&] { return pipe->Write("ping ", 5); });
-    auto read = std::async(std::launch::async, [&] {
-        char c;
-        return pipe->Read(&c, 1);
-    });
+    auto read = std::async(std::launch::async, [&] { return pipe->Read(&c, 1); });
     std::this_thread::sleep_for(50ms);
     testing::internal::CaptureStderr();
     pipe->Shutdown();
@@ -70,22 +69,18 @@ TEST(PipeServer, ShutdownWakesThreadsWaitingForTheClient) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "a shutdown is no connect error";
     pipe.reset();
     EXPECT_FALSE(std::filesystem::exists(folder.path + "/idle.s2c"));
-}
 
-TEST(PipeServer, ShutdownWakesABlockedRead) {
-    TempRunFolder folder;
-    PipeServer pipe("busy", folder.path);
-    PipeClient client(pipe.BasePath());
-    char c;
-    auto read = std::async(std::launch::async, [&] { return pipe.Read(&c, 1); });
+    PipeServer busy("busy", folder.path);
+    PipeClient client(busy.BasePath());
+    auto blocked = std::async(std::launch::async, [&] { return busy.Read(&c, 1); });
     std::this_thread::sleep_for(50ms);
-    pipe.Shutdown();
-    ASSERT_EQ(read.wait_for(5s), std::future_status::ready);
-    EXPECT_EQ(read.get(), 0u);
+    busy.Shutdown();
+    ASSERT_EQ(blocked.wait_for(5s), std::future_status::ready);
+    EXPECT_EQ(blocked.get(), 0u);
 }
 
 TEST(PipeServer, StaleSocketsAreReplacedAndOtherFilesRefused) {
-    TempRunFolder folder;
+    testfiles::TempFolder folder{"zwv"};
     { PipeServer first("again", folder.path + "/made/here"); }
     { PipeServer crashed("again", folder.path); }  // files removed on the way out
     // A socket file left by a process that died is taken over.

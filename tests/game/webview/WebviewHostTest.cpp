@@ -18,20 +18,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-template <class Condition>
-bool WaitFor(Condition condition, std::chrono::milliseconds limit = 5000ms) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(5ms);
-    }
-    return true;
-}
+using testfiles::WaitFor;
 
 // The host's loops against a stand-in page process played by the test; the command the host
 // runs is `true`, which ends at once.
 TEST(WebviewHost, LoopsSurviveLateFramesAndAProcessThatDies) {
-    TempRunFolder folder;
+    testfiles::TempFolder folder{"zwv"};
     ElectronWebview webview;
     WebviewHost::Settings settings;
     settings.node = "true";
@@ -56,24 +48,24 @@ TEST(WebviewHost, LoopsSurviveLateFramesAndAProcessThatDies) {
         std::lock_guard lock(webview.mutex);
         return webview.outgoing.empty();
     };
-    EXPECT_TRUE(WaitFor(sent));  // the close goes out while the process still reads
+    EXPECT_TRUE(WaitFor(sent, 5s));  // the close goes out while the process still reads
     process.Send(WireHarness::Frame("a", "late") + WireHarness::Frame("a", "later"));
-    EXPECT_TRUE(WaitFor([&] { return host.LateFrames() == 2; }));
+    EXPECT_TRUE(WaitFor([&] { return host.LateFrames() == 2; }, 5s));
     EXPECT_FALSE(host.ReadLoopEnded());
 
     // The process dies: the read loop ends; one lost command is reported once; no hang.
     process.Close();
-    EXPECT_TRUE(WaitFor([&] { return host.ReadLoopEnded(); }));
+    EXPECT_TRUE(WaitFor([&] { return host.ReadLoopEnded(); }, 5s));
     testing::internal::CaptureStderr();
     webview.Open("b", "u", 2, 2, 1);
-    EXPECT_TRUE(WaitFor(sent));
+    EXPECT_TRUE(WaitFor(sent, 5s));
     std::this_thread::sleep_for(200ms);  // a few failing pings, which stay silent
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Broken pipe with ELECTRON_WEBVIEW in Write Thread\n");
     host.Stop();
 }
 
 TEST(WebviewHost, StopsWhenTheProcessNeverConnects) {
-    TempRunFolder folder;
+    testfiles::TempFolder folder{"zwv"};
     ElectronWebview webview;
     WebviewHost::Settings settings;
     settings.node = "/nonexistent/node";

@@ -59,28 +59,17 @@ TEST(NodeGraphModel, DestroyClearsConsumersAndReadOnlyRefuses) {
     EXPECT_TRUE(b->inputs[1].IsNull());
     EXPECT_TRUE(b->dirty);
     EXPECT_TRUE(editor.modified);
-    EXPECT_EQ(editor.GetNode<Node>(b->id), b);
-    EXPECT_EQ(editor.GetNode<Node>(UniqueId()), nullptr);
 }
 
-TEST(NodeGraphModel, ZoomKeepsThePointUnderTheMouseAndSnaps) {
+// Zoom steps snap to 1 and stop at 0.05 and 2; the wheel test checks the point under the mouse.
+TEST(NodeGraphModel, ZoomSnapsAndClamps) {
     NodeEditor editor;  // no ImGui context: interface scale 1
-    editor.pan = ImVec2(10, 20);
-    const ImVec2 at(300, 200);
-    auto graphAt = [&] { return ImVec2(at.x / editor.zoom - editor.pan.x, at.y / editor.zoom - editor.pan.y); };
-    ImVec2 before = graphAt();
-    editor.Zoom(at, 1);
-    EXPECT_FLOAT_EQ(editor.zoom, 1.125f);
-    ImVec2 after = graphAt();
-    EXPECT_NEAR(after.x, before.x, 1e-3);
-    EXPECT_NEAR(after.y, before.y, 1e-3);
-    editor.Zoom(at, -1);  // 0.984 lies within 0.1 of 1
+    editor.Zoom(ImVec2(300, 200), 1);
+    editor.Zoom(ImVec2(300, 200), -1);  // 0.984 lies within 0.1 of 1
     EXPECT_EQ(editor.zoom, 1.0f);
-    for (int i = 0; i < 40; ++i) editor.Zoom(at, -1);
+    for (int i = 0; i < 41; ++i) editor.Zoom(ImVec2(300, 200), -1);
     EXPECT_EQ(editor.zoom, 0.05f);
-    editor.Zoom(at, -1);
-    EXPECT_EQ(editor.zoom, 0.05f);
-    for (int i = 0; i < 40; ++i) editor.Zoom(at, 1);
+    for (int i = 0; i < 40; ++i) editor.Zoom(ImVec2(300, 200), 1);
     EXPECT_EQ(editor.zoom, 2.0f);
 }
 
@@ -122,24 +111,19 @@ TEST(NodeGraphModel, CopyPasteKeepsInnerWiresAndDropsOuterOnes) {
     ImGui::SetClipboardText("other program");
     editor.Paste();
     EXPECT_EQ(editor.nodes.size(), 5u);
-}
 
-// With a window, the operating system's clipboard is the window's.
-TEST(NodeGraphModel, CopyAndPasteUseTheWindowsClipboard) {
-    ImGuiHarness ui;
+    // With a window, the operating system's clipboard is the window's.
     quorl::graphics::Window window;
     quorl::graphics::Window* previous = game::Game::window;
     game::Game::window = &window;
-    Editor editor("p");
-    editor.AddNode("time", ImVec2(0, 0), {})->selected = true;
     window.SetClipboardString("keep me");
     editor.Copy();
     EXPECT_EQ(window.GetClipboardString(), "");
     editor.Paste();
-    EXPECT_EQ(editor.nodes.size(), 2u);
+    EXPECT_EQ(editor.nodes.size(), 7u);
     window.SetClipboardString("other program");
     editor.Paste();
-    EXPECT_EQ(editor.nodes.size(), 2u);
+    EXPECT_EQ(editor.nodes.size(), 7u);
     game::Game::window = previous;
 }
 
@@ -246,14 +230,13 @@ TEST(NodeEditorInput, RubberBandSelectsAndDeleteRemoves) {
     EXPECT_FALSE(far->selected);
 }
 
+// Ctrl+D is a copy and a paste, once per press however long it is held; what a paste keeps is
+// checked in the copy and paste cases above.
 TEST(NodeEditorInput, CtrlDDuplicatesOnceWhileHeld) {
     ImGuiHarness ui;
     Editor editor("p");
     Node* a = editor.AddNode("time", ImVec2(100, 100), {});
-    Node* b = editor.AddNode("NEGATIVE", ImVec2(200, 100), {});
-    Node* k = editor.AddNode("const $k = 1", ImVec2(100, 300), {});
-    Wire(b, 0, a);
-    a->selected = b->selected = k->selected = true;
+    a->selected = true;
     ui.io().MousePos = ImVec2(400, 400);
     ui.Frame(editor);
     ui.io().KeyCtrl = true;
@@ -262,12 +245,8 @@ TEST(NodeEditorInput, CtrlDDuplicatesOnceWhileHeld) {
     ui.io().KeysDown[NodeEditor::keyD] = false;
     ui.io().KeyCtrl = false;
     ui.Frame(editor);
-    ASSERT_EQ(editor.nodes.size(), 5u);  // the constant is not duplicated
-    Node* a2 = editor.nodes[3];
-    Node* b2 = editor.nodes[4];
-    EXPECT_EQ(a2->title, "time");
-    EXPECT_EQ(b2->inputs[0], a2->id);
-    EXPECT_TRUE(a2->selected && b2->selected);
+    ASSERT_EQ(editor.nodes.size(), 2u);
+    EXPECT_TRUE(editor.nodes[1]->selected);
     EXPECT_FALSE(a->selected);
     EXPECT_TRUE(editor.modified);
 }
@@ -295,11 +274,23 @@ TEST(NodeEditorInput, WheelZoomsAroundTheCursorAndRightDragPans) {
     EXPECT_FALSE(ImGui::IsPopupOpen("", ImGuiPopupFlags_AnyPopupId));  // panning keeps the menu shut
 }
 
+// A read-only canvas takes no wires, moves, new nodes, nor typing inside a node's field.
 TEST(NodeEditorInput, ReadOnlyCanvasRefusesChanges) {
     ImGuiHarness ui;
     ProbeEditor editor("p");
     Node* time = editor.AddNode("time", ImVec2(50, 50), {});
     Node* add = editor.AddNode("ADD", ImVec2(300, 50), {});
+    auto* text = dynamic_cast<Editor::ConstTextNode*>(editor.AddNode("const $t = \"hi\"", ImVec2(100, 300), {}));
+    ASSERT_NE(text, nullptr);
+    text->size = ImVec2(200, 60);  // the field spans the node between its pin columns
+    const auto typeIntoTheField = [&] {
+        ui.Frame(editor);
+        ui.Click(editor, ImVec2(150, 316));  // in the value's field, below the title
+        ui.Key(editor, nodetest::kKeyEnd);
+        ui.io().AddInputCharactersUTF8("!");
+        ui.Frames(editor, 2);
+        ui.Click(editor, ImVec2(700, 500));  // away: the field lets go
+    };
     editor.readOnly = true;
     ui.Frame(editor);
     ui.DragLeft(editor, editor.OutputPin(time), editor.InputPin(add, 0));
@@ -307,25 +298,7 @@ TEST(NodeEditorInput, ReadOnlyCanvasRefusesChanges) {
     ui.DragLeft(editor, ImVec2(310, 53), ImVec2(400, 100));
     EXPECT_EQ(add->pos.x, 300.0f);
     EXPECT_EQ(editor.AddNode("time", ImVec2(0, 0), {}), nullptr);
-    EXPECT_EQ(editor.nodes.size(), 2u);
-}
-
-// Inside nodes too: a node's text field takes no typing on a read-only canvas.
-TEST(NodeEditorInput, ReadOnlyRefusesChangesInsideNodes) {
-    ImGuiHarness ui;
-    Editor editor("p");
-    auto* text = dynamic_cast<Editor::ConstTextNode*>(editor.AddNode("const $t = \"hi\"", ImVec2(100, 100), {}));
-    ASSERT_NE(text, nullptr);
-    text->size = ImVec2(200, 60);  // the field spans the node between its pin columns
-    const auto typeIntoTheField = [&] {
-        ui.Frame(editor);
-        ui.Click(editor, ImVec2(150, 116));  // in the value's field, below the title
-        ui.Key(editor, nodetest::kKeyEnd);
-        ui.io().AddInputCharactersUTF8("!");
-        ui.Frames(editor, 2);
-        ui.Click(editor, ImVec2(700, 500));  // away: the field lets go
-    };
-    editor.readOnly = true;
+    EXPECT_EQ(editor.nodes.size(), 3u);
     typeIntoTheField();
     EXPECT_EQ(text->value, "hi");
     editor.readOnly = false;
