@@ -34,6 +34,18 @@ inline constexpr AssertSite kRemoveChildNotParent{"entity->GetID() != parentEnti
 
 // Physics. The rigid body's checks are reported under the path and lines of its first form.
 inline constexpr const char* kRigidbodyPath = "src/game/physics/Rigidbody.hpp";
+// A rigid body rebuilt from its entity: a step of no time, an entity of no mass.
+inline constexpr AssertSite kBodyStep{"deltaTime > 0", kRigidbodyPath, 179};
+inline constexpr AssertSite kBodyMass{"mass > 0", kRigidbodyPath, 181};
+// The body's inertia tensor: one line per edge of its box (x, y, z).
+inline constexpr AssertSite kBodyBoxEdgeX{"box_size.x > 0.0", kRigidbodyPath, 200};
+inline constexpr AssertSite kBodyBoxEdgeY{"box_size.y > 0.0", kRigidbodyPath, 201};
+inline constexpr AssertSite kBodyBoxEdgeZ{"box_size.z > 0.0", kRigidbodyPath, 202};
+// The fixed contacts of a body: one point per normal.
+inline constexpr AssertSite kStaticContacts{"staticContactNormals.size() == staticRelativeContactPoints.size()",
+                                            kRigidbodyPath, 113};
+// A body attaching to a new parent that is already its parent.
+inline constexpr AssertSite kNewParent{"potentialNewParent->GetID() != entity->parentEntity", kRigidbodyPath, 908};
 // The entity's inertia tensor: a mass, then one line per edge of its box (x, y, z).
 inline constexpr AssertSite kInertiaMass{"mass > 0.0", kServerEntityPath, 236};
 inline constexpr AssertSite kInertiaBoxEdgeX{"box_size.x > 0.0", kServerEntityPath, 237};

@@ -16,6 +16,7 @@
 #include <glm/mat4x4.hpp>
 #include <glm/vec3.hpp>
 
+#include "game/AssertSites.h"
 #include "game/UniqueId.h"
 #include "game/entity/ConvexMeshCollider.h"
 #include "game/physics/AerodynamicSurface.h"
@@ -41,9 +42,6 @@
 namespace game::physics {
 
 namespace detail {
-// Assertion locations of the rigid-body code are reported under this fixed path and fixed lines,
-// which tools and tests match on.
-inline constexpr const char* kRigidbodyPath = "src/game/physics/Rigidbody.hpp";
 
 inline glm::dmat4 PoseTransform(const glm::dvec3& position, const glm::dquat& rotation) {
     return Multiply(glm::translate(glm::dmat4(1.0), position), glm::mat4_cast(rotation));
@@ -332,9 +330,9 @@ public:
     // Rebuilds the body from its entity as the constructor does; every list keeps its memory.
     void Reset(std::shared_ptr<Entity>& owner, double deltaTime) {
         Base::Reset(owner);
-        QUORL_ASSERT_AT(deltaTime > 0, detail::kRigidbodyPath, 179);
+        CheckSite(deltaTime > 0, assert_sites::kBodyStep);
         const double mass = owner->mass;
-        QUORL_ASSERT_AT(mass > 0, detail::kRigidbodyPath, 181);
+        CheckSite(mass > 0, assert_sites::kBodyMass);
         restCount = 0;
         _supported = _supportedNow = false;
         touchingParent = false;
@@ -382,9 +380,9 @@ public:
     // Inverse world inertia of a solid box of the body's bounds and mass.
     void ComputeInertiaTensor() {
         const glm::dvec3 box_size = boundsMax - boundsMin;
-        QUORL_ASSERT_AT(box_size.x > 0.0, detail::kRigidbodyPath, 200);
-        QUORL_ASSERT_AT(box_size.y > 0.0, detail::kRigidbodyPath, 201);
-        QUORL_ASSERT_AT(box_size.z > 0.0, detail::kRigidbodyPath, 202);
+        CheckSite(box_size.x > 0.0, assert_sites::kBodyBoxEdgeX);
+        CheckSite(box_size.y > 0.0, assert_sites::kBodyBoxEdgeY);
+        CheckSite(box_size.z > 0.0, assert_sites::kBodyBoxEdgeZ);
         const double mass = 1.0 / invMass;
         const double x2 = box_size.x * box_size.x, y2 = box_size.y * box_size.y, z2 = box_size.z * box_size.z;
         glm::dmat3 inertia(0.0);
@@ -486,8 +484,7 @@ public:
     // Whether the stored contacts hold the body up: the newest three agree and the centre of mass
     // stands over their triangle, or all contacts agree and surround it. Writes the contact normal.
     bool GetStaticContact(glm::dvec3& normal) const {
-        QUORL_ASSERT_AT(staticContactNormals.size() == staticRelativeContactPoints.size(), detail::kRigidbodyPath,
-                        113);
+        CheckSite(staticContactNormals.size() == staticRelativeContactPoints.size(), assert_sites::kStaticContacts);
         const size_t count = staticRelativeContactPoints.size();
         if (count < 3) return false;
         constexpr double kParallel = tuning::kParallelContacts;
@@ -1031,7 +1028,7 @@ private:
                 // Named as the assertion reports them.
                 const std::shared_ptr<Entity>& potentialNewParent = candidate;
                 const std::shared_ptr<Entity>& entity = owner;
-                QUORL_ASSERT_AT(potentialNewParent->GetID() != entity->parentEntity, detail::kRigidbodyPath, 908);
+                CheckSite(potentialNewParent->GetID() != entity->parentEntity, assert_sites::kNewParent);
                 if (!hasParent && candidate->parentEntity.IsNull() && speed < tuning::kAttachSpeed)
                     candidate->AddChild(owner);
             }
