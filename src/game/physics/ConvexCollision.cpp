@@ -10,6 +10,7 @@
 #include <glm/gtc/matrix_inverse.hpp>
 #include <glm/mat4x4.hpp>
 
+#include "game/physics/ConvexCollisionReference.h"
 #include "game/physics/MatrixMath.h"
 #include "game/physics/ShapeFacts.h"
 #include "game/physics/WideLoops.h"
@@ -891,6 +892,16 @@ Collision PlacedShapeAccess::Test(PlacedShape& A, PlacedShape& B) {
     const ConvexMeshCollider& b = *B._collider;
     const glm::dmat4& ta = A._transform;
     const glm::dmat4& tb = B._transform;
+#if ZENDOLA_REFERENCE_COLLISION
+    // Built with the plain reading in place of this test, for when a result is in doubt: the same
+    // answers, bit for bit, at many times the cost.
+    {
+        ConvexMeshCollider placedA = a, placedB = b;
+        placedA.transform = ta;
+        placedB.transform = tb;
+        return ReferenceConvexCollision(placedA, placedB);
+    }
+#endif
     const glm::dvec3 cA = A._center, cB = B._center;
     if (Farther(cB - cA, a.radius + b.radius)) return {};
     if (a.isSphere) return SphereCollision(a, cA, b, tb, cB);
