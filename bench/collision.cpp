@@ -18,6 +18,7 @@
 #include <glm/gtc/quaternion.hpp>
 
 #include "game/physics/ConvexCollision.h"
+#include "game/physics/ConvexCollisionReference.h"
 #include "game/physics/Rigidbody.h"
 #include "quorl/cpu/Profiler.h"
 
@@ -51,83 +52,7 @@ Scene SpherePath() { return {Box({0, 0, 0}, 0.0, true), Box({0.8, 0.3, 0.1}, 0.7
 // The literal reading, as the baseline, with the same profiler section.
 Collision PlainConvexCollision(const ConvexMeshCollider& a, const ConvexMeshCollider& b) {
     quorl::cpu::Profiler profile("PlainConvexCollision", true);
-    auto centre = [](const ConvexMeshCollider& c) {
-        return glm::dvec3(c.transform * glm::dvec4((glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5, 1.0));
-    };
-    const glm::dvec3 cA = centre(a), cB = centre(b);
-    if (glm::length(cB - cA) > a.radius + b.radius) return {};
-    double best = std::numeric_limits<double>::max();
-    glm::dvec3 bestAxis(0.0);
-    auto finite = [](const glm::dvec3& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); };
-    auto keep = [&](const glm::dvec3& axis, double lo, double hi, double loB, double hiB) {
-        const double overlap = std::min(hi, hiB) - std::max(lo, loB);
-        if (!(overlap > 0)) return false;
-        if (overlap < best) {
-            best = overlap;
-            bestAxis = axis;
-        }
-        return true;
-    };
-    auto vertex = [](const ConvexMeshCollider& c, uint32_t i) {
-        return glm::dvec3(c.transform * glm::dvec4(glm::dvec3(c.vertices[i]), 1.0));
-    };
-    auto normal = [](const ConvexMeshCollider& c, uint32_t i) {
-        return glm::normalize(glm::dvec3(c.transform * glm::dvec4(glm::dvec3(c.faceNormals[i]), 0.0)));
-    };
-    Collision hit;
-    if (a.isSphere) {
-        auto test = [&](const glm::dvec3& axis) {
-            const auto [lo, hi] = game::physics::ProjectOntoAxis(b, axis);
-            const double c = glm::dot(cA, axis);
-            return keep(axis, c - a.radius, c + a.radius, lo, hi);
-        };
-        for (uint32_t i = 0; i < b.faceNormalCount; ++i) {
-            if (finite(normal(b, i)) && !test(normal(b, i))) return {};
-        }
-        for (uint32_t i = 0; i < b.vertexCount; ++i) {
-            const glm::dvec3 axis = glm::normalize(vertex(b, i) - cA);
-            if (finite(axis) && !test(axis)) return {};
-        }
-        for (uint32_t i = 0; i < b.vertexCount; ++i) {
-            for (uint32_t j = 0; j < b.vertexCount; ++j) {
-                if (i == j) continue;
-                const glm::dvec3 c = glm::cross(glm::normalize(vertex(b, i) - cA), glm::normalize(vertex(b, j) - vertex(b, i)));
-                if (glm::length(c) < 1e-6) continue;
-                if (finite(glm::normalize(c)) && !test(glm::normalize(c))) return {};
-            }
-        }
-        hit.normal = glm::sign(glm::dot(glm::normalize(cA - cB), bestAxis)) * bestAxis;
-        hit.position = cA - hit.normal * a.radius;
-        hit.depth = best;
-        return hit;
-    }
-    auto test = [&](const glm::dvec3& axis) {
-        const auto [lo, hi] = game::physics::ProjectOntoAxis(a, axis);
-        const auto [loB, hiB] = game::physics::ProjectOntoAxis(b, axis);
-        return keep(axis, lo, hi, loB, hiB);
-    };
-    for (uint32_t i = 0; i < a.faceNormalCount; ++i) {
-        if (finite(normal(a, i)) && !test(normal(a, i))) return {};
-    }
-    for (uint32_t i = 0; i < b.faceNormalCount; ++i) {
-        if (finite(normal(b, i)) && !test(normal(b, i))) return {};
-    }
-    for (uint32_t i = 0; i < a.vertexCount; ++i) {
-        for (uint32_t j = i + 1; j < a.vertexCount; ++j) {
-            const glm::dvec3 ea(a.transform * glm::dvec4(glm::dvec3(glm::normalize(a.vertices[i] - a.vertices[j])), 0.0));
-            for (uint32_t k = 0; k < b.vertexCount; ++k) {
-                for (uint32_t l = k + 1; l < b.vertexCount; ++l) {
-                    const glm::dvec3 eb(
-                        b.transform * glm::dvec4(glm::dvec3(glm::normalize(b.vertices[k] - b.vertices[l])), 0.0));
-                    const glm::dvec3 axis = glm::normalize(glm::cross(ea, eb));
-                    if (finite(axis) && !test(axis)) return {};
-                }
-            }
-        }
-    }
-    hit.normal = glm::sign(glm::dot(glm::normalize(cA - cB), bestAxis)) * bestAxis;
-    hit.depth = best;
-    return hit;  // the contact point is the same work in both forms and left out here
+    return game::physics::ReferenceConvexCollision(a, b);
 }
 
 template <Scene (*Make)(), bool Plain>
