@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "GoldenImage.h"
+#include "TestFiles.h"
 #include "VulkanTest.h"
 #include "game/Game.h"
 #include "game/GameSettings.h"
@@ -96,7 +97,9 @@ protected:
         return pixels;
     }
 
-    std::filesystem::path path = std::filesystem::temp_directory_path() / "zendola_panels_golden.ini";
+    // A folder of this test's own: ctest runs these cases in parallel processes.
+    testfiles::TempFolder folder{"zendola-panels"};
+    std::filesystem::path path = std::filesystem::path(folder.path) / "settings.ini";
     quorl::graphics::Window window;
     std::unique_ptr<game::GameSettings> settings;
     std::unique_ptr<PanelRenderer> renderer;
