@@ -7,6 +7,7 @@
 
 #include <imgui.h>
 
+#include "TestFiles.h"
 #include "game/Game.h"
 #include "game/GameSettings.h"
 #include "game/input/Controller.h"
@@ -84,7 +85,9 @@ protected:
         window.SetJoystick(0, pad);
     }
 
-    std::filesystem::path path = std::filesystem::temp_directory_path() / "zendola_controller_test.ini";
+    // A folder of this test's own: ctest runs the cases in parallel processes.
+    testfiles::TempFolder folder{"zendola-controller"};
+    std::filesystem::path path = std::filesystem::path(folder.path) / "settings.ini";
     std::unique_ptr<GameSettings> settings;
     Window window;
     Window::Joystick pad;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ScriptedUi.h"
+#include "TestFiles.h"
 #include "game/Game.h"
 #include "game/GraphicsPresets.h"
 #include "game/graphics/ui/HelpUi.h"
@@ -51,7 +52,9 @@ protected:
     }
     GameSettings Saved() { return GameSettings(path.string(), 0); }
 
-    std::filesystem::path path = std::filesystem::temp_directory_path() / "zendola_settings_ui_test.ini";
+    // A folder of this test's own: ctest runs the cases in parallel processes.
+    testfiles::TempFolder folder{"zendola-settings-ui"};
+    std::filesystem::path path = std::filesystem::path(folder.path) / "settings.ini";
     quorl::graphics::Window window;
     std::unique_ptr<GameSettings> settings;
     std::unique_ptr<SettingsUi> panel;
