@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "quorl/graphics/GlfwWindow.h"
 #include "quorl/graphics/Window.h"
 
 using namespace quorl::graphics;
@@ -88,17 +86,4 @@ TEST(GraphicsWindow, KeyAndMouseCallbacksByName) {
     w.SetMouseButton(1, RELEASE);
     EXPECT_EQ(seen, (std::vector<std::string>{"a65/2/1", "b", "a'", "b", "m1/1"}));
     EXPECT_EQ(w.GetMouseButton(1), RELEASE);
-}
-
-// Without a display the desktop window fails with an error, never a crash.
-TEST(GraphicsWindow, GlfwWindowFailsCleanlyOrWorks) {
-    try {
-        GlfwWindow w(320, 200, "Zendola test");
-        w.SetInputMode(CURSOR, CURSOR_DISABLED);
-        EXPECT_EQ(w.GetInputMode(CURSOR), CURSOR_DISABLED);
-        w.PollEvents();
-        EXPECT_FALSE(w.ShouldClose());
-    } catch (const std::runtime_error& e) {
-        EXPECT_NE(std::string(e.what()).find("GLFW"), std::string::npos) << e.what();
-    }
 }
