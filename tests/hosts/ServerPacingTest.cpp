@@ -43,28 +43,10 @@ TEST(ServerHostProgress, LineEveryIntervalWithTheRateOfThatInterval) {
               "tick 120 | 60.0 ticks/s | bodies 7 | resting 3 | entities 9 | physics 0.250 ms/tick");
     EXPECT_FALSE(meter.Due(12.5));  // the line started a new interval
     s.ticks = 150;
-    EXPECT_DOUBLE_EQ(meter.TicksPerSecond(13.0, 150), 30.0);
     EXPECT_NE(meter.Line(13.0, s).find("30.0 ticks/s"), std::string::npos);
-
-    host::ProgressMeter off(0.0);  // interval zero prints nothing
-    off.Start(0.0, 0);
-    EXPECT_FALSE(off.Due(1e9));
 }
 
-TEST(ServerHostStopSignal, SigintAndSigtermRaiseTheFlagWithoutEndingTheProcess) {
-    host::InstallStopHandlers();
-    for (int sig : {SIGINT, SIGTERM}) {
-        host::ClearStopRequest();
-        EXPECT_FALSE(host::StopRequested());
-        ASSERT_EQ(std::raise(sig), 0);
-        EXPECT_TRUE(host::StopRequested());
-        EXPECT_EQ(host::StopSignal(), sig);
-    }
-    host::ClearStopRequest();
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
-}
-
+// SIGTERM's flag and a clean stop are seen end to end in the server process tests.
 TEST(ServerHostStopSignal, ASecondSignalWhileStoppingEndsTheProcess) {
 #if defined(__SANITIZE_THREAD__)
     // ThreadSanitizer holds a raised signal back until its next safe point, so the handler has not
