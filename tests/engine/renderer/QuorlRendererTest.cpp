@@ -87,13 +87,7 @@ TEST_F(QuorlRendererTest, FrameRunsTheSeventeenCallbacksAroundOneCommandBufferAn
     EXPECT_NE(r.buffers[0], VkCommandBuffer(VK_NULL_HANDLE));
 
     // The sky, and the region the render hook cleared.
-    const std::vector<uint8_t> pixels = r.Output();
-    EXPECT_TRUE(MatchesGolden("frame_sky_clear_region", pixels, 64, 64));
-    // Inside the region red; above the horizon bluer than below it.
-    auto at = [&](int x, int y, int c) { return int(pixels[(size_t(y) * 64 + size_t(x)) * 4 + size_t(c)]); };
-    EXPECT_EQ(at(20, 20, 0), 255);
-    EXPECT_EQ(at(20, 20, 2), 0);
-    EXPECT_GT(at(60, 4, 2), at(60, 60, 2));
+    EXPECT_TRUE(MatchesGolden("frame_sky_clear_region", r.Output(), 64, 64));
 }
 
 TEST_F(QuorlRendererTest, RenderScaleDrawsSmallerAndTheOutputKeepsItsSize) {
