@@ -20,7 +20,7 @@ TEST(GraphicsWindow, HeadlessIgnoresBadModesAndKeys) {
 }
 
 // Slots hold what was set; a reader that kept a pointer into a slot's arrays reads the device's
-// new values, and zeros once it is gone, never freed memory.
+// new values (and zeros once it is gone: JoystickTest.DisappearingDevice), never freed memory.
 TEST(GraphicsWindow, JoysticksBySlotWithArraysThatStayInPlace) {
     Window w;
     int count = -1;
@@ -51,14 +51,9 @@ TEST(GraphicsWindow, JoysticksBySlotWithArraysThatStayInPlace) {
     EXPECT_EQ(count, 1);
     EXPECT_EQ(axes[0], 0.5f);
     EXPECT_EQ(axes[1], 0.0f);
-    const unsigned char* buttons = w.GetJoystickButtons(3, count);
     w.RemoveJoystick(3);
-    EXPECT_FALSE(w.JoystickPresent(3));
     EXPECT_FALSE(w.GetGamepadState(3, state));
     EXPECT_EQ(w.GetJoystickButtons(3, count), nullptr);
-    EXPECT_EQ(axes[0], 0.0f);
-    EXPECT_EQ(buttons[0], 0);
-    EXPECT_EQ(w.GetJoystickName(3), "");
 }
 
 TEST(GraphicsWindow, KeyAndMouseCallbacksByName) {
