@@ -44,6 +44,7 @@ TEST(AudioBank, ReadsEventsParametersAndGlobals) {
     ASSERT_EQ(b.events.size(), 2u);
     const Bank::Event& a = b.events[0];
     EXPECT_EQ(a.path, "event:/a b");
+    EXPECT_EQ(a.sound, "wind");  // its line is tab-indented and ends in CR LF
     EXPECT_EQ(a.bus, "bus:/env");
     EXPECT_TRUE(a.loop);
     ASSERT_EQ(a.parameters.size(), 1u);
