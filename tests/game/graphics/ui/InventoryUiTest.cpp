@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -12,7 +11,6 @@
 
 #include "GoldenImage.h"
 #include "VulkanTest.h"
-#include "engine/audio/WaveCapture.h"
 #include "game/Game.h"
 #include "game/ModuleTestFixture.h"
 #include "game/graphics/GameRenderer.h"
@@ -81,7 +79,6 @@ protected:
         InventoryUi::OnSplitItem = {};
         InventoryUi::OnDropItem = {};
         Game::userInventory.reset();
-        Game::audio = nullptr;
         ImGui::DestroyContext();
         std::lock_guard lock(InventoryUi::_inventoriesMutex);
         InventoryUi::_inventories.clear();
@@ -254,7 +251,6 @@ TEST_F(InventoryUiTest, HideDuringADragLeavesTheItem) {
 
 TEST_F(InventoryUiTest, SlotNamesCapacityAndSummaries) {
     EXPECT_EQ(a->GetSlot("x1"), nullptr);
-    EXPECT_EQ(a->GetSlot(""), nullptr);
     EXPECT_EQ(a->GetSlot("1x"), a->GetItem(1));
     EXPECT_EQ(a->GetSlot("99"), nullptr);
     EXPECT_THROW(a->SetCapacity(size_t(1) << 60), std::length_error);
@@ -270,37 +266,27 @@ TEST_F(InventoryUiTest, SlotNamesCapacityAndSummaries) {
     EXPECT_EQ(InventoryUi::FormatNumber(40), "40");
 }
 
-// The dial turns with the mouse from where it opened, calls back on each change with a tick, and
-// closes the frame after its owner stops asking.
-TEST_F(InventoryUiTest, RadialMenuFollowsTheMouseAndTicks) {
-    std::filesystem::path previous = std::filesystem::current_path();
-    std::filesystem::current_path(std::string(ZENDOLA_SOURCE_DIR) + "/data");
+// The dial turns with the mouse from where it opened, calls back on each change, and closes the
+// frame after its owner stops asking.
+TEST_F(InventoryUiTest, RadialMenuFollowsTheMouse) {
     int value = 0;
     std::vector<int> changes;
     auto dial = [&] {
         InventoryUi::Tool::ConfigureWithRadialMenu(&value, 0, 3, 100, [&](int v) { changes.push_back(v); });
     };
     auto run = [&](std::vector<ImVec2> path) {
-        return audio_test::Energy(audio_test::Record(0.3, [&](quorl::audio::Studio& s) {
-                                      Game::audio = &s;
-                                      EXPECT_TRUE(s.LoadBank("game/audio/banks/Master.bank"));
-                                      for (ImVec2 p : path) Frame(ImVec2(400, 300) + p, false, dial);
-                                      Game::audio = nullptr;
-                                      return std::unique_ptr<int>();  // the ticks keep themselves
-                                  }).samples);
+        for (ImVec2 p : path) Frame(ImVec2(400, 300) + p, false, dial);
     };
     // A third of the way out changes nothing; then right and down, then left and up.
-    const double still = run({{0, 0}, {20, 0}});
+    run({{0, 0}, {20, 0}});
     EXPECT_TRUE(changes.empty());
     EXPECT_TRUE(ImGui::IsPopupOpen("", kAnyPopup));
-    const double turned = run({{0, 0}, {60, 60}, {-60, 60}, {-60, -60}});
+    run({{0, 0}, {60, 60}, {-60, 60}, {-60, -60}});
     EXPECT_EQ(changes, (std::vector<int>{1, 2, 3}));
     EXPECT_EQ(value, 3);
-    EXPECT_LT(still, 0.01 * turned);
     Frame(kAway);
     Frame(kAway);
     EXPECT_FALSE(ImGui::IsPopupOpen("", kAnyPopup));
-    std::filesystem::current_path(previous);
 }
 
 using InventoryUiGolden = VulkanTestOf<ModuleTestBase>;

@@ -121,18 +121,6 @@ TEST_F(SettingsUiTest, EveryControlChangesItsFieldAndTheFileHasItInTheSameFrame)
     }
 }
 
-TEST_F(SettingsUiTest, ANamedPresetHidesTheCustomPart) {
-    settings->graphics_preset = 3;
-    Open();
-    ui->Click("Graphics##Settings");
-    EXPECT_TRUE(ui->Has("##Performance/Quality"));
-    EXPECT_FALSE(ui->Has("Automatic Final Render Upscale (clamp to 1440p)"));
-    settings->graphics_preset = 0;
-    ui->Frame();
-    EXPECT_TRUE(ui->Has("Automatic Final Render Upscale (clamp to 1440p)"));
-    EXPECT_FALSE(ui->Has("Higher value +FPS but +Fuzzy"));  // automatic: no slider
-}
-
 TEST_F(SettingsUiTest, BindingCellsClearAndCapture) {
     constexpr int KEY_G = 71, KEY_ESCAPE = 256, KEY_LEFT_SHIFT = 340, MOD_SHIFT = 1;
     Open();
