@@ -100,19 +100,6 @@ TEST_F(EnvironmentAudioTest, VotesAreSmoothedOverFrames) {
     e.UpdateData(nullptr);
 }
 
-// The wind's effect on the sound is checked in the recordings below.
-TEST_F(EnvironmentAudioTest, WindSpeedSetsTheEnvironmentVolume) {
-    Studio studio;
-    EnvironmentAudio e(&studio);
-    e.SetWindSpeed(12.0f, 0.9f);
-    EXPECT_EQ(e.GetVolume(), 0.5f);  // no settings: full environment volume, halved
-    game::GameSettings settings((audio_test::kCaptureFolder / "settings.ini").string(), 0);
-    settings.environment_volume = 0.6f;
-    Game::settings = &settings;
-    e.SetWindSpeed(3.0f, 1.0f);
-    EXPECT_FLOAT_EQ(e.GetVolume(), 0.3f);
-}
-
 // The written ambience: louder and brighter with wind speed, louder with density, silent in calm
 // air far from water.
 TEST_F(EnvironmentAudioTest, AmbienceRisesWithWindSpeedAndDensity) {

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "game/graphics/PlasmaTrail.h"
 #include "game/graphics/RendererTest.h"
 
@@ -45,12 +43,9 @@ TEST(PlasmaTrail, ShowsInFastGasOnly) {
 
 using PlasmaTrailGpu = RendererTest<>;
 
-TEST_F(PlasmaTrailGpu, RecordsReachTheGpuAndTheTextureIsMadeOnce) {
+// What the records hold reaches the pictures (SceneRendererTest, the client's glider).
+TEST_F(PlasmaTrailGpu, TheFlowTextureIsMadeOnce) {
     auto trail = RenderableInstance::Make<PlasmaTrail>();
-    uint64_t address = 0;
-    std::memcpy(&address, trail->renderableData->Data(), sizeof address);
-    EXPECT_EQ(address, trail->plasmaData->DeviceAddress());
-
     const size_t textures = renderer->TextureCount();
     EXPECT_FALSE(trail->Update({0, 10, 0}, 1.0f, Medium(1.0, 0.0)));
     EXPECT_FALSE(trail->texture) << "made at the first visible update only";
@@ -60,6 +55,4 @@ TEST_F(PlasmaTrailGpu, RecordsReachTheGpuAndTheTextureIsMadeOnce) {
     EXPECT_EQ(trail->texture, texture);
     EXPECT_EQ(renderer->TextureCount(), textures + 1);
     EXPECT_EQ(renderer->GetTexture((*trail->plasmaData)[0].texture), texture);
-    EXPECT_EQ(texture->Format(), VK_FORMAT_R32G32_SFLOAT);
-    EXPECT_FLOAT_EQ((*trail->plasmaData)[0].flowIntensity, 2400.0f);
 }

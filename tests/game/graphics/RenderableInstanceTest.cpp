@@ -31,26 +31,6 @@ protected:
 
 }  // namespace
 
-TEST_F(RenderableInstanceTest, MakeTakesTheFirstExpiredSlot) {
-    const size_t start = RenderableInstance::_sharedObjects.size();
-    auto a = RenderableInstance::Make<RenderableInstance>(0u, 0u);
-    auto b = RenderableInstance::Make<RenderableInstance>(0u, 0u);
-    auto c = RenderableInstance::Make<RenderableInstance>(0u, 0u);
-    const size_t size = RenderableInstance::_sharedObjects.size();
-    EXPECT_LE(size, start + 3);
-    auto slotOf = [](const std::shared_ptr<RenderableInstance>& p) {
-        const auto& list = RenderableInstance::_sharedObjects;
-        for (size_t i = 0; i < list.size(); ++i)
-            if (list[i].lock() == p) return i;
-        return list.size();
-    };
-    const size_t bSlot = slotOf(b);
-    b.reset();
-    auto d = RenderableInstance::Make<RenderableInstance>(0u, 0u);
-    EXPECT_EQ(slotOf(d), bSlot);
-    EXPECT_EQ(RenderableInstance::_sharedObjects.size(), size);  // the list never shrinks or grows here
-}
-
 TEST_F(RenderableInstanceTest, SettersWriteTheRecordsOfTheNamedGeometries) {
     auto instance = Painted();
     RenderableInstance::DataBuffer& data = *instance->renderableData;

@@ -26,7 +26,7 @@ double gNow = 0;  // seconds, the hold timers' clock
 double FakeNow() { return gNow; }
 
 constexpr int KEY_SPACE = 32, KEY_1 = 49, KEY_R = 82, KEY_W = 87, KEY_ESCAPE = 256, KEY_ENTER = 257, KEY_TAB = 258;
-constexpr int PAD_B = 1, PAD_START = 7, PAD_LEFT_THUMB = 9, PAD_RIGHT_THUMB = 10;
+constexpr int PAD_B = 1, PAD_START = 7, PAD_RIGHT_THUMB = 10;
 
 // How many of the 61 actions are set now.
 int ActiveActions() {
@@ -252,23 +252,6 @@ TEST_F(ControllerTest, GamepadLookAndVehicleLookToggle) {
     SetPadButton(PAD_RIGHT_THUMB, true);
     Frame(100);
     EXPECT_TRUE(Controller::vehicleGamepadLookMode);
-}
-
-TEST_F(ControllerTest, StickClickLatchesSprintUntilTheAvatarStops) {
-    ConnectPad();
-    SetPadButton(PAD_LEFT_THUMB, true);
-    Frame();
-    EXPECT_TRUE(Controller::GetAvatarSprint());
-    SetPadButton(PAD_LEFT_THUMB, false);
-    SetPadAxis(1, -0.8f);
-    Frame();
-    EXPECT_TRUE(Controller::GetAvatarSprint());
-    SetPadAxis(1, 0.0f);
-    Frame();
-    EXPECT_FALSE(Controller::GetAvatarSprint());
-    SetPadAxis(1, -0.8f);
-    Frame();
-    EXPECT_FALSE(Controller::GetAvatarSprint());
 }
 
 // _Hold(min, 0) fires once during a hold, after min ms and at least three held frames.

@@ -235,20 +235,6 @@ TEST_F(InventoryUiTest, RefusalLeavesThePictureUnchanged) {
     ExpectMirrors(b);
 }
 
-TEST_F(InventoryUiTest, HideDuringADragLeavesTheItem) {
-    const ImVec2 from = Slot(a, 0);
-    Frame(from);
-    Frame(from, true);
-    Frame(from + ImVec2(40, 40), true);
-    ASSERT_EQ(InventoryUi::GetDraggedItem(), a->GetItem(0));
-    a->Hide();
-    Frame(kAway, true);
-    Frame(kAway);
-    EXPECT_EQ(InventoryUi::GetDraggedItem(), nullptr);
-    EXPECT_TRUE(calls.empty());
-    ExpectMirrors(a);
-}
-
 TEST_F(InventoryUiTest, SlotNamesCapacityAndSummaries) {
     EXPECT_EQ(a->GetSlot("x1"), nullptr);
     EXPECT_EQ(a->GetSlot("1x"), a->GetItem(1));
