@@ -143,7 +143,8 @@ TEST_F(GameSettingsTest, InstanceSharesOneObjectPerPath) {
     EXPECT_EQ(c->fov, 60.0f) << "a new object reads the file again";
 }
 
-TEST_F(GameSettingsTest, PresetsTable) {
+// A preset's values are applied through the settings panel in SettingsUiTest.
+TEST_F(GameSettingsTest, CustomAndUnknownPresetsTouchNothing) {
     GameSettings s(path, 0);
     for (int untouched : {-1, 7, 0}) {
         s.graphics_preset = untouched;
@@ -153,10 +154,6 @@ TEST_F(GameSettingsTest, PresetsTable) {
         EXPECT_EQ(s.upscaling_quality_setting, 9);
         EXPECT_EQ(s.final_upscale, 9.0f);
     }
-    s.graphics_preset = 2;
-    ASSERT_TRUE(game::ApplyGraphicsPreset(s));
-    EXPECT_EQ(s.upscaling_quality_setting, 1);
-    EXPECT_EQ(s.final_upscale, 1.5f);
 }
 
 TEST_F(GameSettingsTest, EditOnDiskUpdatesLiveObject) {

@@ -86,9 +86,8 @@ TEST(ScreenUpdate, OnlyAChangedFrameCountsAndWithoutCompressionOnlyThePreviousFr
     EXPECT_EQ(s.previousPixels, s.pixels);
     const auto changed = s.LastChangeTime();
     ASSERT_TRUE(changed.has_value());
-    const double beforeMs =
-        double(std::chrono::duration_cast<std::chrono::nanoseconds>(before.time_since_epoch()).count()) / 1e6;
-    EXPECT_GE(*changed, beforeMs - 1.0);
+    using Ms = std::chrono::duration<double, std::milli>;
+    EXPECT_GE(*changed, Ms(before.time_since_epoch()).count() - 1.0);
 
     // The program redraws the same picture: no change, no task, and the change time stays.
     s.Blank(kBlack);
@@ -185,9 +184,6 @@ TEST(ScreenCompress, FramesRoundTripAtEveryLevel) {
         receiver.Decompress();
         EXPECT_EQ(receiver.pixels, typical.pixels) << level;
     }
-    QuorlScreen black(1024, 768, 0);
-    black.Compress();
-    EXPECT_LT(black._compressedBuffer.size(), 8192u);
 }
 
 TEST(ScreenCompress, BufferIsOnePlainZlibStreamOfLittleEndianPixels) {
@@ -214,38 +210,6 @@ TEST(ScreenCompress, EmptyBufferGivesBackgroundOrZeros) {
     QuorlScreen::Decompress({}, out.data(), out.size());
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "QuorlScreen::Decompress: compressedData is empty\n");
     EXPECT_EQ(out, std::vector<unsigned char>(5, 0));
-}
-
-TEST(ScreenCompress, InflateReportsWhatIsLeftOfABadStream) {
-    QuorlScreen s(4, 4, 0);
-    DrawTypicalFrame(s, 1);
-    s.Compress();
-    const auto& z = s._compressedBuffer;
-    std::vector<unsigned char> out(64);
-
-    auto r = QuorlScreen::Inflate(z.data(), z.size(), out.data(), out.size());
-    EXPECT_EQ(r.ret, Z_STREAM_END);
-    EXPECT_EQ(r.avail_in, 0u);
-    EXPECT_EQ(r.avail_out, 0u);
-
-    r = QuorlScreen::Inflate(z.data(), z.size() - 6, out.data(), out.size());  // truncated
-    EXPECT_EQ(r.avail_in, 0u);
-    EXPECT_GT(r.avail_out, 0u);
-
-    std::vector<unsigned char> bigger(128);
-    r = QuorlScreen::Inflate(z.data(), z.size(), bigger.data(), bigger.size());  // frame too small
-    EXPECT_EQ(r.avail_out, 64u);
-
-    std::vector<unsigned char> smaller(16, 0x5A);
-    r = QuorlScreen::Inflate(z.data(), z.size(), smaller.data(), 8);  // frame too large
-    EXPECT_GT(r.avail_in, 0u);
-    EXPECT_EQ(smaller[8], 0x5A) << "nothing written past the given size";
-
-    std::vector<unsigned char> corrupt = z;
-    corrupt[0] ^= 0xFF;
-    r = QuorlScreen::Inflate(corrupt.data(), corrupt.size(), out.data(), out.size());
-    EXPECT_EQ(r.ret, Z_DATA_ERROR);
-    EXPECT_GT(r.avail_in, 0u);
 }
 
 TEST(ScreenCompressDeathTest, StreamOfAnotherSizeOrFrameThatDoesNotCompressEndsTheProcess) {
@@ -286,6 +250,7 @@ TEST(ScreenThreads, ManyScreensUpdateAtOnce) {
             std::this_thread::yield();
         }
     });
+
     std::vector<std::thread> owners;
     std::atomic<int> changes{0};
     for (int t = 0; t < kThreads; ++t) {
