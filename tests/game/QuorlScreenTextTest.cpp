@@ -139,9 +139,6 @@ TEST(ScreenText, TranslucentColourBlendsAndColourZeroWritesNothing) {
     QuorlScreen t(8, 8, kBlack);
     t.Write(0, 0, 0, "text");  // colour 0 writes nothing
     EXPECT_FALSE(t.IsDirty());
-    t.WriteLine(0, 0, kWhite, "");  // empty text only marks the frame
-    EXPECT_TRUE(t.IsDirty());
-    EXPECT_TRUE(InkOf(t).empty());
 }
 
 TEST(ScreenText, LinesAreCutAtMostTo1024Bytes) {
