@@ -177,22 +177,10 @@ TEST(ScreenDrawTriangle, DegenerateAndHugeTriangles) {
     EXPECT_EQ(Picture(far, kLegend), (Rows{"RRRRR", ".RRRR", "..RRR", "...RR"}));
 }
 
-TEST(ScreenDrawCircle, RingAndFill) {
-    auto s = Screen(7, 7);
-    s.DrawCircle(3, 3, 3, kRed, kGreen);  // d < 9 drawn; d >= 4 is ring
-    EXPECT_EQ(Picture(s, kLegend),
-              (Rows{".......", ".RRRRR.", ".RGGGR.", ".RGGGR.", ".RGGGR.", ".RRRRR.", "......."}));
-    auto ring = Screen(5, 5);
-    ring.DrawCircle(2, 2, 2, kRed, 0);
-    EXPECT_EQ(Picture(ring, kLegend), (Rows{".....", ".RRR.", ".R.R.", ".RRR.", "....."}));
-    auto disc = Screen(5, 5);
-    disc.DrawCircle(2, 2, 2, 0, kBlue);
-    EXPECT_EQ(Picture(disc, kLegend), (Rows{".....", ".BBB.", ".BBB.", ".BBB.", "....."}));
-}
-
+// A filled disc without a ring is drawn in the monitor picture (SceneRendererTest).
 TEST(ScreenDrawCircle, ClipsAtTheCornersAndIgnoresHugeOrNegativeRadius) {
     auto s = Screen(4, 4);
-    s.DrawCircle(0, 0, 3, kRed, kGreen);
+    s.DrawCircle(0, 0, 3, kRed, kGreen);  // d < 9 drawn; d >= 4 is ring
     s.DrawCircle(4, 4, 2, kBlue, 0);
     EXPECT_EQ(Picture(s, kLegend), (Rows{"GGR.", "GGR.", "RRR.", "...B"}));
     auto empty = Screen(3, 3);
