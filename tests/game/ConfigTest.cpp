@@ -61,16 +61,11 @@ TEST(Config, AMissOnAContainerReturnsTheContainerItself) {
     // So a chain through a missing key goes on looking in the root.
     EXPECT_EQ(config["nope"]["a"].AsInt(), 1);
     EXPECT_EQ(config["b"]["nope"].Key(), "b");
-    // An index past the end of a sequence gives the sequence.
-    Config::Node list = config["list"];
-    EXPECT_EQ(list[1].AsString(), "y");
-    EXPECT_EQ(list[5].Id(), list.Id());
-    EXPECT_TRUE(list[5].IsArray());
-    // The wrong kind of lookup is invalid, and so is all below it.
-    EXPECT_FALSE(config[3]);
-    EXPECT_FALSE(list["x"]);
+    // An index past the end of a sequence gives the sequence; the wrong kind of lookup is invalid,
+    // and so is all below it (both also checked on every node of the fuzz corpus).
+    EXPECT_EQ(config["list"][5].Id(), config["list"].Id());
     EXPECT_FALSE(config["a"]["x"]);
-    EXPECT_FALSE(list["x"][0]["y"]);
+    EXPECT_FALSE(config["list"]["x"][0]["y"]);
 
     Parse(config, "- a\n- b\n");
     EXPECT_FALSE(config["a"]);
@@ -162,32 +157,17 @@ TEST(Config, ClassifiersNeedTheWholeScalarToBeOneNumber) {
     EXPECT_FALSE(list.IsString() || list.IsNumeric());
 }
 
-TEST(Config, TextKeysEqualityIndexSizeAndIteration) {
+// Iteration both ways, positions, sizes and equality with the value's text are checked on every
+// node of the fuzz corpus (fuzz/config.cpp); here, that scalars outlive the caller's text.
+TEST(Config, ScalarsAreCopiedAndCompareWhole) {
     Config config;
     std::string text = "first: one\nsecond: two\n";
     config.Parse(text.data());
     // The scalars live in the document: the caller's buffer may change afterwards.
     std::memset(text.data(), 'x', text.size());
-    EXPECT_EQ(config["second"].Size(), 3u);  // the whole document's count
-    Config::Node root = config["nope"], second = config["second"];
-    EXPECT_EQ(Members(root), (std::vector<std::string>{"first=one", "second=two"}));
-    EXPECT_EQ(config["first"].Index(), 0u);
-    EXPECT_EQ(second.Index(), 1u);
+    EXPECT_EQ(Members(config["nope"]), (std::vector<std::string>{"first=one", "second=two"}));
+    Config::Node second = config["second"];
     EXPECT_TRUE(second == "two" && second != "tw" && second != std::string("two2"));
-    // A map has no value: it equals the empty text.
-    EXPECT_TRUE(root == "");
-    // Stepping both ways among siblings; off either end is the end.
-    auto it = root.begin();
-    ++it;
-    EXPECT_EQ((*it).Key(), "second");
-    --it;
-    EXPECT_EQ((*it).Key(), "first");
-    --it;
-    EXPECT_TRUE(it == root.end());
-    Config::Iterator none = Config::Node().begin();
-    ++none;
-    EXPECT_TRUE(none == Config::Node().end());
-    EXPECT_TRUE(second.begin() == second.end());
 }
 
 TEST(Config, BlockAndFlowFormsCommentsAndQuotes) {
@@ -246,8 +226,6 @@ TEST(Config, AliasesCopyTheAnchoredNode) {
     EXPECT_EQ(config["again"].AsString(), "box");
     EXPECT_EQ(config["key"].AsString(), "keyed");
     EXPECT_EQ(Members(config["nope"]).back(), "key=by alias");
-    // root, 6 members, 2 x (mass, size and its 2 items)
-    EXPECT_EQ(config["nope"].Size(), 1u + 6u + 2u * 4u);
 }
 
 TEST(Config, MergeKeysBringInMembersTheMapDoesNotWrite) {
@@ -277,7 +255,6 @@ TEST(Config, SeveralDocumentsReadAsASequenceOfThem) {
     EXPECT_EQ(Members(config[5]), (std::vector<std::string>{"", "", "plain"}));
     EXPECT_EQ(config[0]["a"].AsInt(), 1);
     EXPECT_EQ(config[1][0].AsString(), "b");
-    EXPECT_EQ(config[0].Size(), 6u);
     // Anchors don't reach into the next document.
     std::string text = "a: &x 1\n---\n- *x\n";
     EXPECT_THROW(config.Parse(text.data()), YAML::Exception);
