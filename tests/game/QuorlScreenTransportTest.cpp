@@ -86,9 +86,8 @@ TEST(ScreenUpdate, OnlyAChangedFrameCountsAndWithoutCompressionOnlyThePreviousFr
     EXPECT_EQ(s.previousPixels, s.pixels);
     const auto changed = s.LastChangeTime();
     ASSERT_TRUE(changed.has_value());
-    const double beforeMs =
-        double(std::chrono::duration_cast<std::chrono::nanoseconds>(before.time_since_epoch()).count()) / 1e6;
-    EXPECT_GE(*changed, beforeMs - 1.0);
+    using Ms = std::chrono::duration<double, std::milli>;
+    EXPECT_GE(*changed, Ms(before.time_since_epoch()).count() - 1.0);
 
     // The program redraws the same picture: no change, no task, and the change time stays.
     s.Blank(kBlack);
@@ -185,9 +184,6 @@ TEST(ScreenCompress, FramesRoundTripAtEveryLevel) {
         receiver.Decompress();
         EXPECT_EQ(receiver.pixels, typical.pixels) << level;
     }
-    QuorlScreen black(1024, 768, 0);
-    black.Compress();
-    EXPECT_LT(black._compressedBuffer.size(), 8192u);
 }
 
 TEST(ScreenCompress, BufferIsOnePlainZlibStreamOfLittleEndianPixels) {
@@ -216,38 +212,6 @@ TEST(ScreenCompress, EmptyBufferGivesBackgroundOrZeros) {
     EXPECT_EQ(out, std::vector<unsigned char>(5, 0));
 }
 
-TEST(ScreenCompress, InflateReportsWhatIsLeftOfABadStream) {
-    QuorlScreen s(4, 4, 0);
-    DrawTypicalFrame(s, 1);
-    s.Compress();
-    const auto& z = s._compressedBuffer;
-    std::vector<unsigned char> out(64);
-
-    auto r = QuorlScreen::Inflate(z.data(), z.size(), out.data(), out.size());
-    EXPECT_EQ(r.ret, Z_STREAM_END);
-    EXPECT_EQ(r.avail_in, 0u);
-    EXPECT_EQ(r.avail_out, 0u);
-
-    r = QuorlScreen::Inflate(z.data(), z.size() - 6, out.data(), out.size());  // truncated
-    EXPECT_EQ(r.avail_in, 0u);
-    EXPECT_GT(r.avail_out, 0u);
-
-    std::vector<unsigned char> bigger(128);
-    r = QuorlScreen::Inflate(z.data(), z.size(), bigger.data(), bigger.size());  // frame too small
-    EXPECT_EQ(r.avail_out, 64u);
-
-    std::vector<unsigned char> smaller(16, 0x5A);
-    r = QuorlScreen::Inflate(z.data(), z.size(), smaller.data(), 8);  // frame too large
-    EXPECT_GT(r.avail_in, 0u);
-    EXPECT_EQ(smaller[8], 0x5A) << "nothing written past the given size";
-
-    std::vector<unsigned char> corrupt = z;
-    corrupt[0] ^= 0xFF;
-    r = QuorlScreen::Inflate(corrupt.data(), corrupt.size(), out.data(), out.size());
-    EXPECT_EQ(r.ret, Z_DATA_ERROR);
-    EXPECT_GT(r.avail_in, 0u);
-}
-
 TEST(ScreenCompressDeathTest, StreamOfAnotherSizeOrFrameThatDoesNotCompressEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     QuorlScreen small(2, 2, 0);
@@ -272,48 +236,37 @@ TEST(ScreenCompressDeathTest, StreamOfAnotherSizeOrFrameThatDoesNotCompressEndsT
     EXPECT_DEATH(s.Compress(), "ASSERTION FAILED: \\(ret == Z_STREAM_END\\) in src/game/QuorlScreen\\.cpp");
 }
 
+// Owners on four threads draw into their screens through the shared pool while another thread
+// reads the change times; a screen destroyed right after posting its task waits for it.
 TEST(ScreenThreads, ManyScreensUpdateAtOnce) {
-    constexpr int kThreads = 4, kScreensPerThread = 4, kFrames = 12;
-    std::atomic<bool> done{false};
+    constexpr int kThreads = 4, kFrames = 12;
     std::vector<std::unique_ptr<QuorlScreen>> screens;
-    for (int i = 0; i < kThreads * kScreensPerThread; ++i)
-        screens.push_back(std::make_unique<QuorlScreen>(96 + i, 64, kBlack));
-
-    // Another thread asks for the change times while frames are in progress.
+    for (int i = 0; i < kThreads; ++i) screens.push_back(std::make_unique<QuorlScreen>(96 + i, 64, kBlack));
+    std::atomic<bool> done{false};
     std::thread watcher([&] {
         while (!done) {
             for (auto& s : screens) (void)s->LastChangeTime();
             std::this_thread::yield();
         }
     });
-    std::vector<std::thread> owners;
     std::atomic<int> changes{0};
-    for (int t = 0; t < kThreads; ++t) {
-        owners.emplace_back([&, t] {
+    std::vector<std::thread> owners;
+    for (auto& screen : screens) {
+        owners.emplace_back([&changes, &s = *screen] {
             for (int frame = 0; frame < kFrames; ++frame) {
-                for (int k = 0; k < kScreensPerThread; ++k) {
-                    QuorlScreen& s = *screens[size_t(t * kScreensPerThread + k)];
-                    s.WaitForCompression();  // the pool reads pixels until then
-                    DrawTypicalFrame(s, frame);
-                    if (s.Update(true)) ++changes;
-                }
+                s.WaitForCompression();  // the pool reads pixels until then
+                DrawTypicalFrame(s, frame);
+                if (s.Update(true)) ++changes;
             }
-            for (int k = 0; k < kScreensPerThread; ++k) screens[size_t(t * kScreensPerThread + k)]->WaitForCompression();
+            s.WaitForCompression();
+            EXPECT_EQ(Restored(s), s.pixels);
+            s.DrawPoint(0, 0, 0xFF123456);
+            s.Update(true);
         });
     }
     for (auto& o : owners) o.join();
     done = true;
     watcher.join();
-
-    EXPECT_EQ(changes.load(), kThreads * kScreensPerThread * kFrames);
-    for (auto& s : screens) {
-        EXPECT_EQ(s->previousPixels, s->pixels);
-        EXPECT_EQ(Restored(*s), s->pixels);
-    }
-    // A screen destroyed right after posting its task waits for it.
-    for (auto& s : screens) {
-        s->DrawPoint(0, 0, 0xFF123456);
-        s->Update(true);
-        s.reset();
-    }
+    EXPECT_EQ(changes.load(), kThreads * kFrames);
+    screens.clear();
 }
