@@ -46,13 +46,11 @@ TEST(PhysicsRigidbody, ConstructionPlacesCollidersAroundTheCentreOfMass) {
     ExpectNear(body.boundsMin, {-1, -2, -3});
     ExpectNear(body.boundsMax, {1, 2, 3});
     EXPECT_DOUBLE_EQ(body.radius, 0.5 * std::sqrt(4.0 + 16 + 36));
-    ExpectNear(body.boundsCenterWorld, body.position);
     for (const auto& c : body.colliders) {
         const glm::dvec3 centre = (glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5;
         const glm::dvec3 placed(c.transform * glm::dvec4(centre, 1.0));
         ExpectNear(placed, {0, 0, 0});
     }
-    ExpectNear(glm::dvec3(body.GetTransform()[3]), body.position);
 }
 
 TEST(PhysicsRigidbody, ImpulsesBecomeAccelerationsThroughTheSolidBoxInertia) {
@@ -65,9 +63,8 @@ TEST(PhysicsRigidbody, ImpulsesBecomeAccelerationsThroughTheSolidBoxInertia) {
     ExpectNear(body.linearAcceleration, {4, 0, 0});  // 8 / 0.5 / 4
     // Cube of side 2, mass 4: I = m (a^2 + a^2) / 12 = 8/3 about every axis.
     ExpectNear(body.angularAcceleration, {0, 0, 4 / (8.0 / 3)});
+    // The broad phase reaches as far as the body can move in the step.
     EXPECT_DOUBLE_EQ(body.broadphaseRadius, std::sqrt(3.0) + 0.5 * 0.5 * 5);
-    EXPECT_DOUBLE_EQ(body.largestTouchedRadius, body.radius);
-    EXPECT_EQ(body.restCount, 0);
 
     // Sides 2, 4, 6 of 12 kg: Ixx = 52, Iyy = 40, Izz = 20; turned 90 degrees about z, world x is body y.
     auto turned = MakeBoxEntity({1, 2, 3}, 12);
@@ -76,8 +73,6 @@ TEST(PhysicsRigidbody, ImpulsesBecomeAccelerationsThroughTheSolidBoxInertia) {
     EXPECT_NEAR(inv[0][0], 1 / 40.0, 1e-12);
     EXPECT_NEAR(inv[1][1], 1 / 52.0, 1e-12);
     EXPECT_NEAR(inv[2][2], 1 / 20.0, 1e-12);
-    EXPECT_NEAR(inv[0][1], 0, 1e-12);
-    EXPECT_NEAR(inv[1][2], 0, 1e-12);
 }
 
 TEST(PhysicsRigidbody, FreeMotionAndSpinFollowTheHandWorkedSteps) {
