@@ -88,20 +88,6 @@ TEST(EnvironmentBuoyancy, RaftFloatsAtTheDepthItsDensityGives) {
     }
 }
 
-TEST(EnvironmentBuoyancy, DenserBoxSinksAndRestsOnTheBottom) {
-    game::physics::SeedEnvironmentRandom(3);
-    Scene scene;
-    scene.world.liquidSurface = 10;
-    scene.world.groundHeight = -5;
-    scene.entity = MakeBoxEntity({0.5, 0.5, 0.5}, 1500);
-    for (int frame = 0; frame < 60; ++frame) scene.Frame();
-    EXPECT_LT(scene.entity->velocity.z, -1.0);
-    EXPECT_GT(scene.entity->velocity.z, -9.81 / 3.0);
-    for (int frame = 0; frame < 600; ++frame) scene.Frame();
-    EXPECT_NEAR(scene.entity->position.z, -4.5, 0.01);
-    EXPECT_GT(scene.entity->restTime, 1.0);
-}
-
 // A box dropped 10 cm comes to rest within half a second, level, where it fell; a sphere touches
 // straight under its centre; a container (fill below 0.95) stands on its children, two legs
 // reaching 0.5 m below the centre in a box reaching 1 m below it.

@@ -2,11 +2,8 @@
 // ticks through Game::ServerUpdate.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
-#include <mutex>
 #include <random>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -217,24 +214,6 @@ TEST_F(PhysicsStep, FastBodyOutsideAnEnvironmentTakesOneWholeStepWithoutEnvironm
     const glm::dvec3 at = body->position;
     ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
     EXPECT_EQ(body->position, at);
-}
-
-TEST_F(PhysicsStep, EnvironmentWithoutFunctionThrowsAndReleasesTheLock) {
-    auto box = Spawn("cube", {0, 5, 0});
-    box->relativeEnvironmentId = 7;
-    try {
-        ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-        FAIL() << "no exception";
-    } catch (const std::out_of_range& e) {
-        EXPECT_STREQ(e.what(), "unordered_map::at");
-    }
-    std::unique_lock lock(ServerSideEntity::_sharedObjectsMutex, std::try_to_lock);
-    EXPECT_TRUE(lock.owns_lock());
-    lock.unlock();
-    // The step is whole again once the environment is known.
-    box->relativeEnvironmentId = kEnv;
-    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    EXPECT_LT(box->position.y, 5.0);
 }
 
 TEST_F(PhysicsStep, BodyKindsAndEdgeCases) {
