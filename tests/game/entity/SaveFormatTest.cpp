@@ -6,6 +6,7 @@
 #include <random>
 #include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 #include "EntityTestWorld.h"
 #include "quorl/filesystem/BinaryFileStream.h"
