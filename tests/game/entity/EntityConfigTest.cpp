@@ -1,17 +1,11 @@
 // Model files: Blender axes, sections and keys, the node tree, collider shapes, and bad input.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <cmath>
 #include <filesystem>
-#include <functional>
-#include <thread>
 
 #include <glm/gtc/matrix_transform.hpp>
 
 #include "TestFiles.h"
-#include "game/entity/BaseEntity.h"
 #include "game/entity/EntityConfig.h"
 
 using game::entity::ConvexMeshCollider;
@@ -265,38 +259,4 @@ TEST(EntityConfigSamples, ModelFilesInDataLoad) {
                 EXPECT_NEAR(glm::length(shape.faceNormals[i]), 1.0f, 1e-6f) << name << " " << node;
         }
     }
-}
-
-// Each model is read once, under its own lock: the first read of one model does not hold up
-// another's (here a read that waits for a second model to be read on another thread).
-TEST(EntityConfigReadOnce, ModelsAreReadOnceAndIndependently) {
-    struct Counted : EntityConfig {
-        using EntityConfig::EntityConfig;
-        std::function<void()> during;
-        int reads = 0;
-        void ReadConfig() override {
-            ++reads;
-            if (during) during();
-        }
-    };
-    auto first = std::make_shared<Counted>("/nonexistent/first.txt");
-    auto second = std::make_shared<Counted>("/nonexistent/second.txt");
-    std::atomic<bool> secondRead{false};
-    bool seenDuringFirst = false;
-    std::thread other;
-    first->during = [&] {
-        other = std::thread([&] {
-            game::entity::BaseEntity::ReadConfigOnce(second);
-            secondRead = true;
-        });
-        for (int i = 0; i < 500 && !secondRead; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        seenDuringFirst = secondRead;
-    };
-    game::entity::BaseEntity::ReadConfigOnce(first);
-    other.join();
-    EXPECT_TRUE(seenDuringFirst);
-    game::entity::BaseEntity::ReadConfigOnce(first);
-    game::entity::BaseEntity::ReadConfigOnce(second);
-    EXPECT_EQ(first->reads, 1);
-    EXPECT_EQ(second->reads, 1);
 }

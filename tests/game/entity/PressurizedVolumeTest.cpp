@@ -282,16 +282,6 @@ TEST(PressurizedVolumeEnvironment, EdgeCases) {
     EXPECT_FALSE(empty->composition.count("Ar"));
 }
 
-TEST(PressurizedVolumeRegistry, CreateGetDestroy) {
-    auto made = PressurizedVolume::Create();
-    EXPECT_EQ(std::string(made->id).substr(0, 4), "PVOL");
-    EXPECT_EQ(PressurizedVolume::Get(made->id), made);
-    EXPECT_THROW(PressurizedVolume::Create(made->id), std::runtime_error);
-    EXPECT_TRUE(PressurizedVolume::Destroy(made->id));
-    EXPECT_FALSE(PressurizedVolume::Destroy(made->id));
-    EXPECT_EQ(PressurizedVolume::Get(made->id), nullptr);
-}
-
 namespace {
 
 // An entity kind whose volume is a ball around a centre.
