@@ -197,25 +197,6 @@ TEST_F(PhysicsStep, InertiaTensorOfAnEntityIsItsBoxTurned) {
                  "ASSERTION FAILED: \\(box_size.y > 0.0\\) in src/game/entity/ServerSideEntity.cpp:238");
 }
 
-TEST_F(PhysicsStep, FastBodyOutsideAnEnvironmentTakesOneWholeStepWithoutEnvironment) {
-    auto body = Spawn("cube", {0, 0, 0});
-    body->relativeEnvironmentId = 0;
-    body->parentEnvironmentId = physics_test::StepWorld::kEnv;
-    body->velocity = {3000, 0, 0};
-    body->externalAcceleration = {0, 6, 0};
-    world.queries.clear();
-    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    EXPECT_TRUE(world.queries.empty());
-    EXPECT_DOUBLE_EQ(body->position.x, 3000 * kDt);
-    EXPECT_DOUBLE_EQ(body->position.y, 0.5 * 6 * kDt * kDt);
-    EXPECT_DOUBLE_EQ(body->velocity.y, 6 * kDt);
-    // A resting one outside an environment has no body at all.
-    body->restTime = 1.0;
-    const glm::dvec3 at = body->position;
-    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    EXPECT_EQ(body->position, at);
-}
-
 TEST_F(PhysicsStep, BodyKindsAndEdgeCases) {
     auto resting = Spawn("cube", {5, 0.5, 0});
     resting->restTime = 1.0;
