@@ -12,7 +12,6 @@
 
 #include "PhysicsStepReference.h"
 #include "StepWorld.h"
-#include "../../../modules/demo/Planet.h"
 
 namespace physics_step_test {
 namespace {
@@ -46,42 +45,6 @@ struct State {
     }
     bool operator==(const State&) const = default;
 };
-
-TEST_F(PhysicsStep, BoxDroppedOnSlabSettlesWithoutBouncingAndRests) {
-    Slab();
-    auto box = Spawn("cube", {0.3, 2.0, -0.2});
-    double lowest = 10;
-    bool landed = false;
-    int restedAt = -1;
-    for (int frame = 0; frame < 900 && restedAt < 0; ++frame) {
-        Tick();
-        const double y = box->GetPositionAtCenterOfMass().y;
-        if (landed) {
-            EXPECT_LT(y, lowest + 0.02) << "bounced at frame " << frame;
-        }
-        lowest = std::min(lowest, y);
-        if (y < 0.6) landed = true;
-        if (box->restTime >= 1.0) restedAt = frame;
-    }
-    ASSERT_GE(restedAt, 0) << "the box never came to rest";
-    EXPECT_NEAR(box->GetPositionAtCenterOfMass().y, 0.5, 0.02);
-}
-
-// On the demo planet a box joins a raised slab and stays on it: the slab's frame gets gravity too.
-TEST_F(PhysicsStep, BoxJoinsARaisedSlabAndStaysOnItOnThePlanet) {
-    Game::_environmentFunctions[kEnv] = demo::Planet().Function();
-    auto slab = Spawn("slab", {0, 0.5, 0}, false);
-    auto box = Spawn("cube", {0.3, 2.5, -0.2});
-    box->interactsWithEnvironment = true;
-    for (auto& [name, collider] : box->colliders) collider.displacement = 1.0;
-    for (int frame = 0; frame < 600; ++frame) {
-        Tick();
-        if (frame >= 300) {
-            ASSERT_EQ(box->parentEntity, slab->id) << "frame " << frame;
-            ASSERT_NEAR(box->position.y, 0.5, 0.02) << "frame " << frame;  // the slab's top, in its frame
-        }
-    }
-}
 
 // One pass over a flat contact gives the rest test the corners of the touching faces, not one
 // corner, and stops the box turning about the axes of the face (it keeps turning about the
