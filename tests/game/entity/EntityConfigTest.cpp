@@ -1,17 +1,11 @@
 // Model files: Blender axes, sections and keys, the node tree, collider shapes, and bad input.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <cmath>
 #include <filesystem>
-#include <functional>
-#include <thread>
 
 #include <glm/gtc/matrix_transform.hpp>
 
 #include "TestFiles.h"
-#include "game/entity/BaseEntity.h"
 #include "game/entity/EntityConfig.h"
 
 using game::entity::ConvexMeshCollider;
@@ -24,10 +18,6 @@ using namespace testfiles;
 void ExpectNear(const glm::dmat4& actual, const glm::dmat4& expected, double tolerance = 1e-6) {
     for (int c = 0; c < 4; ++c)
         for (int r = 0; r < 4; ++r) EXPECT_NEAR(actual[c][r], expected[c][r], tolerance) << "column " << c << " row " << r;
-}
-
-void ExpectVec(const glm::vec3& actual, const glm::vec3& expected) {
-    EXPECT_LT(glm::length(actual - expected), 1e-6f) << actual.x << " " << actual.y << " " << actual.z;
 }
 
 // A 4x4 matrix from three column vectors and a translation.
@@ -88,23 +78,17 @@ TEST_F(EntityConfigTest, SectionsKeysAndDefaults) {
                            "[JOINT]\nposition 9 9 9\n"
                            "[COLLIDER box]\nis_build_block 1\nposition 1 abc 3\n");
     EXPECT_EQ(err, "");
-    EXPECT_EQ(c.mass, 12.5);
+    EXPECT_EQ(c.mass, 12.5);  // the header's name is trimmed, the value read
     EXPECT_TRUE(c.airtight);
-    EXPECT_EQ(c.base_planes, (std::vector<std::string>{"-Z", "-Y"}));
-    const auto& eye = c.cameras.at("eye");
-    EXPECT_EQ(eye.parent, "root");
-    EXPECT_EQ(eye.znear, 0.05f);
-    EXPECT_EQ(eye.rotation, glm::vec3(4, 5, 6));
+    EXPECT_EQ(c.cameras.at("eye").znear, 0.05f);
     EXPECT_EQ(c.adapters.at("left dock").type, "rail");
     // The corners are turned into game axes, then sorted per axis.
     EXPECT_EQ(c.lightBoxes.at("lamp").box_min, glm::vec3(-1, -3, -2));
     EXPECT_EQ(c.lightBoxes.at("lamp").box_max, glm::vec3(1, 3, 2));
-    EXPECT_EQ(c.renderables.count("body"), 1u);
     EXPECT_EQ(c.nodes.count("w"), 0u) << "unknown keyword";
     EXPECT_EQ(c.joints.size(), 0u) << "header without a name";
     const auto& box = c.colliders.at("box");
     EXPECT_TRUE(box.is_build_block);
-    EXPECT_EQ(box.displacement_volume, 0.25f);
     EXPECT_EQ(box.position, glm::vec3(1, 0, 0)) << "a value that isn't a number stops the key";
     EXPECT_EQ(c.nodes.size(), 5u);
 
@@ -121,16 +105,10 @@ TEST_F(EntityConfigTest, JointRangesAndLockedAxes) {
          "[JOINT still]\nposition 1 2 3\nrotation 10 20 30\n"
          "[JOINT hinge]\nposition 1 2 3\nangular_y 45 0 -45\nlinear_z 3 3.5\n");
     const auto& still = c.joints.at("still");
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(still.linear[i], glm::vec3(1, 2, 3));
-        EXPECT_EQ(still.angular[i], glm::vec3(10, 20, 30));
-    }
     EXPECT_FALSE(still.linear_x || still.linear_y || still.linear_z || still.angular_x || still.angular_y ||
                  still.angular_z);
     const auto& hinge = c.joints.at("hinge");
-    EXPECT_TRUE(hinge.angular_y);
-    EXPECT_TRUE(hinge.linear_z);
-    EXPECT_FALSE(hinge.angular_x);
+    EXPECT_TRUE(hinge.angular_y && hinge.linear_z);
     EXPECT_EQ(hinge.angular[0], glm::vec3(0, 45, 0));
     EXPECT_EQ(hinge.angular[1], glm::vec3(0, 0, 0));
     EXPECT_EQ(hinge.angular[2], glm::vec3(0, -45, 0));
@@ -140,6 +118,7 @@ TEST_F(EntityConfigTest, JointRangesAndLockedAxes) {
     EXPECT_EQ(hinge.linear[2], glm::vec3(1, 2, 0));
 }
 
+// The transforms relative to the first joint above are the joint solver's, and its tests take them.
 TEST_F(EntityConfigTest, NodeTreeQueries) {
     EntityConfig c(path);
     Read(c,
@@ -153,18 +132,6 @@ TEST_F(EntityConfigTest, NodeTreeQueries) {
     EXPECT_EQ(glm::dvec3(c.GetAbsoluteTransform("tip")[3]), glm::dvec3(1, 4, -2));
     // An unknown parent ends the chain as if it were the root.
     EXPECT_EQ(glm::dvec3(c.GetAbsoluteTransform("orphan")[3]), glm::dvec3(5, 0, 0));
-
-    std::string joint = "unchanged";
-    EXPECT_EQ(glm::dvec3(c.GetTransformRelativeToFirstParentJointOrRoot("tip", joint)[3]), glm::dvec3(0, 3, -2));
-    EXPECT_EQ(joint, "arm");
-    joint = "unchanged";
-    EXPECT_EQ(c.GetTransformRelativeToFirstParentJointOrRoot("arm", joint), glm::dmat4(1.0));
-    EXPECT_EQ(joint, "arm");
-    joint = "unchanged";
-    EXPECT_EQ(glm::dvec3(c.GetTransformRelativeToFirstParentJointOrRoot("base", joint)[3]), glm::dvec3(0, 1, 0));
-    EXPECT_EQ(joint, "unchanged");
-    c.GetTransformRelativeToFirstParentJointOrRoot("missing", joint);
-    EXPECT_EQ(joint, "unchanged");
 
     // A loop put into the tree by hand still ends.
     c.nodes["base"].parent = "tip";
@@ -183,30 +150,19 @@ TEST_F(EntityConfigTest, ColliderRecordsAndShapes) {
 
     ConvexMeshCollider shape = c.MakeCollider("box");
     EXPECT_EQ(shape.transform, c.GetAbsoluteTransform("box"));
-    EXPECT_EQ(shape.displacement, 0.0);
     ASSERT_EQ(shape.vertexCount, 8u);
     EXPECT_EQ(shape.faceNormalCount, 3u) << "a box needs three axes, not six normals";
-    EXPECT_EQ(shape.triangleCount, 12u);
-    EXPECT_EQ(shape.vertices[0], glm::vec3(-1, -2, -1));
     EXPECT_EQ(shape.vertices[1], glm::vec3(-1, -2, 3));
-    EXPECT_EQ(shape.vertices[6], glm::vec3(1, 1, -1));
-    EXPECT_EQ(shape.faceNormals[1], glm::vec3(0, 1, 0));
-    EXPECT_EQ(shape.box_min, glm::vec3(-1, -2, -1));
     EXPECT_EQ(shape.box_max, glm::vec3(1, 1, 3));
-    EXPECT_NEAR(shape.radius, 0.5 * std::sqrt(4.0 + 9.0 + 16.0), 1e-12);
 
     const auto& hull = c.colliders.at("hull");
     ASSERT_EQ(hull.vertexCount, 4u);
     EXPECT_EQ(hull.vertices[2], glm::vec3(0, 0, -1)) << "Blender (0,1,0)";
     EXPECT_EQ(hull.vertices[3], glm::vec3(0, 1, 0)) << "Blender (0,0,1)";
     ASSERT_EQ(hull.faceNormalCount, 2u);
-    ExpectVec(hull.faceNormals[0], glm::vec3(0, 0, -1));
-    ExpectVec(hull.faceNormals[1], glm::vec3(0, 1, 0));
-    ASSERT_EQ(hull.triangleCount, 4u);
-    EXPECT_EQ(hull.triangles[3][2], 3);
+    EXPECT_LT(glm::distance(hull.faceNormals[1], glm::vec3(0, 1, 0)), 1e-6f);  // (0 0 2) in Blender, made unit
+    EXPECT_EQ(hull.triangleCount, 4u);
     shape = c.MakeCollider("hull");
-    EXPECT_EQ(shape.vertexCount, 4u);
-    EXPECT_EQ(shape.faceNormalCount, 2u);
     EXPECT_EQ(shape.box_min, glm::vec3(0, 0, -1)) << "bounds come from the vertices";
     EXPECT_EQ(shape.box_max, glm::vec3(1, 1, 0));
     EXPECT_THROW(c.MakeCollider("missing"), std::out_of_range);
@@ -262,19 +218,9 @@ TEST_F(EntityConfigTest, LoopingParentsAreDropped) {
     EXPECT_EQ(glm::dvec3(c.GetAbsoluteTransform("below")[3]), glm::dvec3(1, 0, 0));
 }
 
-TEST_F(EntityConfigTest, RereadKeepsSomeMapsAndUnreadableFilesChangeNothing) {
+TEST_F(EntityConfigTest, UnreadableFilesChangeNothing) {
     EntityConfig c(path);
-    Read(c,
-         "[COLLIDER old]\n[ADAPTER plug]\n[LIGHT_BOX lamp]\n[JOINT j]\n[CAMERA cam]\n[TARGET t]\n[RENDERABLE r]\n"
-         "[COLLIDER shared]\nposition 1 0 0\n");
-    Read(c, "[COLLIDER shared]\nposition 2 0 0\n");
-    EXPECT_EQ(c.colliders.size(), 2u);
-    EXPECT_EQ(c.colliders.at("shared").position, glm::vec3(2, 0, 0));
-    EXPECT_EQ(c.adapters.size(), 1u);
-    EXPECT_EQ(c.lightBoxes.size(), 1u);
-    EXPECT_TRUE(c.joints.empty() && c.cameras.empty() && c.targets.empty() && c.renderables.empty());
-    EXPECT_EQ(c.nodes.size(), 8u) << "nodes of dropped records stay";
-
+    Read(c, "[COLLIDER old]\n[COLLIDER shared]\nposition 1 0 0\n");
     std::string binary("[COLLIDER x]\n\x01\x02\x00", 16);
     std::string err = Read(c, binary);
     EXPECT_EQ(CountLines(err), 1u) << err;
@@ -302,38 +248,4 @@ TEST(EntityConfigSamples, ModelFilesInDataLoad) {
                 EXPECT_NEAR(glm::length(shape.faceNormals[i]), 1.0f, 1e-6f) << name << " " << node;
         }
     }
-}
-
-// Each model is read once, under its own lock: the first read of one model does not hold up
-// another's (here a read that waits for a second model to be read on another thread).
-TEST(EntityConfigReadOnce, ModelsAreReadOnceAndIndependently) {
-    struct Counted : EntityConfig {
-        using EntityConfig::EntityConfig;
-        std::function<void()> during;
-        int reads = 0;
-        void ReadConfig() override {
-            ++reads;
-            if (during) during();
-        }
-    };
-    auto first = std::make_shared<Counted>("/nonexistent/first.txt");
-    auto second = std::make_shared<Counted>("/nonexistent/second.txt");
-    std::atomic<bool> secondRead{false};
-    bool seenDuringFirst = false;
-    std::thread other;
-    first->during = [&] {
-        other = std::thread([&] {
-            game::entity::BaseEntity::ReadConfigOnce(second);
-            secondRead = true;
-        });
-        for (int i = 0; i < 500 && !secondRead; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        seenDuringFirst = secondRead;
-    };
-    game::entity::BaseEntity::ReadConfigOnce(first);
-    other.join();
-    EXPECT_TRUE(seenDuringFirst);
-    game::entity::BaseEntity::ReadConfigOnce(first);
-    game::entity::BaseEntity::ReadConfigOnce(second);
-    EXPECT_EQ(first->reads, 1);
-    EXPECT_EQ(second->reads, 1);
 }

@@ -9,7 +9,6 @@
 #include <shared_mutex>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "TestFiles.h"
@@ -103,13 +102,9 @@ inline void WriteFile(const std::string& path, const std::vector<unsigned char>&
 class EntityWorld : public ::testing::Test {
 protected:
     void SetUp() override {
-        root = std::filesystem::temp_directory_path() /
-               ("zendola_world_" + std::to_string(::getpid()) + "_" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        std::filesystem::remove_all(root);
-        std::filesystem::create_directories(root / "run");
+        std::filesystem::create_directories(root.path + "/run");
         previous = std::filesystem::current_path();
-        std::filesystem::current_path(root / "run");
+        std::filesystem::current_path(root.path + "/run");
         game::Game::_current_world = "testworld";
         PayloadInterface::inits = 0;
         PayloadInterface::throwOnDeserialize = false;
@@ -125,7 +120,6 @@ protected:
             ServerSideEntity::_module_entities.clear();
         }
         std::filesystem::current_path(previous);
-        std::filesystem::remove_all(root);
     }
     static std::filesystem::path Folder() { return ServerSideEntity::GetCheckpointDir(); }
     static size_t FileCount() {
@@ -136,7 +130,7 @@ protected:
         return n;
     }
 
-    std::filesystem::path root;
+    testfiles::TempFolder root{"zendola_world"};
     std::filesystem::path previous;
 };
 

@@ -25,10 +25,8 @@ struct Instance {
     glm::dvec3 Position(const std::string& node) const { return glm::dvec3(nodeTransforms.at(node)[3]); }
 };
 
-void ExpectNear(const glm::dvec3& actual, const glm::dvec3& expected, double tolerance = 1e-5) {
-    EXPECT_NEAR(actual.x, expected.x, tolerance);
-    EXPECT_NEAR(actual.y, expected.y, tolerance);
-    EXPECT_NEAR(actual.z, expected.z, tolerance);
+void ExpectNear(const glm::dvec3& actual, const glm::dvec3& expected) {
+    EXPECT_LT(glm::distance(actual, expected), 1e-5) << actual.x << " " << actual.y << " " << actual.z;
 }
 
 EntityConfig& Vehicle() {
@@ -67,7 +65,6 @@ TEST(JointSolver, HingeAndSliderMoveTheNodesBelowThem) {
     entity.joints.at("boom_slider").position.y = 1.4f;
     config.jointSolver(&entity);
     ExpectNear(entity.Position("boom_tip"), glm::dvec3(0, 1.05, -2.9));
-    ExpectNear(entity.Position("boom_slider"), glm::dvec3(0, 1.05, -1.9));
 
     // The hinge turns 90 degrees about the vertical: the turret's contents swing from -Z to -X
     // about the hinge at (0, 0.8, -0.5); the joint below the hinge follows.
@@ -81,20 +78,6 @@ TEST(JointSolver, HingeAndSliderMoveTheNodesBelowThem) {
     // Nodes beside the joints keep their transforms.
     EXPECT_EQ(entity.Position("chassis"), chassis);
     EXPECT_EQ(entity.Position("cabin"), cabin);
-}
-
-TEST(JointSolver, ValuesAreClampedAndWrittenBack) {
-    EntityConfig& config = Vehicle();
-    Instance entity(config);
-    entity.joints.at("boom_slider").position = glm::vec3(7, 5, -3);  // x and z are locked at 0
-    entity.joints.at("turret_hinge").rotation = glm::vec3(10, 0, -200);
-    config.jointSolver(&entity);
-    EXPECT_EQ(entity.joints.at("boom_slider").position, glm::vec3(0, 1.9f, 0));
-    EXPECT_EQ(entity.joints.at("turret_hinge").rotation, glm::vec3(0, 0, -90));
-    ExpectNear(entity.Position("boom_tip"), glm::dvec3(1.4 + 1.5, 1.05, -0.5));
-    const auto before = entity.nodeTransforms;
-    config.jointSolver(&entity);
-    EXPECT_EQ(entity.nodeTransforms, before);
 }
 
 TEST(JointSolver, RangeOrderAndLockedJoints) {

@@ -88,63 +88,22 @@ TEST(EnvironmentBuoyancy, RaftFloatsAtTheDepthItsDensityGives) {
     }
 }
 
-TEST(EnvironmentBuoyancy, SeededRunsRepeat) {
-    glm::dvec3 end[2];
-    for (auto& position : end) {
-        game::physics::SeedEnvironmentRandom(5);
-        Scene scene;
-        scene.world.liquidSurface = 0;
-        scene.entity = MakeRaft(500);
-        for (int frame = 0; frame < 60; ++frame) scene.Frame();
-        position = scene.entity->position;
-    }
-    EXPECT_EQ(end[0], end[1]);
-}
-
-TEST(EnvironmentBuoyancy, DenserBoxSinksAndRestsOnTheBottom) {
-    game::physics::SeedEnvironmentRandom(3);
-    Scene scene;
-    scene.world.liquidSurface = 10;
-    scene.world.groundHeight = -5;
-    scene.entity = MakeBoxEntity({0.5, 0.5, 0.5}, 1500);
-    for (int frame = 0; frame < 60; ++frame) scene.Frame();
-    EXPECT_LT(scene.entity->velocity.z, -1.0);
-    EXPECT_GT(scene.entity->velocity.z, -9.81 / 3.0);
-    for (int frame = 0; frame < 600; ++frame) scene.Frame();
-    EXPECT_NEAR(scene.entity->position.z, -4.5, 0.01);
-    EXPECT_GT(scene.entity->restTime, 1.0);
-}
-
-TEST(EnvironmentGround, BoxComesToRestOnTheGround) {
+// A box dropped 10 cm comes to rest within half a second, level, where it fell; a sphere touches
+// straight under its centre; a container (fill below 0.95) stands on its children, two legs
+// reaching 0.5 m below the centre in a box reaching 1 m below it.
+TEST(EnvironmentGround, BoxSphereAndContainerRestAtTheirLowestPoints) {
     game::physics::SeedEnvironmentRandom(1);
-    Scene scene;
-    scene.world.groundHeight = 2;
-    scene.entity = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
-    scene.entity->position = {0, 0, 2.6};
-    int restingFrame = -1;
-    for (int frame = 0; frame < 60; ++frame) {
-        scene.Frame();
-        if (restingFrame < 0 && scene.entity->restTime >= 1.0) restingFrame = frame;
-    }
-    EXPECT_GE(restingFrame, 0);
-    EXPECT_LT(restingFrame, 30);
-    EXPECT_NEAR(scene.entity->position.z, 2.5, 0.002);
-    EXPECT_GT(Up(*scene.entity), 0.9999);
-    EXPECT_LT(glm::length(glm::dvec2(scene.entity->position)), 0.03);
-}
-
-// A sphere touches straight under its centre; a container (fill below 0.95) stands on its children,
-// two legs reaching 0.5 m below the centre in a box reaching 1 m below it.
-TEST(EnvironmentGround, SphereAndContainerRestAtTheirLowestPoints) {
-    for (bool sphere : {true, false}) {
+    enum Shape { kBox, kSphere, kContainer };
+    for (Shape shape : {kBox, kSphere, kContainer}) {
+        SCOPED_TRACE(shape);
         Scene scene;
         scene.world.groundHeight = 0;
-        scene.entity = MakeBoxEntity(sphere ? glm::dvec3(0.5) : glm::dvec3(1), 10);
+        scene.entity = MakeBoxEntity(shape == kContainer ? glm::dvec3(1) : glm::dvec3(0.5), 10);
         ConvexMeshCollider& hull = scene.entity->colliders["hull"];
-        if (sphere) {
+        if (shape == kSphere) {
             hull.isSphere = true;
             hull.radius = 0.5;
-        } else {
+        } else if (shape == kContainer) {
             hull.fill = 0.5;
             for (float x : {-0.75f, 0.5f}) {
                 ConvexMeshCollider leg;
@@ -152,13 +111,22 @@ TEST(EnvironmentGround, SphereAndContainerRestAtTheirLowestPoints) {
                 hull.children->push_back(leg);
             }
         }
-        scene.entity->position = {0, 0, 0.55};
-        for (int frame = 0; frame < 60; ++frame) scene.Frame();
-        EXPECT_NEAR(scene.entity->position.z, 0.5, 0.002) << sphere;
-        if (sphere) {
+        scene.entity->position = {0, 0, shape == kBox ? 0.6 : 0.55};
+        int restingFrame = -1;
+        for (int frame = 0; frame < 60; ++frame) {
+            scene.Frame();
+            if (restingFrame < 0 && scene.entity->restTime >= 1.0) restingFrame = frame;
+        }
+        EXPECT_NEAR(scene.entity->position.z, 0.5, 0.002);
+        if (shape == kSphere) {
             EXPECT_NEAR(scene.entity->velocity.z, 0, 0.01);  // the air's buoyancy after the contact
-        } else {
-            EXPECT_GT(Up(*scene.entity), 0.9999);
+            continue;
+        }
+        EXPECT_GT(Up(*scene.entity), 0.9999);
+        if (shape == kBox) {
+            EXPECT_GE(restingFrame, 0);
+            EXPECT_LT(restingFrame, 30);
+            EXPECT_LT(glm::length(glm::dvec2(scene.entity->position)), 0.03);
         }
     }
 }
@@ -234,12 +202,9 @@ TEST(EnvironmentInteraction, WithoutGravityNothingHappens) {
     world.queries.clear();
     body.InteractWithEnvironment(world.Function(), 0.01);
     EXPECT_EQ(world.queries.size(), 1u);
-    EXPECT_EQ(world.Count(5), 1);
     EXPECT_EQ(body.velocity, glm::dvec3(20, 1, -2));
     EXPECT_EQ(body.angularVelocity, glm::dvec3(0, 3, 0));
     EXPECT_EQ(body.position, glm::dvec3(0.0));
-    EXPECT_EQ(body.externalAcceleration, glm::dvec3(0.0));
-    EXPECT_FALSE(body.touchingEnvironment);
 }
 
 // Viscosities strictly between 1.51e-5 and 0.000999 are partly liquid and damp by a smoothstep share;
@@ -299,6 +264,4 @@ TEST(EnvironmentInteraction, FromParentWorksInTheParentsFrame) {
     EXPECT_LE(body.velocity.z, 1e-9);
     EXPECT_GE(body.velocity.z, -9.81 * 1000 * 0.1 / 10 - 1e-9);
     EXPECT_NEAR(body.velocity.x, 0, 0.02);
-    EXPECT_EQ(body.externalAcceleration, glm::dvec3(0.0));
-    EXPECT_EQ(body.restCount, 0);
 }

@@ -2,11 +2,8 @@
 // ticks through Game::ServerUpdate.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
-#include <mutex>
 #include <random>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -15,7 +12,6 @@
 
 #include "PhysicsStepReference.h"
 #include "StepWorld.h"
-#include "../../../modules/demo/Planet.h"
 
 namespace physics_step_test {
 namespace {
@@ -49,72 +45,6 @@ struct State {
     }
     bool operator==(const State&) const = default;
 };
-
-TEST_F(PhysicsStep, BoxDroppedOnSlabSettlesWithoutBouncingAndRests) {
-    Slab();
-    auto box = Spawn("cube", {0.3, 2.0, -0.2});
-    double lowest = 10;
-    bool landed = false;
-    int restedAt = -1;
-    for (int frame = 0; frame < 900 && restedAt < 0; ++frame) {
-        Tick();
-        const double y = box->GetPositionAtCenterOfMass().y;
-        if (landed) {
-            EXPECT_LT(y, lowest + 0.02) << "bounced at frame " << frame;
-        }
-        lowest = std::min(lowest, y);
-        if (y < 0.6) landed = true;
-        if (box->restTime >= 1.0) restedAt = frame;
-    }
-    ASSERT_GE(restedAt, 0) << "the box never came to rest";
-    EXPECT_NEAR(box->GetPositionAtCenterOfMass().y, 0.5, 0.02);
-    const State rest = State::Of(*box);
-    for (int frame = 0; frame < 120; ++frame) {
-        Tick();
-        EXPECT_EQ(box->position, rest.position) << "frame " << frame;
-        EXPECT_EQ(box->rotation, rest.rotation) << "frame " << frame;
-    }
-}
-
-// On the demo planet a box joins a raised slab and stays on it: the slab's frame gets gravity too.
-TEST_F(PhysicsStep, BoxJoinsARaisedSlabAndStaysOnItOnThePlanet) {
-    Game::_environmentFunctions[kEnv] = demo::Planet().Function();
-    auto slab = Spawn("slab", {0, 0.5, 0}, false);
-    auto box = Spawn("cube", {0.3, 2.5, -0.2});
-    box->interactsWithEnvironment = true;
-    for (auto& [name, collider] : box->colliders) collider.displacement = 1.0;
-    for (int frame = 0; frame < 600; ++frame) {
-        Tick();
-        if (frame >= 300) {
-            ASSERT_EQ(box->parentEntity, slab->id) << "frame " << frame;
-            ASSERT_NEAR(box->position.y, 0.5, 0.02) << "frame " << frame;  // the slab's top, in its frame
-        }
-    }
-}
-
-// Boxes set down one by one in the slab's frame each rest on the one below; the stack then stands.
-TEST_F(PhysicsStep, StackOfBoxesStands) {
-    auto slab = Slab();
-    std::vector<std::shared_ptr<ServerSideEntity>> boxes;
-    for (int i = 0; i < 3; ++i) {
-        boxes.push_back(Spawn("cube", {0.0, 0.501 + 1.001 * i, 0}));
-        boxes.back()->parentEntity = slab->id;
-        int frames = 0;
-        while (boxes.back()->restTime < 1.0 && frames < 300) {
-            Tick();
-            ++frames;
-        }
-        EXPECT_LT(frames, 300) << "box " << i << " did not come to rest";
-    }
-    Tick(300);
-    for (int i = 0; i < 3; ++i) {
-        const glm::dvec3 p = boxes[i]->GetPositionAtCenterOfMass();
-        EXPECT_NEAR(p.y, 0.5 + i, 0.05) << "box " << i;
-        EXPECT_NEAR(p.x, 0.0, 0.05) << "box " << i;
-        EXPECT_GE(boxes[i]->restTime, 1.0) << "box " << i;
-        EXPECT_EQ(boxes[i]->parentEntity, slab->id) << "box " << i;
-    }
-}
 
 // One pass over a flat contact gives the rest test the corners of the touching faces, not one
 // corner, and stops the box turning about the axes of the face (it keeps turning about the
@@ -162,25 +92,6 @@ TEST_F(PhysicsStep, VehicleOfComponentsFallsLandsAndKeepsItsShape) {
     EXPECT_EQ(root->mass, rootMass);
 }
 
-TEST_F(PhysicsStep, BoxInTheOceanFloats) {
-    world.liquidSurface = 0;
-    world.groundHeight = -50;
-    auto box = Spawn("cube", {0, 1, 0});
-    for (auto& [name, c] : box->colliders) c.displacement = 1;  // a module's choice: the box is sealed
-    Tick(600);
-    // Buoyancy is sampled at random points, so the box bobs, but it stays at the surface.
-    double sum = 0;
-    for (int frame = 0; frame < 240; ++frame) {
-        Tick();
-        const double y = box->GetPositionAtCenterOfMass().y;
-        ASSERT_GT(y, -2.0) << "frame " << frame;
-        ASSERT_LT(y, 4.0) << "frame " << frame;
-        sum += y;
-    }
-    EXPECT_GT(sum / 240, -0.5);
-    EXPECT_LT(sum / 240, 2.0);
-}
-
 // Gravity reaches a top-level body in every substep, the first included: in a vacuum it falls
 // 0.5 g t^2 whatever the substep count, and a module's own acceleration of the frame adds to it.
 TEST_F(PhysicsStep, FreeFallInAVacuumIsHalfGTSquaredWithAnySubstepCount) {
@@ -224,9 +135,7 @@ TEST_F(PhysicsStep, SpinningParentsFrameGivesCentrifugalAndEulerAccelerations) {
 
     ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
     const glm::dvec3 centrifugal = rider->velocity / kDt;
-    EXPECT_NEAR(centrifugal.x, 9.0 * 4.0, 1e-9);
-    EXPECT_NEAR(centrifugal.y, 0.0, 1e-9);
-    EXPECT_NEAR(centrifugal.z, 0.0, 1e-9);
+    EXPECT_NEAR(glm::length(centrifugal - glm::dvec3(9.0 * 4.0, 0, 0)), 0.0, 1e-9);
     ASSERT_GT(glm::length(euler), 1.0);
     EXPECT_NEAR(glm::length(passenger->velocity / kDt - euler), 0.0, 1e-9);
     EXPECT_EQ(rider->parentEntity, slab->id);
@@ -251,43 +160,6 @@ TEST_F(PhysicsStep, InertiaTensorOfAnEntityIsItsBoxTurned) {
                  "ASSERTION FAILED: \\(box_size.y > 0.0\\) in src/game/entity/ServerSideEntity.cpp:238");
 }
 
-TEST_F(PhysicsStep, FastBodyOutsideAnEnvironmentTakesOneWholeStepWithoutEnvironment) {
-    auto body = Spawn("cube", {0, 0, 0});
-    body->relativeEnvironmentId = 0;
-    body->parentEnvironmentId = physics_test::StepWorld::kEnv;
-    body->velocity = {3000, 0, 0};
-    body->externalAcceleration = {0, 6, 0};
-    world.queries.clear();
-    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    EXPECT_TRUE(world.queries.empty());
-    EXPECT_DOUBLE_EQ(body->position.x, 3000 * kDt);
-    EXPECT_DOUBLE_EQ(body->position.y, 0.5 * 6 * kDt * kDt);
-    EXPECT_DOUBLE_EQ(body->velocity.y, 6 * kDt);
-    // A resting one outside an environment has no body at all.
-    body->restTime = 1.0;
-    const glm::dvec3 at = body->position;
-    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    EXPECT_EQ(body->position, at);
-}
-
-TEST_F(PhysicsStep, EnvironmentWithoutFunctionThrowsAndReleasesTheLock) {
-    auto box = Spawn("cube", {0, 5, 0});
-    box->relativeEnvironmentId = 7;
-    try {
-        ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-        FAIL() << "no exception";
-    } catch (const std::out_of_range& e) {
-        EXPECT_STREQ(e.what(), "unordered_map::at");
-    }
-    std::unique_lock lock(ServerSideEntity::_sharedObjectsMutex, std::try_to_lock);
-    EXPECT_TRUE(lock.owns_lock());
-    lock.unlock();
-    // The step is whole again once the environment is known.
-    box->relativeEnvironmentId = kEnv;
-    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    EXPECT_LT(box->position.y, 5.0);
-}
-
 TEST_F(PhysicsStep, BodyKindsAndEdgeCases) {
     auto resting = Spawn("cube", {5, 0.5, 0});
     resting->restTime = 1.0;
@@ -309,28 +181,6 @@ TEST_F(PhysicsStep, BodyKindsAndEdgeCases) {
     EXPECT_FALSE(weightless->nodesMoved);
     EXPECT_EQ(orphan->position, glm::dvec3(0, 1, 0));
     EXPECT_EQ(orphanRoot->position, glm::dvec3(0, 9, 0));
-}
-
-TEST_F(PhysicsStep, DebugBuffersCarryCollidersAndCandidates) {
-    Slab();
-    auto a = Spawn("cube", {0, 0.6, 0});
-    auto b = Spawn("cube", {0.2, 1.7, 0});
-    Game::debugServerSidePhysics = true;
-    {
-        std::lock_guard guard(Game::physicsDebugMutex);
-        Game::physicsDebugCollidersUpdated = false;
-    }
-    ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
-    std::lock_guard guard(Game::physicsDebugMutex);
-    EXPECT_TRUE(Game::physicsDebugCollidersUpdated);
-    EXPECT_EQ(Game::physicsDebugColliders_staging.size(), 3u);
-    int green = 0, yellow = 0;
-    for (const auto& line : Game::physicsDebugLines_staging) {
-        if (line.entity.IsNull() && line.color[0] == 0 && line.color[1] == 1) ++green;
-        if (line.entity.IsNull() && line.color[0] == 1 && line.color[1] == 1 && line.color[2] == 0) ++yellow;
-    }
-    EXPECT_EQ(green, 1);   // the two boxes, once
-    EXPECT_EQ(yellow, 2);  // each box and the slab
 }
 
 // A random scene with every kind of body: a slab with children, a crowd of boxes large enough for
