@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <random>
 
 #include <glm/gtc/matrix_inverse.hpp>
 
@@ -250,6 +249,9 @@ void DynamicRigidbody<Entity>::GroundContact(EnvironmentPass& pass, const entity
 
 // Archimedes at one uniform random point of the collider's box: the whole box's displaced volume
 // times the density found there. Averaged over substeps, the force follows the submerged share.
+// The point is drawn from the body's own state (EnvironmentRandom.h), so that no other body's
+// draws change it. The force acts at the box's centre: a body floats upright only where the
+// centres of its colliders' boxes lie above its centre of mass in the balance of their lifts.
 template <class Entity>
 void DynamicRigidbody<Entity>::SampleBuoyancy(EnvironmentPass& pass, const entity::ConvexMeshCollider& c,
                                               const glm::dmat4& relative) {
@@ -257,16 +259,13 @@ void DynamicRigidbody<Entity>::SampleBuoyancy(EnvironmentPass& pass, const entit
     const glm::dvec3 size = hi - lo;
     const double volume = std::abs(size.x * size.y * size.z) * c.displacement;
     if (!(volume > 0) || !(pass.lastDensity > 0)) return;
-    std::mt19937_64& random = BuoyancyRandom();
-    auto unit = [&random] {
-        const float value = std::generate_canonical<float, std::numeric_limits<float>::digits>(random);
-        return double(std::min(value, 0.99999994f));
-    };
-    glm::dvec3 point;
-    point.z = hi.z + (lo.z - hi.z) * unit();
-    point.y = hi.y + (lo.y - hi.y) * unit();
-    point.x = hi.x + (lo.x - hi.x) * unit();
     const glm::dmat4 placed = Multiply(GetTransform(), relative);
+    StateRandom random(BuoyancySeed());
+    random.Absorb(placed).Absorb(velocity).Absorb(angularVelocity);
+    glm::dvec3 point;
+    point.z = hi.z + (lo.z - hi.z) * double(random.UnitFloat());
+    point.y = hi.y + (lo.y - hi.y) * double(random.UnitFloat());
+    point.x = hi.x + (lo.x - hi.x) * double(random.UnitFloat());
     const EnvironmentInfo medium =
         QueryEnvironment(pass, TransformPoint(placed, point), detail::kMediumQuery, 0.0);
     pass.samples += 1;
@@ -364,8 +363,9 @@ void DynamicRigidbody<Entity>::AddColliderSurfaces(const entity::ConvexMeshColli
     for (int k = 1; k < 3; ++k) {
         if (length[k] < length[thin]) thin = k;
     }
-    std::mt19937_64& random = SurfaceRandom();
-    auto unit = [&random] { return std::generate_canonical<double, std::numeric_limits<double>::digits>(random); };
+    StateRandom random(SurfaceSeed());
+    random.Absorb(placed).Absorb(velocity).Absorb(angularVelocity);
+    auto unit = [&random] { return random.Unit(); };
 
     for (int k = 0; k < 3; ++k) {
         const int k1 = (k + 1) % 3, k2 = (k + 2) % 3;
