@@ -163,7 +163,7 @@ TEST(DemoMirror, ClientEntitiesFollowTheServerWorldThroughSnapshots) {
 // from 1 m turned 45 degrees, it rights itself. With the environment's random draws seeded, every
 // new world repeats the buoy's motion bit for bit, whatever order the new entities' ids give the
 // bodies in the step.
-TEST(DemoWorld, TheBuoyFloatsUprightAndEveryNewWorldRepeatsIt) {
+TEST(DemoWorldBuoy, FloatsUprightRightsItselfAndEveryNewWorldRepeatsIt) {
     ModuleLoad();
     struct Run {
         glm::dvec3 position{0.0};

@@ -26,6 +26,11 @@ uint64_t BuoyancySeed() { return TheSeeds().buoyancy; }
 
 uint64_t SurfaceSeed() { return TheSeeds().surface; }
 
+StateRandom& SurfaceDraws() {
+    static StateRandom draws(0);
+    return draws;
+}
+
 void SeedEnvironmentRandom(uint64_t seed) {
     TheSeeds().buoyancy = seed;
     TheSeeds().surface = seed ^ 0x9e3779b97f4a7c15ull;

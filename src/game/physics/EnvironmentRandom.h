@@ -3,14 +3,13 @@
 #include <cstdint>
 
 #include <glm/gtc/quaternion.hpp>
-#include <glm/mat4x4.hpp>
 #include <glm/vec3.hpp>
 
 // Random draws of the environment code: the buoyancy sampler's points and the exposure points of
 // aerodynamic surfaces.
 //
-// A body's draws follow from a seed and the body's own state (its collider's placement and its
-// velocities), not from one stream shared by all bodies. With a shared stream a body's samples
+// A body's draws follow from a seed and the body's own state (its pose and velocities), in the
+// order of its colliders, not from one stream shared by all bodies. With a shared stream a body's samples
 // depended on how many draws the bodies walked before it had taken, and that walk follows the
 // hash of the entities' ids, which a new world makes anew: the same scene with the same seed gave
 // the buoy another motion on every run. Now a run repeats whenever its bodies start alike, in
@@ -29,10 +28,7 @@ public:
         return *this;
     }
     StateRandom& Absorb(const glm::dvec3& v) { return Absorb(v.x).Absorb(v.y).Absorb(v.z); }
-    StateRandom& Absorb(const glm::dmat4& m) {
-        for (int c = 0; c < 4; ++c) Absorb(m[c].x).Absorb(m[c].y).Absorb(m[c].z).Absorb(m[c].w);
-        return *this;
-    }
+    StateRandom& Absorb(const glm::dquat& q) { return Absorb(q.w).Absorb(q.x).Absorb(q.y).Absorb(q.z); }
 
     uint64_t Next() {
         _state += kGamma;
@@ -56,6 +52,9 @@ private:
 
 uint64_t BuoyancySeed();
 uint64_t SurfaceSeed();
+
+// The draws of the body whose aerodynamic surfaces are being made: restarted for each body.
+StateRandom& SurfaceDraws();
 
 // Sets both seeds (the surfaces' is derived from `seed`).
 void SeedEnvironmentRandom(uint64_t seed);
