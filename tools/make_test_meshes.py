@@ -306,6 +306,8 @@ def buoy():
     lo, hi = collider_box(s, "mast")
     m.cylinder("buoy", "metal", (0, 0, (lo[2] + hi[2]) / 2), 0.04, hi[2] - lo[2], segments=8)
     m.box("buoy", "lamp", (-0.08, -0.08, hi[2]), (0.08, 0.08, hi[2] + 0.16))
+    lo, hi = collider_box(s, "ballast")
+    m.cylinder("buoy", "metal", (0, 0, (lo[2] + hi[2]) / 2), (hi[0] - lo[0]) / 2, hi[2] - lo[2], segments=8)
     return m.gltf()
 
 

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <random>
 
 #include <glm/gtc/matrix_inverse.hpp>
 
@@ -31,6 +30,14 @@ inline constexpr EnvironmentInfoFlags kGroundNormalQuery = 7;
 // and below the second for the aerodynamic surfaces.
 inline constexpr double kSolidFill = tuning::kSolidFill;
 inline constexpr double kSurfaceSolidFill = tuning::kSurfaceSolidFill;
+
+// The draws of one pass over a body: they follow from the seed and the body's state alone.
+inline StateRandom StartDraws(uint64_t seed, const glm::dvec3& position, const glm::dquat& rotation,
+                              const glm::dvec3& velocity, const glm::dvec3& angularVelocity) {
+    StateRandom draws(seed);
+    draws.Absorb(position).Absorb(rotation).Absorb(velocity).Absorb(angularVelocity);
+    return draws;
+}
 }  // namespace detail
 
 // State of one environment pass over a body. For a body inside a parent, queries go through the
@@ -48,6 +55,7 @@ struct DynamicRigidbody<Entity>::EnvironmentPass {
     double densitySum = 0;
     double viscositySum = 0;
     double minFriction = 1.0;  // lowered by ground contacts; the bound of the rest test
+    StateRandom buoyancyDraws{0};  // from the body's state at the start of the pass
 };
 
 template <class Entity>
@@ -76,6 +84,7 @@ void DynamicRigidbody<Entity>::TakeEnvironmentGravity(const EnvironmentFunction&
 template <class Entity>
 void DynamicRigidbody<Entity>::InteractWithEnvironment(const EnvironmentFunction& function, double deltaTime) {
     EnvironmentPass pass{function, deltaTime};
+    pass.buoyancyDraws = detail::StartDraws(BuoyancySeed(), position, rotation, velocity, angularVelocity);
     const EnvironmentInfo here = QueryEnvironment(pass, GetPositionAtCenterOfBounds(), detail::kGravityQuery, radius / 2);
     externalAcceleration = _entityAcceleration + here.gravity;
     const double altitude = here.altitude;
@@ -110,6 +119,7 @@ void DynamicRigidbody<Entity>::InteractWithEnvironmentFromParent(const glm::dmat
     pass.inParent = true;
     pass.toEnvironment = parentTransform;
     pass.fromEnvironment = glm::affineInverse(parentTransform);
+    pass.buoyancyDraws = detail::StartDraws(BuoyancySeed(), position, rotation, velocity, angularVelocity);
     const EnvironmentInfo here = QueryEnvironment(pass, GetPositionAtCenterOfBounds(), detail::kGravityQuery, radius / 2);
     if (here.gravity == glm::dvec3(0.0)) return;
     // Gravity reaches a child through its frame's acceleration; it is kept here only as the weight
@@ -250,6 +260,9 @@ void DynamicRigidbody<Entity>::GroundContact(EnvironmentPass& pass, const entity
 
 // Archimedes at one uniform random point of the collider's box: the whole box's displaced volume
 // times the density found there. Averaged over substeps, the force follows the submerged share.
+// The point is drawn from the body's own state (EnvironmentRandom.h), so that no other body's
+// draws change it. The force acts at the box's centre: a body floats upright only where the
+// centres of its colliders' boxes lie above its centre of mass in the balance of their lifts.
 template <class Entity>
 void DynamicRigidbody<Entity>::SampleBuoyancy(EnvironmentPass& pass, const entity::ConvexMeshCollider& c,
                                               const glm::dmat4& relative) {
@@ -257,15 +270,11 @@ void DynamicRigidbody<Entity>::SampleBuoyancy(EnvironmentPass& pass, const entit
     const glm::dvec3 size = hi - lo;
     const double volume = std::abs(size.x * size.y * size.z) * c.displacement;
     if (!(volume > 0) || !(pass.lastDensity > 0)) return;
-    std::mt19937_64& random = BuoyancyRandom();
-    auto unit = [&random] {
-        const float value = std::generate_canonical<float, std::numeric_limits<float>::digits>(random);
-        return double(std::min(value, 0.99999994f));
-    };
+    StateRandom& random = pass.buoyancyDraws;
     glm::dvec3 point;
-    point.z = hi.z + (lo.z - hi.z) * unit();
-    point.y = hi.y + (lo.y - hi.y) * unit();
-    point.x = hi.x + (lo.x - hi.x) * unit();
+    point.z = hi.z + (lo.z - hi.z) * double(random.UnitFloat());
+    point.y = hi.y + (lo.y - hi.y) * double(random.UnitFloat());
+    point.x = hi.x + (lo.x - hi.x) * double(random.UnitFloat());
     const glm::dmat4 placed = Multiply(GetTransform(), relative);
     const EnvironmentInfo medium =
         QueryEnvironment(pass, TransformPoint(placed, point), detail::kMediumQuery, 0.0);
@@ -323,6 +332,7 @@ void DynamicRigidbody<Entity>::ComputeAerodynamicSurfaces(const EnvironmentFunct
     if (!(glm::dot(velocity, velocity) > detail::kDoubleEpsilon)) return;
     if (!(medium.density > 0)) return;  // nothing to push on in a vacuum
     const double minVolume = displacedVolume / 200.0;
+    SurfaceDraws() = detail::StartDraws(SurfaceSeed(), position, rotation, velocity, angularVelocity);
     const glm::dmat4 body = GetTransform();
     for (const entity::ConvexMeshCollider& c : colliders) SurfaceWalk(c, Multiply(body, c.transform), minVolume);
 }
@@ -364,8 +374,8 @@ void DynamicRigidbody<Entity>::AddColliderSurfaces(const entity::ConvexMeshColli
     for (int k = 1; k < 3; ++k) {
         if (length[k] < length[thin]) thin = k;
     }
-    std::mt19937_64& random = SurfaceRandom();
-    auto unit = [&random] { return std::generate_canonical<double, std::numeric_limits<double>::digits>(random); };
+    StateRandom& random = SurfaceDraws();
+    auto unit = [&random] { return random.Unit(); };
 
     for (int k = 0; k < 3; ++k) {
         const int k1 = (k + 1) % 3, k2 = (k + 2) % 3;
