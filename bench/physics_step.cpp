@@ -232,6 +232,32 @@ void TracePile(int tick, const std::vector<std::shared_ptr<ServerSideEntity>>& b
                  tick, free, carried, resting, off, moving, fastest, highest);
 }
 
+// m: the deepest overlap between two boxes of the pile at its end (a pile can look settled and
+// low while its boxes sink into each other). The slab carries the boxes unturned at the origin, so
+// their poses read as world poses.
+double DeepestOverlap(const std::vector<std::shared_ptr<ServerSideEntity>>& boxes) {
+    double deepest = 0;
+    auto place = [](const ServerSideEntity& e) {
+        const game::entity::ConvexMeshCollider& c = e.colliders.begin()->second;
+        return game::physics::Multiply(
+            game::physics::Multiply(glm::translate(glm::dmat4(1.0), e.position), glm::mat4_cast(e.rotation)), c.transform);
+    };
+    for (size_t i = 0; i < boxes.size(); ++i) {
+        for (size_t j = i + 1; j < boxes.size(); ++j) {
+            if (glm::length(boxes[i]->position - boxes[j]->position) > 2.0) continue;
+            const game::physics::Collision hit =
+                game::physics::ConvexCollision(boxes[i]->colliders.begin()->second, place(*boxes[i]),
+                                               boxes[j]->colliders.begin()->second, place(*boxes[j]));
+            deepest = std::max(deepest, hit.depth);
+            if (hit.depth > 0.05 && std::getenv("ZENDOLA_BENCH_PILE_TRACE"))
+                std::fprintf(stderr, "overlap %.3f: %zu (%.2f %.2f %.2f) %zu (%.2f %.2f %.2f)\n", hit.depth, i, boxes[i]->position.x,
+                             boxes[i]->position.y, boxes[i]->position.z, j, boxes[j]->position.x, boxes[j]->position.y,
+                             boxes[j]->position.z);
+        }
+    }
+    return deepest;
+}
+
 // The tall pile: time per tick over the fall and the settling, and where the boxes ended.
 void BM_ZendolaTallPile(benchmark::State& state) {
     if (ModelFolder().empty()) {
@@ -269,6 +295,7 @@ void BM_ZendolaTallPile(benchmark::State& state) {
     state.counters["off"] = outcome.off;
     state.counters["through"] = outcome.through;
     state.counters["resting"] = resting;
+    state.counters["overlap_mm"] = 1000.0 * DeepestOverlap(boxes);
     for (auto& e : boxes) ServerSideEntity::Destroy(e->id);
     ServerSideEntity::Destroy(slab->id);
 }
@@ -416,9 +443,9 @@ public:
                     return it == run.counters.end() ? -1 : int(it->second.value);
                 };
                 std::printf("tall pile, %d turned boxes in %d layers, %s: %.3f ms/tick (cpu %.3f), off the slab %d, "
-                            "through it %d, resting %d\n",
+                            "through it %d, resting %d, deepest overlap %d mm\n",
                             kTallBoxes, kTallLayers, name.find("bullet:1") != std::string::npos ? "bullet" : "zendola",
-                            ms, cpu, count("off"), count("through"), count("resting"));
+                            ms, cpu, count("off"), count("through"), count("resting"), count("overlap_mm"));
                 continue;
             }
             const int64_t boxes = std::atoll(name.substr(name.find("boxes:") + 6).c_str());
