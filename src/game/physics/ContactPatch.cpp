@@ -41,7 +41,9 @@ int ClipBelow(const glm::dvec3* in, int count, const glm::dvec3& axis, double li
         const glm::dvec3& q = in[(i + 1) % count];
         const double dp = glm::dot(p, axis) - limit, dq = glm::dot(q, axis) - limit;
         if (dp <= 0 && n < ContactPatch::kMaxPoints) out[n++] = p;
-        if ((dp < 0) != (dq < 0) && dp != dq && n < ContactPatch::kMaxPoints) out[n++] = p + (q - p) * (dp / (dp - dq));
+        // An edge that strictly crosses the plane; a corner on it is kept once, above.
+        if (((dp < 0 && dq > 0) || (dp > 0 && dq < 0)) && n < ContactPatch::kMaxPoints)
+            out[n++] = p + (q - p) * (dp / (dp - dq));
     }
     return n;
 }
