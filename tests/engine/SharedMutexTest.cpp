@@ -11,22 +11,6 @@
 
 using namespace std::chrono_literals;
 
-TEST(SharedMutex, WriterExcludesReadersAndWriters) {
-    quorl::SharedMutex m;
-    m.lock();
-    EXPECT_FALSE(m.try_lock());
-    EXPECT_FALSE(m.try_lock_shared());
-    m.unlock();
-    EXPECT_TRUE(m.try_lock_shared());
-    EXPECT_TRUE(m.try_lock_shared());  // readers share
-    EXPECT_FALSE(m.try_lock());        // no writer while readers hold it
-    m.unlock_shared();
-    EXPECT_FALSE(m.try_lock());
-    m.unlock_shared();
-    EXPECT_TRUE(m.try_lock());
-    m.unlock();
-}
-
 // A nested shared lock while a writer waits must not deadlock: a writer blocks new readers only
 // once it holds the lock.
 TEST(SharedMutex, NestedSharedLockWhileWriterWaits) {

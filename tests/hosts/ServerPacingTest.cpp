@@ -19,17 +19,14 @@ TEST(ServerHostPacing, WaitsForTheNextSlotOfTheSchedule) {
     EXPECT_EQ(pacer.DroppedTicks(), 0u);
 }
 
-TEST(ServerHostPacing, ASmallDelayIsMadeUpWithoutWaiting) {
+// A small delay is made up without waiting; a long stall drops ticks instead of bursting.
+TEST(ServerHostPacing, SmallDelaysAreMadeUpLongStallsDropTicks) {
     host::TickPacer pacer(100.0, 0.25);
     pacer.Start(0.0);
     for (int i = 0; i < 4; ++i) EXPECT_EQ(pacer.Next(0.05), 0.0) << i;  // 40 ms late: the next ticks follow at once
     EXPECT_NEAR(pacer.Next(0.05), 0.0, 1e-9);
     EXPECT_NEAR(pacer.Next(0.05), 0.01, 1e-9);  // back on the schedule
     EXPECT_EQ(pacer.DroppedTicks(), 0u);
-}
-
-TEST(ServerHostPacing, ALongStallDropsTicksInsteadOfBursting) {
-    host::TickPacer pacer(100.0, 0.25);
     pacer.Start(0.0);
     EXPECT_EQ(pacer.Next(2.0), 0.0);  // 1.99 s behind
     EXPECT_EQ(pacer.DroppedTicks(), 199u);
@@ -46,28 +43,10 @@ TEST(ServerHostProgress, LineEveryIntervalWithTheRateOfThatInterval) {
               "tick 120 | 60.0 ticks/s | bodies 7 | resting 3 | entities 9 | physics 0.250 ms/tick");
     EXPECT_FALSE(meter.Due(12.5));  // the line started a new interval
     s.ticks = 150;
-    EXPECT_DOUBLE_EQ(meter.TicksPerSecond(13.0, 150), 30.0);
     EXPECT_NE(meter.Line(13.0, s).find("30.0 ticks/s"), std::string::npos);
-
-    host::ProgressMeter off(0.0);  // interval zero prints nothing
-    off.Start(0.0, 0);
-    EXPECT_FALSE(off.Due(1e9));
 }
 
-TEST(ServerHostStopSignal, SigintAndSigtermRaiseTheFlagWithoutEndingTheProcess) {
-    host::InstallStopHandlers();
-    for (int sig : {SIGINT, SIGTERM}) {
-        host::ClearStopRequest();
-        EXPECT_FALSE(host::StopRequested());
-        ASSERT_EQ(std::raise(sig), 0);
-        EXPECT_TRUE(host::StopRequested());
-        EXPECT_EQ(host::StopSignal(), sig);
-    }
-    host::ClearStopRequest();
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
-}
-
+// SIGTERM's flag and a clean stop are seen end to end in the server process tests.
 TEST(ServerHostStopSignal, ASecondSignalWhileStoppingEndsTheProcess) {
 #if defined(__SANITIZE_THREAD__)
     // ThreadSanitizer holds a raised signal back until its next safe point, so the handler has not

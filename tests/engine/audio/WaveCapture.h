@@ -73,51 +73,37 @@ struct Recording {
     }
 };
 
-inline uint32_t Le(const unsigned char* p, int bytes) {
-    uint32_t v = 0;
-    for (int i = bytes - 1; i >= 0; --i) v = (v << 8) | p[i];
-    return v;
-}
-
-// Reads the writer's file: 32-bit float, stereo.
+// Reads the writer's file: 32-bit float, stereo. The writer puts its "fmt " and "data" chunks
+// ahead of the samples; the data size is written when the device closes, so the file's length
+// is trusted over it.
 inline Recording ReadCapture() {
     Recording r;
     std::ifstream in(kCaptureFolder / "out.wav", std::ios::binary);
-    std::vector<unsigned char> b((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (b.size() < 12 || std::memcmp(b.data(), "RIFF", 4) != 0 || std::memcmp(b.data() + 8, "WAVE", 4) != 0) {
+    const std::string b((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const size_t fmt = b.find("fmt "), data = b.find("data");
+    if (b.rfind("RIFF", 0) != 0 || fmt == b.npos || data == b.npos || fmt + 34 > b.size() || data < fmt) {
         ADD_FAILURE() << "no wave file was written";
         return r;
     }
-    uint32_t channels = 0, bits = 0, tag = 0;
-    for (size_t at = 12; at + 8 <= b.size();) {
-        const uint32_t size = Le(&b[at + 4], 4);
-        const size_t body = at + 8;
-        if (std::memcmp(&b[at], "fmt ", 4) == 0 && body + 16 <= b.size()) {
-            tag = Le(&b[body], 2);
-            channels = Le(&b[body + 2], 2);
-            r.rate = float(Le(&b[body + 4], 4));
-            bits = Le(&b[body + 14], 2);
-            if (tag == 0xFFFE && body + 26 <= b.size()) tag = Le(&b[body + 24], 2);  // extensible: sub-format
-        } else if (std::memcmp(&b[at], "data", 4) == 0) {
-            // The size is written when the device closes; trust the file's length over it.
-            const size_t bytes = std::min<size_t>(size ? size : b.size(), b.size() - body);
-            if (tag != 3 || bits != 32 || channels != 2) {
-                ADD_FAILURE() << "expected stereo 32-bit float, got format " << tag << ", " << bits << " bits, "
-                              << channels << " channels";
-                return r;
-            }
-            const size_t frames = bytes / 8;
-            r.samples.resize(frames);
-            for (size_t i = 0; i < frames; ++i) {
-                float lr[2];
-                std::memcpy(lr, &b[body + 8 * i], 8);
-                r.samples[i] = 0.5f * (lr[0] + lr[1]);
-            }
-            return r;
-        }
-        at = body + size + (size & 1);
+    auto le = [&](size_t at, int bytes) {
+        uint32_t v = 0;
+        for (int i = bytes - 1; i >= 0; --i) v = (v << 8) | static_cast<unsigned char>(b[at + size_t(i)]);
+        return v;
+    };
+    const uint32_t channels = le(fmt + 10, 2), bits = le(fmt + 22, 2);
+    const uint32_t tag = le(fmt + 8, 2) == 0xFFFE ? le(fmt + 32, 2) : le(fmt + 8, 2);  // extensible: sub-format
+    r.rate = float(le(fmt + 12, 4));
+    if (tag != 3 || bits != 32 || channels != 2) {
+        ADD_FAILURE() << "expected stereo 32-bit float, got format " << tag << ", " << bits << " bits, " << channels
+                      << " channels";
+        return r;
     }
-    ADD_FAILURE() << "the wave file has no data";
+    r.samples.resize((b.size() - data - 8) / 8);
+    for (size_t i = 0; i < r.samples.size(); ++i) {
+        float lr[2];
+        std::memcpy(lr, &b[data + 8 + 8 * i], 8);
+        r.samples[i] = 0.5f * (lr[0] + lr[1]);
+    }
     return r;
 }
 

@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "quorl/graphics/GlfwWindow.h"
 #include "quorl/graphics/Window.h"
 
 using namespace quorl::graphics;
@@ -22,7 +20,7 @@ TEST(GraphicsWindow, HeadlessIgnoresBadModesAndKeys) {
 }
 
 // Slots hold what was set; a reader that kept a pointer into a slot's arrays reads the device's
-// new values, and zeros once it is gone, never freed memory.
+// new values (and zeros once it is gone: JoystickTest.DisappearingDevice), never freed memory.
 TEST(GraphicsWindow, JoysticksBySlotWithArraysThatStayInPlace) {
     Window w;
     int count = -1;
@@ -53,14 +51,9 @@ TEST(GraphicsWindow, JoysticksBySlotWithArraysThatStayInPlace) {
     EXPECT_EQ(count, 1);
     EXPECT_EQ(axes[0], 0.5f);
     EXPECT_EQ(axes[1], 0.0f);
-    const unsigned char* buttons = w.GetJoystickButtons(3, count);
     w.RemoveJoystick(3);
-    EXPECT_FALSE(w.JoystickPresent(3));
     EXPECT_FALSE(w.GetGamepadState(3, state));
     EXPECT_EQ(w.GetJoystickButtons(3, count), nullptr);
-    EXPECT_EQ(axes[0], 0.0f);
-    EXPECT_EQ(buttons[0], 0);
-    EXPECT_EQ(w.GetJoystickName(3), "");
 }
 
 TEST(GraphicsWindow, KeyAndMouseCallbacksByName) {
@@ -88,17 +81,4 @@ TEST(GraphicsWindow, KeyAndMouseCallbacksByName) {
     w.SetMouseButton(1, RELEASE);
     EXPECT_EQ(seen, (std::vector<std::string>{"a65/2/1", "b", "a'", "b", "m1/1"}));
     EXPECT_EQ(w.GetMouseButton(1), RELEASE);
-}
-
-// Without a display the desktop window fails with an error, never a crash.
-TEST(GraphicsWindow, GlfwWindowFailsCleanlyOrWorks) {
-    try {
-        GlfwWindow w(320, 200, "Zendola test");
-        w.SetInputMode(CURSOR, CURSOR_DISABLED);
-        EXPECT_EQ(w.GetInputMode(CURSOR), CURSOR_DISABLED);
-        w.PollEvents();
-        EXPECT_FALSE(w.ShouldClose());
-    } catch (const std::runtime_error& e) {
-        EXPECT_NE(std::string(e.what()).find("GLFW"), std::string::npos) << e.what();
-    }
 }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -24,7 +23,6 @@ public:
 
     std::vector<std::string> calls;
     std::vector<VkCommandBuffer> buffers;
-    bool throwInRender = false;
     VkClearRect rect{{{16, 8}, {24, 40}}, 0, 1};
     uint32_t aimId = 0;
 
@@ -39,7 +37,6 @@ public:
     void FrameBuildCommands(VkCommandBuffer c) override { Cmd("FrameBuildCommands", c); }
     void FrameRenderCommands(VkCommandBuffer c) override {
         Cmd("FrameRenderCommands", c);
-        if (throwInRender) throw std::runtime_error("hook failed");
         // A region of the colour attachment and of the aim id attachment.
         VkClearAttachment clears[2]{};
         clears[0].aspectMask = VK_IMAGE_ASPECT_COLOR_BIT;
@@ -80,38 +77,17 @@ TEST_F(QuorlRendererTest, FrameRunsTheSeventeenCallbacksAroundOneCommandBufferAn
     ASSERT_TRUE(r.IsOffscreen());
     ASSERT_TRUE(r.Frame());
     const std::vector<std::string> expected = {
-        "FrameInit",         "FrameUpdateUi",        "FrameBeforeUpdate",         "FrameUpdate",
-        "FrameAfterUpdate",  "FrameBeforeRender",    "FrameUpdateDescriptorSets", "FramePushCommands",
-        "FrameBuildCommands", "FrameRenderCommands", "FrameBeforePost",           "FrameResolveCommands",
-        "FrameBlitCommands", "FramePostCommands",    "FrameOverlayCommands",      "FrameAfterRender",
-        "FrameCollectGarbage"};
+        "FrameInit", "FrameUpdateUi", "FrameBeforeUpdate", "FrameUpdate", "FrameAfterUpdate", "FrameBeforeRender",
+        "FrameUpdateDescriptorSets", "FramePushCommands", "FrameBuildCommands", "FrameRenderCommands",
+        "FrameBeforePost", "FrameResolveCommands", "FrameBlitCommands", "FramePostCommands",
+        "FrameOverlayCommands", "FrameAfterRender", "FrameCollectGarbage"};
     EXPECT_EQ(r.calls, expected);
     ASSERT_EQ(r.buffers.size(), 7u);
     for (VkCommandBuffer c : r.buffers) EXPECT_EQ(c, r.buffers[0]);
     EXPECT_NE(r.buffers[0], VkCommandBuffer(VK_NULL_HANDLE));
 
     // The sky, and the region the render hook cleared.
-    const std::vector<uint8_t> pixels = r.Output();
-    EXPECT_TRUE(MatchesGolden("frame_sky_clear_region", pixels, 64, 64));
-    // Inside the region red; above the horizon bluer than below it.
-    auto at = [&](int x, int y, int c) { return int(pixels[(size_t(y) * 64 + size_t(x)) * 4 + size_t(c)]); };
-    EXPECT_EQ(at(20, 20, 0), 255);
-    EXPECT_EQ(at(20, 20, 2), 0);
-    EXPECT_GT(at(60, 4, 2), at(60, 60, 2));
-}
-
-TEST_F(QuorlRendererTest, ThrowingHookEndsTheFrameAndTheNextOneWorks) {
-    quorl::graphics::Window window;
-    RecordingRenderer r(&window, {32, 32});
-    r.rect = {{{16, 8}, {8, 8}}, 0, 1};
-    r.throwInRender = true;
-    EXPECT_THROW(r.Frame(), std::runtime_error);
-    EXPECT_EQ(r.calls.back(), "FrameRenderCommands");
-    r.throwInRender = false;
-    r.calls.clear();
-    EXPECT_TRUE(r.Frame());
-    EXPECT_EQ(r.calls.size(), 17u);
-    EXPECT_EQ(r.Output()[(10 * 32 + 20) * 4], 255);  // the region is drawn again
+    EXPECT_TRUE(MatchesGolden("frame_sky_clear_region", r.Output(), 64, 64));
 }
 
 TEST_F(QuorlRendererTest, RenderScaleDrawsSmallerAndTheOutputKeepsItsSize) {

@@ -92,38 +92,12 @@ TEST_F(EnvironmentAudioTest, VotesAreSmoothedOverFrames) {
 
     // A frame without votes changes nothing, and its record is reset all the same.
     const float inside = e.GetParameter("inside");
-    e.underwater = true;
     d = Votes(0, 0, 123);
     e.UpdateData(&d);
     EXPECT_EQ(e.GetParameter("inside"), inside);
     EXPECT_NEAR(e.GetParameter("dist to water"), 42.0f, 0.05f);
-    EXPECT_EQ(studio.GetParameter("underwater"), 0.0f);
     EXPECT_EQ(d.hydrosphereDistance, 10000);
     e.UpdateData(nullptr);
-
-    // With votes the global follows the field.
-    Frames(e, 1, 1, 0);
-    EXPECT_EQ(studio.GetParameter("underwater"), 1.0f);
-    e.underwater = false;
-    Frames(e, 1, 1, 0);
-    EXPECT_EQ(studio.GetParameter("underwater"), 0.0f);
-
-    // All rays on objects for 30 frames: inside.
-    Frames(e, 30, 0, 5);
-    EXPECT_GT(e.GetParameter("inside"), 0.99f);
-}
-
-// The wind's effect on the sound is checked in the recordings below.
-TEST_F(EnvironmentAudioTest, WindSpeedSetsTheEnvironmentVolume) {
-    Studio studio;
-    EnvironmentAudio e(&studio);
-    e.SetWindSpeed(12.0f, 0.9f);
-    EXPECT_EQ(e.GetVolume(), 0.5f);  // no settings: full environment volume, halved
-    game::GameSettings settings((audio_test::kCaptureFolder / "settings.ini").string(), 0);
-    settings.environment_volume = 0.6f;
-    Game::settings = &settings;
-    e.SetWindSpeed(3.0f, 1.0f);
-    EXPECT_FLOAT_EQ(e.GetVolume(), 0.3f);
 }
 
 // The written ambience: louder and brighter with wind speed, louder with density, silent in calm

@@ -11,22 +11,15 @@
 #include <vector>
 
 #include "GoldenImage.h"
-#include "VulkanTest.h"
-#include "game/Game.h"
-#include "game/QuorlScreen.h"
-#include "game/graphics/GameRenderer.h"
 #include "game/graphics/LightSourceInstance.h"
 #include "game/graphics/Mesh.h"
 #include "game/graphics/OutputPixels.h"
 #include "game/graphics/PlasmaTrail.h"
 #include "game/graphics/RenderableInstance.h"
+#include "game/graphics/RendererTest.h"
 #include "game/graphics/SceneRenderer.h"
-#include "quorl/graphics/DynamicAsyncTexture.h"
 #include "quorl/graphics/Texture.h"
-#include "quorl/graphics/Window.h"
 
-using game::Game;
-using game::graphics::GameRenderer;
 using game::graphics::LightSourceInstance;
 using game::graphics::Mesh;
 using game::graphics::RenderableInstance;
@@ -35,19 +28,11 @@ namespace {
 
 constexpr uint32_t kWidth = 256, kHeight = 144;
 
-class SceneRendererTest : public VulkanTest {
+class SceneRendererTest : public RendererTest<kWidth, kHeight> {
 protected:
     void SetUp() override {
-        VulkanTest::SetUp();
-        renderer = std::make_unique<GameRenderer>(&window, "SceneRendererTest", 1,
-                                                  quorl::vk::PhysicalDevice::Features{}, VkExtent2D{kWidth, kHeight});
-        Game::renderer = renderer.get();
+        RendererTest::SetUp();
         renderer->showCrosshair = false;
-    }
-    void TearDown() override {
-        renderer.reset();
-        Game::renderer = nullptr;
-        VulkanTest::TearDown();
     }
 
     // A shown instance of a mesh node (material kind entity_tri), one RenderableData per geometry.
@@ -68,19 +53,16 @@ protected:
     static const uint8_t* At(const std::vector<uint8_t>& pixels, uint32_t x, uint32_t y) {
         return &pixels[(size_t(y) * kWidth + x) * 4];
     }
-
-    quorl::graphics::Window window;
-    std::unique_ptr<GameRenderer> renderer;
 };
 
 glm::dmat4 Place(glm::dvec3 position, double yawDegrees = 0.0) {
     return glm::rotate(glm::translate(glm::dmat4(1.0), position), glm::radians(yawDegrees), glm::dvec3(0, 1, 0));
 }
 
-// A 2 x 1 quad facing +z with texture coordinates, in a folder of its own: its material is the
-// JSON given, its node "monitor".
-std::string WriteQuad(const std::string& name, const std::string& material, const std::string& extra = "") {
-    const std::filesystem::path dir = std::filesystem::path(ZENDOLA_BINARY_DIR) / "test-output" / name;
+// A 2 x 1 quad facing +z, node "quad", in a folder of its own; its material "paint" has the base
+// colour image halves.png, which is not written here.
+std::string WriteTexturedQuad() {
+    const std::filesystem::path dir = std::filesystem::path(ZENDOLA_BINARY_DIR) / "test-output" / "textured_quad";
     std::filesystem::create_directories(dir);
     const float positions[12] = {-1, -0.5f, 0, 1, -0.5f, 0, 1, 0.5f, 0, -1, 0.5f, 0};
     const float uvs[8] = {0, 1, 1, 1, 1, 0, 0, 0};
@@ -90,9 +72,10 @@ std::string WriteQuad(const std::string& name, const std::string& material, cons
     bin.write(reinterpret_cast<const char*>(uvs), sizeof uvs);
     bin.write(reinterpret_cast<const char*>(indices), sizeof indices);
     std::ofstream(dir / "quad.gltf") << R"({"asset": {"version": "2.0"},
-      "nodes": [{"name": "monitor", "mesh": 0}],
+      "nodes": [{"name": "quad", "mesh": 0}],
       "meshes": [{"primitives": [{"attributes": {"POSITION": 0, "TEXCOORD_0": 1}, "indices": 2, "material": 0}]}],
-      "materials": [)" << material << "]," << extra << R"(
+      "materials": [{"name": "paint", "pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}}],
+      "textures": [{"source": 0}], "images": [{"uri": "halves.png"}],
       "buffers": [{"uri": "quad.bin", "byteLength": 92}],
       "bufferViews": [{"buffer": 0, "byteOffset": 0, "byteLength": 48}, {"buffer": 0, "byteOffset": 48, "byteLength": 32},
                       {"buffer": 0, "byteOffset": 80, "byteLength": 12}],
@@ -100,10 +83,6 @@ std::string WriteQuad(const std::string& name, const std::string& material, cons
                     {"bufferView": 1, "componentType": 5126, "count": 4, "type": "VEC2"},
                     {"bufferView": 2, "componentType": 5123, "count": 6, "type": "SCALAR"}]})";
     return (dir / "quad.gltf").string();
-}
-
-std::string WriteScreenQuad() {
-    return WriteQuad("screen_quad", R"({"name": "screen", "pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}})");
 }
 
 }  // namespace
@@ -159,47 +138,20 @@ TEST_F(SceneRendererTest, LitMeshesEmissionHiddenInstancesAndTheAimedOne) {
     EXPECT_TRUE(MatchesGolden("scene_lit_meshes", Shot("scene_lit_meshes_far"), kWidth, kHeight));
 }
 
-// A QuorlScreen's drawing on a "screen" material: the texture is pushed in the first frame and
-// shown from the second.
-TEST_F(SceneRendererTest, AMonitorShowsAScreenDrawing) {
-    game::QuorlScreen screen(64, 32, 0xFF102040);
-    screen.DrawRect(2, 2, 61, 29, 0xFFFFFFFF, 0);
-    screen.DrawCircle(48, 16, 9, 0, 0xFFFF8000);
-    screen.Write(6, 12, 0xFF40FF40, "ZEN");
-    std::vector<uint8_t> rgba;
-    for (uint32_t p : screen.pixels)
-        rgba.insert(rgba.end(), {uint8_t(p >> 16), uint8_t(p >> 8), uint8_t(p), 255});
-    auto texture = std::make_shared<quorl::graphics::DynamicAsyncTexture>(renderer->GetDevice(), 64, 32, "screen");
-    ASSERT_TRUE(texture->SetPixels(rgba));
-    renderer->PushTexture(texture);
-    const uint32_t index = renderer->AddTexture(texture, renderer->SamplerNearest());
-
-    const Mesh quad(WriteScreenQuad());
-    auto monitor = Show(quad, "monitor", Place({0, 0, -1.5}));
-    ASSERT_TRUE(monitor->SetMonitorTexture("screen", index, {1, 1, 1}));
-    ASSERT_TRUE(renderer->Frame());
-    ASSERT_TRUE(renderer->Frame());
-    const std::vector<uint8_t> pixels = Shot("scene_monitor");
-    ASSERT_FALSE(pixels.empty());
-    EXPECT_TRUE(MatchesGolden("scene_monitor", pixels, kWidth, kHeight));
-}
-
 // A material's base colour image is read beside the model, added to the texture array and drawn
 // on the quad.
 TEST_F(SceneRendererTest, BaseColourImagesOfMaterials) {
-    const std::string path =
-        WriteQuad("textured_quad", R"({"name": "paint", "pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}})",
-                  R"("textures": [{"source": 0}], "images": [{"uri": "halves.png"}],)");
+    const std::string path = WriteTexturedQuad();
     const std::string image = (std::filesystem::path(path).parent_path() / "halves.png").string();
     std::vector<uint8_t> halves;  // 8 x 4: red on the left, blue on the right
     for (int i = 0; i < 32; ++i)
         halves.insert(halves.end(), {uint8_t(i % 8 < 4 ? 230 : 20), 20, uint8_t(i % 8 < 4 ? 20 : 230), 255});
     ASSERT_TRUE(quorl::graphics::Texture::SaveFile(image, 8, 4, 4, halves.data()));
     Mesh quad(path);
-    const auto geometry = quad.nodes.at("monitor").at(0);
+    const auto geometry = quad.nodes.at("quad").at(0);
     ASSERT_NE(geometry->baseColorTexture, 0u);
     EXPECT_EQ(renderer->GetTexture(geometry->baseColorTexture)->Extent().width, 8u);
-    auto shown = Show(quad, "monitor", Place({0, 0, -1.5}));
+    auto shown = Show(quad, "quad", Place({0, 0, -1.5}));
     LightSourceInstance light({0.0f, 0.3f, -0.5f}, 0.1f, {0, 0, 0}, 0.0f, {1.0f, 1.0f, 1.0f}, 20.0f);
     ASSERT_TRUE(renderer->Frame());
     const std::vector<uint8_t> pixels = Shot("scene_textured_quad");
@@ -207,7 +159,6 @@ TEST_F(SceneRendererTest, BaseColourImagesOfMaterials) {
     const uint8_t *left = At(pixels, kWidth / 2 - 30, kHeight / 2), *right = At(pixels, kWidth / 2 + 30, kHeight / 2);
     EXPECT_GT(left[0], left[2] + 80);
     EXPECT_GT(right[2], right[0] + 80);
-
 }
 
 // Hit shaders that modules add have no raster twin: their instances are drawn as lit surfaces
@@ -241,9 +192,9 @@ TEST_F(SceneRendererTest, ModuleHitShadersFallBackToLitSurfaces) {
     }
 }
 
-// A body flying at 300 m/s through air (-x) with its PlasmaTrail behind it: the wake glows
-// brightest just behind the body and fades along its length; the flow field, computed each frame,
-// makes the glow move from one frame to the next while the rest of the picture stays.
+// A body flying at 300 m/s through air (-x) with its PlasmaTrail behind it (how the wake looks is
+// the client's glider picture): the flow field, computed each frame, makes the glow move from one
+// frame to the next while the rest of the picture stays.
 TEST_F(SceneRendererTest, PlasmaTrailOnAFastBody) {
     const Mesh cube(quorl::graphics::Texture::DataPath("models/cube.gltf"));
     const glm::dvec3 at(-4.5, 1.5, -9.0), velocity(-300.0, 0.0, 0.0);
@@ -268,9 +219,8 @@ TEST_F(SceneRendererTest, PlasmaTrailOnAFastBody) {
     ASSERT_TRUE(renderer->Frame());
     const std::vector<uint8_t> pixels = Shot("scene_plasma_trail");
     ASSERT_FALSE(pixels.empty());
-    EXPECT_TRUE(MatchesGolden("scene_plasma_trail", pixels, kWidth, kHeight));
 
-    // Along the trail's axis: behind the body, halfway, past the end, and the sky.
+    // Where a point on the trail's axis is drawn.
     const auto pixel = [&](double x) {
         const glm::dvec4 clip = glm::dmat4(renderer->Data().projectionMatrix) *
                                 glm::dmat4(renderer->Data().viewMatrix) *
@@ -278,12 +228,6 @@ TEST_F(SceneRendererTest, PlasmaTrailOnAFastBody) {
         return glm::uvec2((clip.x / clip.w * 0.5 + 0.5) * kWidth, (clip.y / clip.w * 0.5 + 0.5) * kHeight);
     };
     const uint32_t row = pixel(at.x).y;
-    const uint8_t *near = At(pixels, pixel(at.x + 1.5).x, row), *half = At(pixels, pixel(at.x + 5.0).x, row),
-                  *past = At(pixels, pixel(at.x + 11.0).x, row), *ground = At(pixels, kWidth / 2, kHeight - 8);
-    EXPECT_GT(near[0], past[0] + 60);
-    EXPECT_GT(near[0], ground[0] + 60);
-    EXPECT_GT(near[0], half[0]);
-    EXPECT_GT(near[0], near[2] + 30);  // warm
     EXPECT_EQ(renderer->aim.aimBuffer.AimId(), 0u);  // glow is not aimed at
     // The flow moved: pixels in the wake changed, the rest did not.
     ASSERT_EQ(first.size(), pixels.size());

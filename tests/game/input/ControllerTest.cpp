@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <filesystem>
-#include <limits>
 #include <memory>
 
 #include <imgui.h>
@@ -27,7 +26,7 @@ double gNow = 0;  // seconds, the hold timers' clock
 double FakeNow() { return gNow; }
 
 constexpr int KEY_SPACE = 32, KEY_1 = 49, KEY_R = 82, KEY_W = 87, KEY_ESCAPE = 256, KEY_ENTER = 257, KEY_TAB = 258;
-constexpr int PAD_B = 1, PAD_START = 7, PAD_LEFT_THUMB = 9, PAD_RIGHT_THUMB = 10;
+constexpr int PAD_B = 1, PAD_START = 7, PAD_RIGHT_THUMB = 10;
 
 // How many of the 61 actions are set now.
 int ActiveActions() {
@@ -111,28 +110,20 @@ TEST_F(ControllerTest, ModeZeroLeavesEscapeChatAndGamepadB) {
     SetPadButton(PAD_B, true);
     Frame();
     EXPECT_TRUE(Controller::GetSit());
-    EXPECT_TRUE(Controller::GetSit_Pressed());
     EXPECT_TRUE(Controller::GetEscape_Released());
     EXPECT_EQ(ActiveActions(), 1);
     SetPadButton(PAD_START, true);
     Frame();
     EXPECT_TRUE(Controller::GetEscape_Pressed());
-    Frame();
-    EXPECT_TRUE(Controller::GetEscape());
-    EXPECT_FALSE(Controller::GetEscape_Pressed());
-    EXPECT_EQ(Controller::GetEscape_Delta(), 0);
 }
 
 TEST_F(ControllerTest, KeyboardYieldsToTheInterface) {
     for (int key : {KEY_W, KEY_SPACE, KEY_TAB, KEY_1, KEY_ENTER}) window.SetKey(key, PRESS);
     Frame();
     EXPECT_EQ(Controller::GetAvatarTranslateForward(), 1.0);
-    EXPECT_EQ(Controller::GetVehicleTranslateForward(), 1.0);
+    EXPECT_EQ(Controller::GetVehicleTranslateForward(), 1.0);  // one key, two actions
     EXPECT_TRUE(Controller::GetAvatarJump());
-    EXPECT_EQ(Controller::GetAvatarJump_Delta(), 1);
-    EXPECT_TRUE(Controller::GetAvatarInventory());
     EXPECT_TRUE(Controller::GetAvatarInventorySelect1());
-    EXPECT_TRUE(Controller::GetVehicleAux1());
 
     // A focused interface window takes the play keys; the inventory keys still work.
     ImGui::CreateContext();
@@ -149,7 +140,6 @@ TEST_F(ControllerTest, KeyboardYieldsToTheInterface) {
     EXPECT_FALSE(Controller::GetAvatarJump());
     EXPECT_EQ(Controller::GetAvatarTranslateForward(), 0.0);
     EXPECT_TRUE(Controller::GetAvatarInventory());
-    EXPECT_TRUE(Controller::GetAvatarInventorySelect1());
 
     // An interface that wants the keyboard takes every binding but chat and Escape.
     io.WantCaptureKeyboard = true;
@@ -177,7 +167,6 @@ TEST_F(ControllerTest, MouseButtonsAndLookOnlyInLookMode) {
     // Half the travel in window heights, times look_sensitivity (2).
     EXPECT_DOUBLE_EQ(Controller::GetAvatarYaw(), 0.5 * 80 / 800 * 2);
     EXPECT_DOUBLE_EQ(Controller::GetAvatarPitch(), -0.5 * 40 / 800 * 2);
-    EXPECT_DOUBLE_EQ(Controller::state.AvatarYaw, 0.5 * 80 / 800);
     double x, y;
     window.GetCursorPos(x, y);
     EXPECT_EQ(x, 0);
@@ -187,22 +176,16 @@ TEST_F(ControllerTest, MouseButtonsAndLookOnlyInLookMode) {
     window.SetCursorPos(0, -40);
     Frame();
     EXPECT_DOUBLE_EQ(Controller::GetAvatarPitch(), 0.5 * 40 / 800 * 2);
-    EXPECT_DOUBLE_EQ(Controller::GetAvatarPitch_Delta(), 0.1);
-    Frame();
-    EXPECT_TRUE(Controller::GetAvatarPitch_Released());
 }
 
-// A stick's halves go to two actions; the deadzone cuts small deflections; sources on one
-// float action add and are clamped to 1.
+// A stick's halves go to two actions (the deadzone is JoystickTest's); sources on one float
+// action add and are clamped to 1.
 TEST_F(ControllerTest, GamepadAndJoystickAxesAddAndClamp) {
     ConnectPad();
     SetPadAxis(0, -0.6f);
     Frame();
     EXPECT_FLOAT_EQ(float(Controller::GetAvatarTranslateLeft()), 0.6f);
     EXPECT_EQ(Controller::GetAvatarTranslateRight(), 0.0);
-    SetPadAxis(0, -0.05f);
-    Frame();
-    EXPECT_EQ(Controller::GetAvatarTranslateLeft(), 0.0);
 
     Window::Joystick stick;
     stick.guid = "Stick";
@@ -229,18 +212,11 @@ TEST_F(ControllerTest, GamepadAndJoystickAxesAddAndClamp) {
     window.SetJoystick(3, stick);
     Frame();
     EXPECT_FLOAT_EQ(float(Controller::GetAvatarTranslateForward()), 0.7f);
-    forward.joystickIndex = 1;  // a second device of that GUID
-    Frame();
-    EXPECT_FLOAT_EQ(float(Controller::GetAvatarTranslateForward()), 0.3f);
 
-    // Station mode: the right trigger at rest is half of the main thrust's unipolar range.
+    // Avatar movement is for play mode only: not in a station.
     Game::_inputMode = 2;
     Frame();
-    EXPECT_EQ(Controller::GetVehicleMainThrust(), 0.0);
-    SetPadAxis(5, 0.0f);
-    Frame();
-    EXPECT_EQ(Controller::GetVehicleMainThrust(), 0.5);
-    EXPECT_EQ(Controller::GetAvatarTranslateForward(), 0.0);  // avatar movement is for play mode
+    EXPECT_EQ(Controller::GetAvatarTranslateForward(), 0.0);
 }
 
 // Look with the right stick: squared, times dt, yaw one and a half times pitch. In a station
@@ -265,30 +241,12 @@ TEST_F(ControllerTest, GamepadLookAndVehicleLookToggle) {
     EXPECT_FALSE(Controller::vehicleGamepadLookMode);  // held: one flip per press
     EXPECT_FLOAT_EQ(float(Controller::GetVehiclePitchUp()), 0.5f);
     EXPECT_FLOAT_EQ(float(Controller::GetVehicleYawRight()), 0.5f);
-    EXPECT_EQ(Controller::GetVehicleYawLeft(), 0.0);
     EXPECT_EQ(Controller::GetAvatarYaw(), 0.0);
     SetPadButton(PAD_RIGHT_THUMB, false);
     Frame(100);
     SetPadButton(PAD_RIGHT_THUMB, true);
     Frame(100);
     EXPECT_TRUE(Controller::vehicleGamepadLookMode);
-}
-
-TEST_F(ControllerTest, StickClickLatchesSprintUntilTheAvatarStops) {
-    ConnectPad();
-    SetPadButton(PAD_LEFT_THUMB, true);
-    Frame();
-    EXPECT_TRUE(Controller::GetAvatarSprint());
-    SetPadButton(PAD_LEFT_THUMB, false);
-    SetPadAxis(1, -0.8f);
-    Frame();
-    EXPECT_TRUE(Controller::GetAvatarSprint());
-    SetPadAxis(1, 0.0f);
-    Frame();
-    EXPECT_FALSE(Controller::GetAvatarSprint());
-    SetPadAxis(1, -0.8f);
-    Frame();
-    EXPECT_FALSE(Controller::GetAvatarSprint());
 }
 
 // _Hold(min, 0) fires once during a hold, after min ms and at least three held frames.
@@ -355,24 +313,9 @@ TEST_F(ControllerTest, HoldArgumentsAreChecked) {
     EXPECT_DEATH(Controller::GetVehicleMainThrust_HoldOrToggle(0), "src/game/input/Controller:503");
 }
 
-TEST_F(ControllerTest, AccessorFamiliesOnFloats) {
-    Controller::previousState.AvatarToolPrimary = 0;
-    Controller::state.AvatarToolPrimary = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_TRUE(Controller::GetAvatarToolPrimary_Pressed());  // not-a-number counts as set
-    EXPECT_FALSE(Controller::GetAvatarToolPrimary_Released());
-    Controller::previousState.VehicleMainThrust = 0.75;
-    Controller::state.VehicleMainThrust = 0.25;
-    EXPECT_DOUBLE_EQ(Controller::GetVehicleMainThrust_Delta(), -0.5);
-    EXPECT_FALSE(Controller::GetVehicleMainThrust_Pressed());
-    Controller::state.AvatarJump = 0.5;  // a boolean action: any value but 0 is set
-    EXPECT_TRUE(Controller::GetAvatarJump());
-    EXPECT_EQ(Controller::GetAvatarJump_Delta(), 1);
-}
-
 TEST_F(ControllerTest, BindingText) {
     EXPECT_STREQ(Controller::BindingStr(settings->input_binding_zoom), "Z");
     EXPECT_STREQ(Controller::BindingStr(settings->input_binding_avatar_tool_secondary), "MOUSE_RIGHT");
-    EXPECT_STREQ(Controller::BindingStr(settings->input_binding_avatar_pitch_up), "GAMEPAD_AXIS_RIGHT_Y");
     Controller::InputBinding b;
     EXPECT_STREQ(Controller::BindingStr(b), "[NONE]");
     b.joystickButton = 3;
@@ -381,9 +324,7 @@ TEST_F(ControllerTest, BindingText) {
     EXPECT_STREQ(Controller::BindingStr(b), "GAMEPAD_BUTTON_B");
     b.gamepadAxis = 4;  // an axis wins over the button
     EXPECT_STREQ(Controller::BindingStr(b), "GAMEPAD_AXIS_LEFT_TRIGGER");
-    b.mouseButton = 9;
-    EXPECT_STREQ(Controller::BindingStr(b), "[NONE]");
-    b.key = 1000;
+    b.mouseButton = 9;  // out of range: no name
     EXPECT_STREQ(Controller::BindingStr(b), "[NONE]");
 }
 

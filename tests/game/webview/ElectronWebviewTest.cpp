@@ -163,12 +163,7 @@ TEST_F(Webview, FramesGoToTheirPageByName) {
     // After Close, and after ClearCallbacks, a frame in flight is an out-of-range error.
     webview.Close("tex");
     wire.Send(WireHarness::Frame("tex", "late"));
-    try {
-        webview.ReadFromPipe(*wire.pipe);
-        FAIL() << "no error for a closed page";
-    } catch (const std::out_of_range& error) {
-        EXPECT_STREQ(error.what(), "unordered_map::at");
-    }
+    EXPECT_THROW(webview.ReadFromPipe(*wire.pipe), std::out_of_range);
     webview.ClearCallbacks();
     wire.Send(WireHarness::Frame("plain", "x"));
     EXPECT_THROW(webview.ReadFromPipe(*wire.pipe), std::out_of_range);

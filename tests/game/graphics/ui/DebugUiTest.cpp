@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "ScriptedUi.h"
+#include "TestFiles.h"
 #include "game/Game.h"
 #include "game/GameSettings.h"
 #include "game/graphics/ui/SettingsSaver.h"
@@ -15,8 +16,8 @@ using game::GameSettings;
 namespace {
 
 TEST(DebugUiTest, SettingsChangeInMemoryAndOnlySaveSettingsWritesThem) {
-    const auto path = std::filesystem::temp_directory_path() / "zendola_debug_ui_test.ini";
-    std::filesystem::remove(path);
+    testfiles::TempFolder folder{"zendola-debug-ui"};
+    const std::filesystem::path path = std::filesystem::path(folder.path) / "settings.ini";
     GameSettings settings(path.string(), 0);
     game::graphics::ui::DebugUi panel;
     game::graphics::ui::SettingsSaver saver;
@@ -38,7 +39,6 @@ TEST(DebugUiTest, SettingsChangeInMemoryAndOnlySaveSettingsWritesThem) {
     EXPECT_EQ(saved.brightness, settings.brightness);
     EXPECT_FALSE(saved.tone_mapping);
     Game::testSlider = 0;
-    std::filesystem::remove(path);
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
 // The admin panel's program buttons and the program window they open, driven headlessly.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 
-#include "../../../TestFiles.h"
+#include "TestFiles.h"
 #include "ScriptedUi.h"
 #include "game/QuorlProgramWindow.h"
 #include "game/graphics/ui/AdminPanel.h"
@@ -16,17 +15,14 @@ using game::graphics::ui::testing::ScriptedUi;
 
 namespace {
 
+const std::string kDoor = std::string(ZENDOLA_SOURCE_DIR) + "/data/nodes/door.main.qc";
+
 class ProgramWindowTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        fs::create_directories(folder);
-        testfiles::WriteAll(file, testfiles::ReadAll(std::string(ZENDOLA_SOURCE_DIR) + "/data/nodes/door.main.qc"));
-    }
-    void TearDown() override {
-        AdminPanel::WithdrawPrograms();
-        fs::remove_all(folder);
-    }
-    const fs::path folder = fs::temp_directory_path() / ("zendola_programs_" + std::to_string(::getpid()));
+    void SetUp() override { testfiles::WriteAll(file, testfiles::ReadAll(kDoor)); }
+    void TearDown() override { AdminPanel::WithdrawPrograms(); }
+    testfiles::TempFolder temp{"zendola-programs"};
+    const fs::path folder = temp.path;
     const std::string file = (folder / "demo.main.qc").string();
 };
 
@@ -86,14 +82,13 @@ TEST_F(ProgramWindowTest, AFileThatHoldsNoProgramIsReportedAndNeverWrittenOver) 
     EXPECT_FALSE(fs::exists(file));
 
     // A program that can't be written (its folder is a file): the reason is shown, nothing changes.
-    testfiles::WriteAll(file, testfiles::ReadAll(std::string(ZENDOLA_SOURCE_DIR) + "/data/nodes/door.main.qc"));
+    testfiles::WriteAll(file, testfiles::ReadAll(kDoor));
     ASSERT_TRUE(window.Reload()) << window.error();
     fs::remove_all(folder);
     testfiles::WriteAll(folder.string(), "in the way");
     EXPECT_FALSE(window.Save());
     EXPECT_NE(window.error().find("not saved"), std::string::npos) << window.error();
     EXPECT_EQ(testfiles::ReadAll(folder.string()), "in the way");
-    fs::remove(folder);
 }
 
 }  // namespace
