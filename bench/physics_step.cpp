@@ -31,6 +31,7 @@
 #include "game/entity/EntityConfig.h"
 #include "game/entity/ServerSideEntity.h"
 #include "game/physics/ConvexCollision.h"
+#include "game/physics/EnvironmentRandom.h"
 #include "game/physics/Rigidbody.h"
 #include "quorl/cpu/Profiler.h"
 
@@ -232,6 +233,31 @@ void TracePile(int tick, const std::vector<std::shared_ptr<ServerSideEntity>>& b
                  tick, free, carried, resting, off, moving, fastest, highest);
 }
 
+// m: the deepest overlap between two boxes of the pile at its end, given by their centres of mass
+// and rotations (a pile can look settled and low while its boxes sink into each other). Measured
+// with the collision test on the collider of `cube`, a cube entity, in either engine's ending.
+double DeepestOverlap(const ServerSideEntity& cube, const std::vector<std::pair<glm::dvec3, glm::dquat>>& boxes) {
+    const game::entity::ConvexMeshCollider& collider = cube.colliders.begin()->second;
+    auto place = [&](const std::pair<glm::dvec3, glm::dquat>& box) {
+        const glm::dmat4 pose = game::physics::Multiply(glm::translate(glm::dmat4(1.0), box.first), glm::mat4_cast(box.second));
+        return game::physics::Multiply(game::physics::Multiply(pose, glm::translate(glm::dmat4(1.0), -cube.centerOfMass)),
+                                       collider.transform);
+    };
+    double deepest = 0;
+    for (size_t i = 0; i < boxes.size(); ++i) {
+        for (size_t j = i + 1; j < boxes.size(); ++j) {
+            if (glm::length(boxes[i].first - boxes[j].first) > 2.0) continue;
+            const double depth = game::physics::ConvexCollision(collider, place(boxes[i]), collider, place(boxes[j])).depth;
+            deepest = std::max(deepest, depth);
+            if (depth > 0.05 && std::getenv("ZENDOLA_BENCH_PILE_TRACE"))
+                std::fprintf(stderr, "overlap %.3f: boxes %zu (%.2f %.2f %.2f) and %zu (%.2f %.2f %.2f)\n", depth, i,
+                             boxes[i].first.x, boxes[i].first.y, boxes[i].first.z, j, boxes[j].first.x, boxes[j].first.y,
+                             boxes[j].first.z);
+        }
+    }
+    return deepest;
+}
+
 // The tall pile: time per tick over the fall and the settling, and where the boxes ended.
 void BM_ZendolaTallPile(benchmark::State& state) {
     if (ModelFolder().empty()) {
@@ -241,6 +267,7 @@ void BM_ZendolaTallPile(benchmark::State& state) {
         return;
     }
     RegisterModels();
+    game::physics::SeedEnvironmentRandom(1);  // the same fall in every run
     std::vector<std::shared_ptr<ServerSideEntity>> boxes;
     auto slab = Spawn("slab", {0, 0, 0}, false);
     for (const Placed& p : TurnedBlock(kTallBoxes, kTallLayers)) {
@@ -269,6 +296,7 @@ void BM_ZendolaTallPile(benchmark::State& state) {
     state.counters["off"] = outcome.off;
     state.counters["through"] = outcome.through;
     state.counters["resting"] = resting;
+    state.counters["overlap_mm"] = 1000.0 * DeepestOverlap(*boxes.front(), ends);
     for (auto& e : boxes) ServerSideEntity::Destroy(e->id);
     ServerSideEntity::Destroy(slab->id);
 }
@@ -323,6 +351,12 @@ void BM_BulletTallPile(benchmark::State& state) {
     state.counters["off"] = outcome.off;
     state.counters["through"] = outcome.through;
     state.counters["resting"] = resting;
+    if (!ModelFolder().empty()) {
+        RegisterModels();
+        auto cube = Spawn("cube", {0, 0, 0}, true);
+        state.counters["overlap_mm"] = 1000.0 * DeepestOverlap(*cube, ends);
+        ServerSideEntity::Destroy(cube->id);
+    }
     for (auto& body : bodies) world.removeRigidBody(body.get());
 }
 
@@ -416,9 +450,9 @@ public:
                     return it == run.counters.end() ? -1 : int(it->second.value);
                 };
                 std::printf("tall pile, %d turned boxes in %d layers, %s: %.3f ms/tick (cpu %.3f), off the slab %d, "
-                            "through it %d, resting %d\n",
+                            "through it %d, resting %d, deepest overlap %d mm\n",
                             kTallBoxes, kTallLayers, name.find("bullet:1") != std::string::npos ? "bullet" : "zendola",
-                            ms, cpu, count("off"), count("through"), count("resting"));
+                            ms, cpu, count("off"), count("through"), count("resting"), count("overlap_mm"));
                 continue;
             }
             const int64_t boxes = std::atoll(name.substr(name.find("boxes:") + 6).c_str());

@@ -25,8 +25,9 @@ public:
     // fixed bodies f[0..m). Each list holds exactly the bodies that pass the pair test, in vector
     // order. Large groups are swept along the axis on which the centres spread most, with
     // intervals padded so that no pair that passes the exact test is missed.
+    // With `pairMoving` false only the fixed candidates are added (for a second set of fixed bodies).
     template <class Entity>
-    void FindCandidates(DynamicRigidbody<Entity>* d, size_t n, Rigidbody<Entity>* f, size_t m);
+    void FindCandidates(DynamicRigidbody<Entity>* d, size_t n, Rigidbody<Entity>* f, size_t m, bool pairMoving = true);
 
     // Whether `a` never collides with the body `other`.
     template <class Entity>
@@ -89,8 +90,8 @@ private:
     // Sorts a candidate list by address: the bodies of a group lie in one array, so that is index
     // order. The lists are short; insertion sort.
     template <class List>
-    static void SortByAddress(List& list) {
-        for (size_t a = 1; a < list.size(); ++a) {
+    static void SortByAddress(List& list, size_t from = 0) {
+        for (size_t a = from + 1; a < list.size(); ++a) {
             auto* value = list[a];
             size_t b = a;
             for (; b > 0 && list[b - 1] > value; --b) list[b] = list[b - 1];
@@ -132,10 +133,10 @@ void BroadPhase::ActiveSet::ForEachNear(const SweepItem& item, int axisU, int ax
 }
 
 template <class Entity>
-void BroadPhase::FindCandidates(DynamicRigidbody<Entity>* d, size_t n, Rigidbody<Entity>* f, size_t m) {
+void BroadPhase::FindCandidates(DynamicRigidbody<Entity>* d, size_t n, Rigidbody<Entity>* f, size_t m, bool pairMoving) {
     if (n * (n + m) <= kDirectPairLimit) {
         for (size_t i = 0; i < n; ++i) {
-            for (size_t j = i + 1; j < n; ++j)
+            for (size_t j = pairMoving ? i + 1 : n; j < n; ++j)
                 if (DynamicPair(d[i], d[j])) d[i].dynamicCandidates.push_back(&d[j]);
             for (size_t k = 0; k < m; ++k)
                 if (FixedPair(d[i], f[k])) d[i].fixedCandidates.push_back(&f[k]);
@@ -180,7 +181,7 @@ void BroadPhase::FindCandidates(DynamicRigidbody<Entity>* d, size_t n, Rigidbody
             });
             _activeFixed.Add(item, u, v);
         } else {
-            _activeDynamic.ForEachNear(item, u, v, [&](uint32_t other) {
+            if (pairMoving) _activeDynamic.ForEachNear(item, u, v, [&](uint32_t other) {
                 const uint32_t i = std::min(other, item.index), j = std::max(other, item.index);
                 if (DynamicPair(d[i], d[j])) d[i].dynamicCandidates.push_back(&d[j]);
             });
@@ -191,9 +192,14 @@ void BroadPhase::FindCandidates(DynamicRigidbody<Entity>* d, size_t n, Rigidbody
         }
     }
     // Restore the order of the direct test.
+    // A second set of fixed bodies keeps its candidates after the first's: only the tail that
+    // points into f[0..m) is sorted.
     for (size_t i = 0; i < n; ++i) {
         SortByAddress(d[i].dynamicCandidates);
-        SortByAddress(d[i].fixedCandidates);
+        auto& fixed = d[i].fixedCandidates;
+        size_t from = fixed.size();
+        while (from > 0 && fixed[from - 1] >= f && fixed[from - 1] < f + m) --from;
+        SortByAddress(fixed, pairMoving ? 0 : from);
     }
 }
 

@@ -848,6 +848,12 @@ struct PlacedShapeAccess {
         if (S._isBox) S._box = PlaceBox(facts, *S._collider, S._transform, S._center);
         S._boxKnown = true;
     }
+    static bool Box(PlacedShape& S, PlacedBox& box) {
+        if (S._collider->isSphere || UsedVertexCount(*S._collider) != 8) return false;
+        KnowBox(S, ShapeCache::ForThisThread());
+        if (S._isBox) box = S._box;
+        return S._isBox;
+    }
     // The edge directions turned by the transform; `facts` are the shape's.
     static const TurnedEdges& Edges(PlacedShape& S, const ShapeFacts& facts) {
         if (!S._edgesKnown) {
@@ -879,6 +885,10 @@ Collision ConvexCollision(const ConvexMeshCollider& a, const glm::dmat4& ta, con
 Collision ConvexCollision(PlacedShape& a, PlacedShape& b) {
     quorl::cpu::Profiler profile("ConvexCollision", true);
     return PlacedShapeAccess::Test(a, b);
+}
+
+bool PlacedBoxOf(PlacedShape& shape, PlacedBox& box) {
+    return PlacedShapeAccess::Box(shape, box);
 }
 
 Collision ConvexCollision(PlacedShape& a, const ConvexMeshCollider& b, const glm::dmat4& tb) {

@@ -110,6 +110,9 @@ private:
 Collision ConvexCollision(PlacedShape& a, PlacedShape& b);
 Collision ConvexCollision(PlacedShape& a, const ConvexMeshCollider& b, const glm::dmat4& transformB);
 
+// Whether the shape's vertices are the 8 corners of a box; when they are, `box` is that box placed.
+bool PlacedBoxOf(PlacedShape& shape, PlacedBox& box);
+
 // Cheap pre-test of two boxes under their matrices: optionally their bounding spheres, then the
 // corners of box B, brought into A's space, against box A (one way only; touching counts).
 bool PotentialBoxBoxIntersection(const glm::dmat4& transformA, const glm::dmat4& transformB,

@@ -75,6 +75,9 @@ struct PhysicsStep::Storage {
     std::vector<Fixed> fixed;
     std::vector<Dynamic> dynamic;
     std::vector<Dynamic> orbiting;
+    std::vector<Fixed> carried;  // see AddCarriedBodies
+    size_t carriedUsed = 0;
+    void AddCarriedBodies(const Group& g, Dynamic* d, Fixed* f, size_t m);
     size_t used[kKinds] = {0, 0, 0};
     std::vector<uint8_t> merged[kKinds];  // bodies that received components
     std::vector<uint32_t> mergedList;     // kind << 30 | slot, in first-merge order
@@ -262,6 +265,7 @@ void PhysicsStep::PrepareBodies(double deltaTime, size_t population) {
     if (s.fixed.size() < bodies) s.fixed.resize(bodies);
     if (s.dynamic.size() < bodies) s.dynamic.resize(bodies);
     if (s.orbiting.size() < bodies) s.orbiting.resize(bodies);
+    if (s.carried.size() < bodies) s.carried.resize(bodies);  // a body is carried at most once a step
 
     // Build the bodies in walk order, each in its group's next place.
     s.bodyIndex.Clear(s.entries.size());
@@ -374,7 +378,41 @@ void PhysicsStep::FindPairs() {
         }
         s.broadPhase.FindCandidates(d, g.count, f, m);
         s.FindParentBody(g, d, g.count);
+        if (g.parent.IsNull() && m > 0) s.AddCarriedBodies(g, d, f, m);
     }
+}
+
+// A top-level body falling onto a pile that a fixed body carries would otherwise pass through the
+// carried bodies, which live in that body's frame, until it touched the carrier itself, and end
+// inside them. So the bodies carried by the fixed bodies of a top-level group are placed in the
+// world as they stand at the start of the step, and its moving bodies meet them as fixed bodies:
+// the whole overlap and impulse are the moving body's, as on a held-up body, and the carried
+// bodies don't feel it until it has joined their frame.
+void PhysicsStep::Storage::AddCarriedBodies(const Group& g, Dynamic* d, Fixed* f, size_t m) {
+    Storage& s = *this;
+    const size_t first = s.carriedUsed;
+    for (size_t k = 0; k < m; ++k) {
+        const glm::dmat4 frame = glm::translate(glm::dmat4(1.0), -(f[k].rotation * f[k].centerOfMass)) *
+                                 glm::translate(glm::dmat4(1.0), f[k].position) * glm::mat4_cast(f[k].rotation);
+        for (int kind : {kFixed, kDynamic}) {
+            const uint32_t gi = s.groupIndex[kind].Find(KeyOf(g.env, f[k].id));
+            if (gi == FlatIndex::kMissing) continue;
+            const Group& cg = s.tables[kind].groups[gi];
+            for (uint32_t i = 0; i < cg.count; ++i) {
+                Fixed& body = kind == kFixed ? s.fixed[cg.begin + i] : s.dynamic[cg.begin + i];
+                std::shared_ptr<ServerSideEntity> owner = body.entity.lock();
+                if (!owner) continue;
+                if (s.carriedUsed == s.carried.size()) s.carried.emplace_back();
+                Fixed& placed = s.carried[s.carriedUsed++];
+                placed.Reset(owner);
+                placed.position = glm::dvec3(frame * glm::dvec4(placed.position, 1.0));
+                placed.rotation = f[k].rotation * placed.rotation;
+                placed.ComputeBounds();
+            }
+        }
+    }
+    if (s.carriedUsed > first)
+        s.broadPhase.FindCandidates(d, g.count, s.carried.data() + first, s.carriedUsed - first, false);
 }
 
 void PhysicsStep::OrbitingBodies() {
@@ -476,6 +514,8 @@ void PhysicsStep::Release() {
     for (size_t i = 0; i < s.used[kFixed]; ++i) s.fixed[i].Release();
     for (size_t i = 0; i < s.used[kDynamic]; ++i) s.dynamic[i].Release();
     for (size_t i = 0; i < s.used[kOrbiting]; ++i) s.orbiting[i].Release();
+    for (size_t i = 0; i < s.carriedUsed; ++i) s.carried[i].Release();
+    s.carriedUsed = 0;
     s.used[kFixed] = s.used[kDynamic] = s.used[kOrbiting] = 0;
     s.held.clear();
     s.entries.clear();

@@ -14,12 +14,14 @@ namespace game::physics {
 // (same environment, same physics parent) are contiguous and in the order of the entity walk;
 // groups are ordered by environment, then by first appearance.
 //
-// Bodies of different groups never meet, except a body and its own parent. So a top-level body
-// falling on a box that rests on a slab (and has joined the slab's frame) passes through that box
-// until it touches the slab and joins it too. Meeting the bodies carried by the fixed bodies of a
-// frame as fixed bodies was tried: nothing then passes through, but a tall pile of turned boxes,
-// all in one group, shakes itself apart (about half of 1,024 boxes off the slab in the tall-pile
-// bench), so the frames stay apart until the response holds such a pile.
+// Bodies of different groups meet in two ways only: a body and its own parent, and a top-level
+// moving body and the bodies carried by a fixed top-level body of its environment, which it meets
+// as fixed bodies placed in the world as they stand at the start of the step (the carried bodies
+// don't feel it until it joins their frame). Without the second, a body falling on a box that
+// rests on a slab (and has joined the slab's frame) passed through that box until it touched the
+// slab, and ended inside it. Grouping by frame is there to keep pair tests few; the extra pairs go
+// through the same broad phase and cost one world-placed snapshot per carried body and step, so
+// that purpose holds.
 //
 // The phases run under the entity registry's shared lock, which the caller holds.
 class PhysicsStep {

@@ -21,6 +21,7 @@
 #include "game/entity/ConvexMeshCollider.h"
 #include "game/physics/AerodynamicSurface.h"
 #include "game/physics/Collision.h"
+#include "game/physics/ContactPatch.h"
 #include "game/physics/ConvexCollision.h"
 #include "game/physics/MatrixMath.h"
 #include "game/physics/EnvironmentInfo.h"
@@ -581,7 +582,7 @@ public:
                         TouchArea touch;
                         if (!called && !d.isSphere) {
                             const glm::dmat4& placedC = shapeC->transform();
-                            touch = TouchingCorners({&c, &placedC, shapeC}, {&d, &placedD, &shapeD});
+                            touch = TouchingCorners({&c, &placedC, shapeC}, {&d, &placedD, &shapeD}, collision.normal);
                             collision = touch.Centred(collision);
                         }
                         // A body lying on a body that is held up meets it as a fixed body (see
@@ -869,7 +870,7 @@ private:
             ForgetPlacements();  // the callback may have changed this body's colliders
             if (a.prepared) a.prepared->Forget();
         }
-        const TouchArea touch = TouchingCorners(a, b);
+        const TouchArea touch = TouchingCorners(a, b, collision.normal);
         if (holds && HoldsUp(collision.normal)) {
             AddStaticContactPoint(collision.normal, collision.position);
             for (int i = 0; i < touch.count; ++i) AddStaticContactPoint(collision.normal, touch.corners[i]);
@@ -911,8 +912,9 @@ private:
     }
 
     // The contact test reports one point per pair: the first corner of the smaller shape found
-    // inside the other. A body lying on a face touches along a whole area: the corners of each
-    // shape that lie inside the other's box outline that area. They are kept as support points,
+    // inside the other. A body lying on a face touches along a whole area: for two boxes, the
+    // clipped face of ContactPatch, whose centroid takes no side; for other hulls, the corners of
+    // each shape that lie inside the other's box. Their points are kept as support points,
     // since with one point per substep a body would collect the same corner again and again and
     // never pass the rest test; and the response acts at their middle. An impulse at one corner of
     // a face that lands flat would set the body spinning, and the next corner's impulse would
@@ -920,12 +922,19 @@ private:
     struct TouchArea {
         glm::dvec3 corners[16];
         int count = 0;
-        // The collision moved to the middle of the corners, when there are several.
+        bool patch = false;       // the corners are a contact patch's, with its centroid
+        glm::dvec3 centre{0.0};
+        // The collision moved to the centroid of the patch, or to the middle of the corners when
+        // there are several.
         Collision Centred(const Collision& collision) const {
+            Collision centred = collision;
+            if (patch) {
+                centred.position = centre;
+                return centred;
+            }
             if (count < 2) return collision;
             glm::dvec3 sum(0.0);
             for (int i = 0; i < count; ++i) sum += corners[i];
-            Collision centred = collision;
             centred.position = sum / double(count);
             return centred;
         }
@@ -975,12 +984,31 @@ private:
         b->angularVelocity += b->invInertiaTensorWorld * l;
     }
 
-    static TouchArea TouchingCorners(const Placed& a, const Placed& b) {
+    // Two boxes touch along their contact patch (see ContactPatch); other hulls, and boxes whose
+    // faces don't meet, along the corners of each inside the other's box.
+    static TouchArea TouchingCorners(const Placed& a, const Placed& b, const glm::dvec3& normal) {
         TouchArea touch;
         if (a.shape->isSphere || b.shape->isSphere) return touch;
+        PlacedBox boxA, boxB;
+        if (BoxOf(a, boxA) && BoxOf(b, boxB)) {
+            const ContactPatch patch = ContactPatch::Between(boxA, boxB, normal);
+            if (patch.count > 0) {
+                for (int i = 0; i < patch.count; ++i) touch.corners[i] = patch.points[i];
+                touch.count = patch.count;
+                touch.centre = patch.centre;
+                touch.patch = true;
+                return touch;
+            }
+        }
         AddCornersInside(touch, a, b);
         AddCornersInside(touch, b, a);
         return touch;
+    }
+
+    static bool BoxOf(const Placed& p, PlacedBox& box) {
+        if (p.prepared) return PlacedBoxOf(*p.prepared, box);
+        PlacedShape placed(*p.shape, *p.transform);
+        return PlacedBoxOf(placed, box);
     }
 
     static void AddCornersInside(TouchArea& touch, const Placed& corners, const Placed& box) {

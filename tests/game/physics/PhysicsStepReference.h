@@ -155,6 +155,36 @@ inline void ReferencePhysicsUpdate(double deltaTime, int substeps) {
     gravity(dynamicBodies, false, true);
     gravity(orbitBodies, false, false);
 
+    // The bodies carried by the fixed bodies `carriers`, placed in the world, made once per call.
+    std::unordered_map<EnvironmentId, std::vector<std::unique_ptr<RefFixed>>> carried;
+    auto carriedBy = [&](EnvironmentId env, std::vector<RefFixed>& carriers) -> std::vector<RefFixed*> {
+        auto [it, made] = carried.try_emplace(env);
+        if (made) {
+            for (RefFixed& f : carriers) {
+                const glm::dmat4 frame = glm::translate(glm::dmat4(1.0), -(f.rotation * f.centerOfMass)) *
+                                         glm::translate(glm::dmat4(1.0), f.position) * glm::mat4_cast(f.rotation);
+                auto place = [&](RefFixed& body) {
+                    std::shared_ptr<ServerSideEntity> owner = body.entity.lock();
+                    if (!owner) return;
+                    auto placed = std::make_unique<RefFixed>(owner);
+                    placed->position = glm::dvec3(frame * glm::dvec4(placed->position, 1.0));
+                    placed->rotation = f.rotation * placed->rotation;
+                    placed->ComputeBounds();
+                    it->second.push_back(std::move(placed));
+                };
+                auto fe = fixedBodies.map.find(env);
+                if (fe != fixedBodies.map.end() && fe->second.map.count(f.id))
+                    for (RefFixed& body : fe->second.map.at(f.id)) place(body);
+                auto de = dynamicBodies.map.find(env);
+                if (de != dynamicBodies.map.end() && de->second.map.count(f.id))
+                    for (RefDynamic& body : de->second.map.at(f.id)) place(body);
+            }
+        }
+        std::vector<RefFixed*> out;
+        for (auto& p : it->second) out.push_back(p.get());
+        return out;
+    };
+
     auto pairAndParent = [&](EnvironmentId env, const Id& parentId, std::vector<RefDynamic>& bodies, bool withFixed) {
         for (size_t i = 0; i < bodies.size(); ++i) {
             RefDynamic& a = bodies[i];
@@ -173,6 +203,15 @@ inline void ReferencePhysicsUpdate(double deltaTime, int substeps) {
                             if (a.ignoredIds.count(f.id)) continue;
                             if (glm::distance(a.boundsCenterWorld, f.boundsCenterWorld) < a.broadphaseRadius + f.radius)
                                 a.fixedCandidates.push_back(&f);
+                        }
+                        // A top-level body meets the bodies its fixed neighbours carry as fixed
+                        // bodies, placed in the world as they stand at the start of the step.
+                        if (parentId.IsNull()) {
+                            for (RefFixed* c : carriedBy(env, fg->second)) {
+                                if (a.ignoredIds.count(c->id)) continue;
+                                if (glm::distance(a.boundsCenterWorld, c->boundsCenterWorld) < a.broadphaseRadius + c->radius)
+                                    a.fixedCandidates.push_back(c);
+                            }
                         }
                     }
                 }
