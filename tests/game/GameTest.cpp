@@ -9,6 +9,8 @@
 #include <imgui_internal.h>
 
 #include "TestFiles.h"
+#include "game/entity/EntityTestWorld.h"
+#include "game/graphics/ui/ScriptedUi.h"
 #include "game/Game.h"
 #include "game/GameSettings.h"
 #include "game/Options.h"
@@ -59,11 +61,7 @@ protected:
             ClientSideEntity::_sharedObjects.clear();
         }
         ClientSideEntity::_registered_interfaces.clear();
-        {
-            std::unique_lock lock(ServerSideEntity::_sharedObjectsMutex);
-            for (auto& [id, e] : ServerSideEntity::_sharedObjects) e->deleteFilesOnDestroy = false;
-            ServerSideEntity::_sharedObjects.clear();
-        }
+        entity_test::ForgetAllEntities();
         ServerSideEntity::_registered_interfaces.clear();
         std::lock_guard lock(Game::_syncMutex);
         Game::_syncQueue.clear();
@@ -239,28 +237,22 @@ TEST_F(GameState, JoystickFinders) {
 // Fonts and the scaled style are drawn in the panel pictures; here, when the help window shows.
 TEST_F(GameState, HelpTooltipsShowInLookModeWhenTheSettingAllows) {
     testfiles::TempFolder settingsFolder("zendola_game_style");
-    ImGuiContext* context = ImGui::CreateContext();
-    ImGuiIO& io = ImGui::GetIO();
-    io.IniFilename = nullptr;
-    io.DisplaySize = ImVec2(800, 600);
-    unsigned char* pixels;
-    int w, h;
-    io.Fonts->GetTexDataAsRGBA32(&pixels, &w, &h);
     game::GameSettings settings(settingsFolder.path + "/settings.ini", 0);
     Game::settings = &settings;
-    ImGui::NewFrame();
-    EXPECT_FALSE(Game::ShowHelpTooltip());  // only in look mode
+    bool shown = true;
+    game::graphics::ui::testing::ScriptedUi ui([&] { shown = Game::ShowHelpTooltip(); }, ImVec2(800, 600));
+    EXPECT_FALSE(shown);  // only in look mode
     // Entering look mode takes the focus away from the interface's windows.
     quorl::graphics::Window window;
     Game::window = &window;
     Game::SetMouseLook(true);
     settings.show_help_tooltips = false;
-    EXPECT_FALSE(Game::ShowHelpTooltip());
+    ui.Frame();
+    EXPECT_FALSE(shown);
     settings.show_help_tooltips = true;
-    EXPECT_TRUE(Game::ShowHelpTooltip());
-    ImGui::EndFrame();
+    ui.Frame();
+    EXPECT_TRUE(shown);
     EXPECT_NE(ImGui::FindWindowByName("Help Tooltips"), nullptr);
-    ImGui::DestroyContext(context);
 }
 
 // Game::Stop empties the element registry outside its lock: what the registry's last

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -38,18 +39,11 @@ TEST(UniqueId, LayoutIsTwoWords) {
 }
 
 TEST(UniqueId, ParseErrorsAndNullValues) {
-    try {
-        UniqueId("ENTT1234");
-        ADD_FAILURE();
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "UniqueId string length should be 28");
-    }
-    try {
-        UniqueId("ENTT" "0000000a" "0000000000000001");
-        ADD_FAILURE();
-    } catch (const std::invalid_argument& e) {
-        EXPECT_STREQ(e.what(), "not a hex digit");
-    }
+    using testing::StrEq;
+    EXPECT_THAT([] { UniqueId("ENTT1234"); },
+                testing::ThrowsMessage<std::runtime_error>(StrEq("UniqueId string length should be 28")));
+    EXPECT_THAT([] { UniqueId("ENTT" "0000000a" "0000000000000001"); },
+                testing::ThrowsMessage<std::invalid_argument>(StrEq("not a hex digit")));
 
     UniqueId id = UniqueId::Generate("ENTT");
     UniqueId half = id;

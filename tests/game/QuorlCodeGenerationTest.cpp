@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <typeinfo>
+#include <utility>
+#include <vector>
 
 #include "NodeTestHarness.h"
 
@@ -13,7 +16,21 @@ using nodetest::Add;
 
 namespace {
 
+using Wires = std::vector<std::pair<size_t, const Node*>>;
+
 void Wire(Node* consumer, size_t pin, const Node* producer) { consumer->inputs.at(pin) = producer->id; }
+
+// Adds the node of `key` as a T, gives it `pins` more inputs, then its typed values (unless none
+// are given) and its wires, each a pin and its producer.
+template <class T = Editor::QuorlNode>
+T* Put(Editor& e, const std::string& key, const std::vector<std::string>& values = {}, const Wires& wires = {},
+       int pins = 0) {
+    T* n = Add<T>(e, key);
+    for (int i = 0; i < pins; ++i) dynamic_cast<Editor::QuorlNodeWithVariableInputCount&>(*n).OnAddInput();
+    if (!values.empty()) n->inputValues = values;
+    for (const auto& [pin, producer] : wires) Wire(n, pin, producer);
+    return n;
+}
 
 // The program text without its first line (the graph).
 std::string Body(Editor& e) {
@@ -21,12 +38,6 @@ std::string Body(Editor& e) {
     const std::string text = e.textEditor.GetText();
     EXPECT_EQ(text.compare(0, 7, "#NODES "), 0);
     return text.substr(text.find('\n') + 1);
-}
-
-Editor::OutputNode* OutputWithPins(Editor& e, const std::string& key, int pins) {
-    auto* o = Add<Editor::OutputNode>(e, key);
-    for (int i = 0; i < pins; ++i) o->OnAddInput();
-    return o;
 }
 
 // A print node reading each of the given nodes, one pin each.
@@ -46,14 +57,8 @@ TEST(QuorlCodeGeneration, WorkedExample) {
     auto* k = Add(e, "const $k = 5");
     auto* b = Add<Editor::InputNode>(e, "input.2");
     b->channel = 1;
-    auto* c = Add(e, "GREATER");
-    Wire(c, 0, b);
-    c->inputValues = {"", ".5"};
-    auto* d = Add(e, "delay");
-    d->inputValues = {"2", "", ""};
-    Wire(d, 1, c);
-    auto* out = OutputWithPins(e, "output.0", 1);
-    Wire(out, 0, d);
+    auto* c = Put(e, "GREATER", {"", ".5"}, {{0, b}});
+    Put(e, "output.0", {}, {{0, Put(e, "delay", {"2", "", ""}, {{1, c}})}}, 1);
     ASSERT_TRUE(e.Serialize(false));
     const std::string text = e.textEditor.GetText();
     const std::string first = text.substr(0, text.find('\n'));
@@ -93,8 +98,7 @@ TEST(QuorlCodeGeneration, EmptyAndUnreachedGraphs) {
 // Typed values are normalised; a wire to a node that is gone counts as a free pin.
 TEST(QuorlCodeGeneration, NumbersAreNormalisedAndDanglingWiresFree) {
     Editor e("p");
-    auto* out = OutputWithPins(e, "output.1", 8);
-    out->inputValues = {"-.25", "+.25", " 7 ", ".", "x+1", "", "\t.5\n", "3"};
+    auto* out = Put(e, "output.1", {"-.25", "+.25", " 7 ", ".", "x+1", "", "\t.5\n", "3"}, {}, 8);
     out->inputs[7] = UniqueId::Generate("NODE");
     EXPECT_EQ(Body(e),
               "\nupdate\n"
@@ -109,11 +113,8 @@ TEST(QuorlCodeGeneration, NumbersAreNormalisedAndDanglingWiresFree) {
 
 TEST(QuorlCodeGeneration, ProgramNamesMakePrefixesOrAreRefused) {
     Editor e("my-door");
-    auto* out = OutputWithPins(e, "output.0", 1);
-    Wire(out, 0, Add(e, "counter"));
-    auto* pid = Add(e, "PID Controller");
-    auto* out2 = OutputWithPins(e, "output.1", 1);
-    Wire(out2, 0, pid);
+    Put(e, "output.0", {}, {{0, Add(e, "counter")}}, 1);
+    Put(e, "output.1", {}, {{0, Add(e, "PID Controller")}}, 1);
     const std::string body = Body(e);
     EXPECT_NE(body.find("var $_my_door_counter1 : number\n"), std::string::npos);
     EXPECT_NE(body.find("function @_my_door_pid1("), std::string::npos);
@@ -138,15 +139,12 @@ TEST(QuorlCodeGeneration, ConstantsVariablesAndIncludes) {
     Add(e, "include");
     static_cast<Editor::IncludeNode*>(Add(e, "include"))->filename = "lib.qc";
     auto* v = Add(e, "var $v : number");
-    auto* w = Add(e, "var $w : text");
-    auto* time = Add(e, "time");
-    w->inputValues = {"hi", "", ""};
-    Wire(w, 1, time);
+    auto* w = Put(e, "var $w : text", {"hi", "", ""});
+    Wire(w, 1, Add(e, "time"));
     Add(e, "const $t = \"x y\"");
     Add(e, "const $n = -2");
-    auto* out = OutputWithPins(e, "output", 2);
-    static_cast<Editor::OutputNode*>(out)->alias = "door";
-    Wire(out, 0, v);
+    auto* out = Put<Editor::OutputNode>(e, "output", {}, {{0, v}}, 2);
+    out->alias = "door";
     out->OnChangeInputType(1, Editor::TEXT);
     Wire(out, 1, w);
     EXPECT_EQ(Body(e),
@@ -169,19 +167,15 @@ TEST(QuorlCodeGeneration, ConstantsVariablesAndIncludes) {
 TEST(QuorlCodeGeneration, OutputsPrintAndDeadPins) {
     Editor e("t");
     auto* time = Add(e, "time");
-    auto* out = OutputWithPins(e, "output.3", 5);
-    Wire(out, 0, time);
+    auto* out = Put<Editor::OutputNode>(e, "output.3", {}, {{0, time}}, 5);
     out->OnChangeInputType(1, Editor::TEXT);
     out->inputValues = {"", "on", "", ".5", "9"};
     out->OnChangeInputType(4, Editor::NONE);  // a dead pin writes nothing
     out->inputValues[4] = "9";
-    auto* print = Add<Editor::PrintNode>(e, "print");
-    for (int i = 0; i < 4; ++i) print->OnAddInput();
-    Wire(print, 0, time);
+    auto* print = Put<Editor::PrintNode>(e, "print", {}, {{0, time}}, 4);
     print->OnChangeInputType(1, Editor::TEXT);
     print->inputValues = {"", "", "", "4"};
-    auto* silent = Add<Editor::PrintNode>(e, "print");
-    silent->OnAddInput();
+    Put(e, "print", {}, {}, 1);
     EXPECT_EQ(Body(e),
               "\nupdate\n"
               "\toutput_number(3, 0, time)\n"
@@ -222,25 +216,14 @@ TEST(QuorlCodeGeneration, InputsShareOneReadPerBlockChannelAndType) {
 TEST(QuorlCodeGeneration, ExpressionsStatementsAndConditionals) {
     Editor e("t");
     auto* time = Add(e, "time");
-    auto* x = Add<Editor::ExpressionNode>(e, "expression");
-    for (int i = 0; i < 2; ++i) x->OnAddInput();
-    Wire(x, 0, time);
-    x->inputValues = {"", "2"};
+    auto* x = Put<Editor::ExpressionNode>(e, "expression", {"", "2"}, {{0, time}}, 2);
     x->code = "  abs(a) + b1 + \"a b\" + ab\n";
-    auto* s1 = Add<Editor::StatementNode>(e, "statement");
-    s1->OnAddInput();
-    Wire(s1, 0, x);
+    auto* s1 = Put<Editor::StatementNode>(e, "statement", {}, {{0, x}}, 1);
     s1->code = "print(a)";
     auto* s2 = Add<Editor::StatementNode>(e, "statement");
     s2->code = "x = 1\n\n  y = 2";
-    auto* cond = Add(e, "Conditional");
-    cond->inputValues = {"1", "", ""};
-    Wire(cond, 1, s1);
-    Wire(cond, 2, s2);
-    auto* exec = Add<Editor::ExecuteNode>(e, "execute");
-    for (int i = 0; i < 3; ++i) exec->OnAddInput();
-    Wire(exec, 0, cond);
-    exec->inputValues = {"", "print(\"done\")", ""};
+    auto* cond = Put(e, "Conditional", {"1", "", ""}, {{1, s1}, {2, s2}});
+    Put(e, "execute", {"", "print(\"done\")", ""}, {{0, cond}}, 3);
     EXPECT_EQ(Body(e),
               "\nupdate\n"
               "\tvar $_expr1 = abs(time) + 21 + \"a b\" + a2\n"
@@ -256,18 +239,13 @@ TEST(QuorlCodeGeneration, SwitchTextAndTime) {
     Editor e("t");
     auto* in = Add<Editor::InputNode>(e, "input.1");
     auto* time = Add(e, "time");
-    auto* s1 = Add<Editor::SwitchNode>(e, "switch");
-    s1->OnAddInput();
-    Wire(s1, 0, in);
-    s1->inputValues = {"", "10", ""};
-    Wire(s1, 2, time);
+    auto* s1 = Put(e, "switch", {"", "10", ""}, {{0, in}, {2, time}}, 1);
     auto* s2 = Add<Editor::SwitchNode>(e, "switch");
     s2->OnChangeOutputType(Editor::TEXT);
     Wire(s2, 0, time);
     s2->inputValues = {"", "a"};
-    auto* text = Add<Editor::TextNode>(e, "text");
+    auto* text = Put<Editor::TextNode>(e, "text", {}, {}, 3);
     text->format = "v={} {} {}";
-    for (int i = 0; i < 3; ++i) text->OnAddInput();
     text->OnChangeInputType(1, Editor::NUMBER);
     Wire(text, 0, s2);
     Wire(text, 1, s1);
@@ -294,14 +272,10 @@ TEST(QuorlCodeGeneration, SwitchTextAndTime) {
 TEST(QuorlCodeGeneration, TimingNodes) {
     Editor e("t");
     auto* time = Add(e, "time");
-    auto* delay = Add(e, "delay");
-    Wire(delay, 1, time);
-    delay->inputValues = {"", "", "x"};
+    auto* delay = Put(e, "delay", {"", "", "x"}, {{1, time}});
     auto* idle = Add(e, "delay");  // free "set": the output stays false
     auto* blink = Add(e, "blinker");
-    auto* smooth = Add(e, "smooth");
-    Wire(smooth, 0, time);
-    smooth->inputValues = {"", "", "1"};
+    auto* smooth = Put(e, "smooth", {"", "", "1"}, {{0, time}});
     PrintOf(e, {delay, idle, blink, smooth});
     EXPECT_EQ(Body(e),
               "\nvar $_t_delay1 = 0\n"
@@ -331,20 +305,11 @@ TEST(QuorlCodeGeneration, TimingNodes) {
 TEST(QuorlCodeGeneration, CounterAndPulses) {
     Editor e("t");
     auto* time = Add(e, "time");
-    auto* counter = Add(e, "counter");
-    counter->inputValues = {"1", "5", "", "10", ""};
-    Wire(counter, 4, time);
-    auto* greater = Add(e, "GREATER");
-    Wire(greater, 0, time);
-    greater->inputValues = {"", "2"};
-    auto* pulse = Add(e, "pulse");
-    Wire(pulse, 0, greater);
-    Wire(pulse, 1, time);
+    auto* counter = Put(e, "counter", {"1", "5", "", "10", ""}, {{4, time}});
+    auto* pulse = Put(e, "pulse", {}, {{0, Put(e, "GREATER", {"", "2"}, {{0, time}})}, {1, time}});
     auto* in = Add<Editor::InputNode>(e, "input.0");
-    auto* toggle = Add(e, "pulse toggle");
-    Wire(toggle, 0, in);
-    auto* down = Add(e, "pulse");
-    Wire(down, 1, in);
+    auto* toggle = Put(e, "pulse toggle", {}, {{0, in}});
+    auto* down = Put(e, "pulse", {}, {{1, in}});
     auto* none = Add(e, "pulse");
     PrintOf(e, {counter, pulse, toggle, down, none});
     EXPECT_EQ(Body(e),
@@ -386,11 +351,8 @@ TEST(QuorlCodeGeneration, CounterAndPulses) {
 TEST(QuorlCodeGeneration, PidControllers) {
     Editor e("t");
     auto* time = Add(e, "time");
-    auto* plain = Add(e, "PID Controller");
-    Wire(plain, 1, time);
-    plain->inputValues = {"1", "", "2", "", "", "", "", "100"};
-    auto* limited = Add(e, "PID Controller");
-    limited->inputValues = {"0", "0", "1", "1", "1", "r", "-1", ""};
+    auto* plain = Put(e, "PID Controller", {"1", "", "2", "", "", "", "", "100"}, {{1, time}});
+    auto* limited = Put(e, "PID Controller", {"0", "0", "1", "1", "1", "r", "-1", ""});
     PrintOf(e, {plain, limited});
     // The two functions differ only in the bound: an upper one (max, >) or a lower one (min, <).
     auto function = [](const std::string& n, const std::string& bound, const std::string& beyond) {
@@ -422,18 +384,13 @@ TEST(QuorlCodeGeneration, MathOperatorsInline) {
         {"LOG", "log(x, y)"},  {"ABSOLUTE", "abs(x)"}, {"STEP", "step(x, y, z)"}, {"LERP", "lerp(x, y, z)"}};
     for (const auto& [op, text] : expected) {
         Editor e("t");
-        auto* m = Add(e, op);
-        m->inputValues = {"x", "y", "z"};
-        auto* out = OutputWithPins(e, "output.0", 1);
-        Wire(out, 0, m);
+        Put(e, "output.0", {}, {{0, Put(e, op, {"x", "y", "z"})}}, 1);
         EXPECT_EQ(Body(e), "\nupdate\n\toutput_number(0, 0, " + text + ")\n") << op;
     }
     // Inlined anew at each use.
     Editor e("t");
     auto* add = Add(e, "ADD");
-    auto* out = OutputWithPins(e, "output.0", 2);
-    Wire(out, 0, add);
-    Wire(out, 1, add);
+    Put(e, "output.0", {}, {{0, add}, {1, add}}, 2);
     EXPECT_EQ(Body(e), "\nupdate\n\toutput_number(0, 0, (0 + 0))\n\toutput_number(0, 1, (0 + 0))\n");
 }
 
@@ -442,12 +399,9 @@ TEST(QuorlCodeGeneration, SharedSubexpressionsAreBoundedOrRefused) {
     auto build = [](Editor& e, int levels) {
         Node* prev = Add(e, "time");
         for (int i = 0; i < levels; ++i) {
-            Node* add = Add(e, "ADD");
-            Wire(add, 0, prev);
-            Wire(add, 1, prev);
-            prev = add;
+            prev = Put(e, "ADD", {}, {{0, prev}, {1, prev}});
         }
-        Wire(OutputWithPins(e, "output.0", 1), 0, prev);
+        Put(e, "output.0", {}, {{0, prev}}, 1);
     };
     Editor small("t");
     build(small, 10);
@@ -467,12 +421,8 @@ TEST(QuorlCodeGeneration, SharedSubexpressionsAreBoundedOrRefused) {
 
     Editor deep("t");
     Node* prev = Add(deep, "time");
-    for (int i = 0; i < Editor::maxDepth + 10; ++i) {
-        Node* neg = Add(deep, "NEGATIVE");
-        Wire(neg, 0, prev);
-        prev = neg;
-    }
-    Wire(OutputWithPins(deep, "output.0", 1), 0, prev);
+    for (int i = 0; i < Editor::maxDepth + 10; ++i) prev = Put(deep, "NEGATIVE", {}, {{0, prev}});
+    Put(deep, "output.0", {}, {{0, prev}}, 1);
     testing::internal::CaptureStderr();
     EXPECT_FALSE(deep.Serialize(false));
     EXPECT_NE(testing::internal::GetCapturedStderr().find("Graph too deep"), std::string::npos);
@@ -492,22 +442,15 @@ TEST(QuorlCodeGeneration, ProgramToGraphToProgramIsIdentical) {
     static_cast<Editor::OutputNode*>(by["output"])->alias = "door";
     static_cast<Editor::CommentNode*>(by["a note"])->comment = "line 1\nline \"2\"";
     by["a note"]->pos = ImVec2(1.5f, -2.25f);
-    Wire(by["expression"], 0, by["input.3"]);
-    Wire(by["statement"], 0, by["expression"]);
-    Wire(by["Conditional"], 0, by["input"]);
-    Wire(by["Conditional"], 1, by["statement"]);
-    Wire(by["execute"], 0, by["Conditional"]);
-    Wire(by["switch"], 0, by["time"]);
-    Wire(by["switch"], 1, by["const $n = 2.5"]);
-    Wire(by["text"], 0, by["const $t = \"hi\""]);
-    Wire(by["var $w : text"], 0, by["text"]);
-    Wire(by["var $v : number"], 1, by["switch"]);
-    Wire(by["delay"], 1, by["var $v : number"]);
-    Wire(by["counter"], 0, by["delay"]);
-    Wire(by["smooth"], 2, by["counter"]);
-    Wire(by["pulse"], 0, by["smooth"]);
-    Wire(by["pulse toggle"], 1, by["blinker"]);
-    Wire(by["PID Controller"], 1, by["pulse"]);
+    // Consumer, pin, producer.
+    const std::vector<std::tuple<const char*, size_t, const char*>> wires = {
+        {"expression", 0, "input.3"}, {"statement", 0, "expression"}, {"Conditional", 0, "input"},
+        {"Conditional", 1, "statement"}, {"execute", 0, "Conditional"}, {"switch", 0, "time"},
+        {"switch", 1, "const $n = 2.5"}, {"text", 0, "const $t = \"hi\""}, {"var $w : text", 0, "text"},
+        {"var $v : number", 1, "switch"}, {"delay", 1, "var $v : number"}, {"counter", 0, "delay"},
+        {"smooth", 2, "counter"}, {"pulse", 0, "smooth"}, {"pulse toggle", 1, "blinker"},
+        {"PID Controller", 1, "pulse"}};
+    for (const auto& [consumer, pin, producer] : wires) Wire(by[consumer], pin, by[producer]);
     Node* prev = by["PID Controller"];
     for (const std::string& op : Editor::MathNode::OperatorNames()) {
         Wire(by[op], 0, prev);

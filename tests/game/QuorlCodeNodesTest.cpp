@@ -158,29 +158,26 @@ TEST(QuorlCodeCatalogue, LegacyAndUnknownKindsLoad) {
     json j = sub->Serialize();
     j["type"] = "MathNode_SUBSTRACT";
     j["title"] = "SUBSTRACT";
-    Node* legacy = e.DeserializeNode(j);
-    EXPECT_NE(dynamic_cast<Editor::MathNode_SUBTRACT*>(legacy), nullptr);
+    std::unique_ptr<Node> legacy(e.DeserializeNode(j));
+    EXPECT_NE(dynamic_cast<Editor::MathNode_SUBTRACT*>(legacy.get()), nullptr);
     EXPECT_EQ(legacy->title, "SUBTRACT");
-    delete legacy;
 
     j["type"] = "HologramNode";
     j["name"] = "kept";
-    Node* unknown = e.DeserializeNode(j);
-    auto* comment = dynamic_cast<Editor::CommentNode*>(unknown);
+    std::unique_ptr<Node> unknown(e.DeserializeNode(j));
+    auto* comment = dynamic_cast<Editor::CommentNode*>(unknown.get());
     ASSERT_NE(comment, nullptr);
     EXPECT_EQ(comment->name, "kept");
     EXPECT_EQ(comment->Serialize()["type"], "HologramNode");
-    delete unknown;
 
     // Variables and pulses get their pins back.
     Node* var = e.AddNode("var $v : number", ImVec2(0, 0), {});
     json vj = var->Serialize();
     vj["inputs"] = json::array();
     vj.erase("inputTypes");
-    Node* fixed = e.DeserializeNode(vj);
+    std::unique_ptr<Node> fixed(e.DeserializeNode(vj));
     EXPECT_EQ(fixed->inputs.size(), 3u);
     EXPECT_TRUE(fixed->CanConnectInput(2));
-    delete fixed;
 }
 
 TEST(QuorlCodeCatalogue, MalformedGraphsLoadWhatTheyCan) {

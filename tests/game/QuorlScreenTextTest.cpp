@@ -41,6 +41,20 @@ Ink LineInk(uint32_t w, uint32_t h, int x, int y, std::string_view text) {
     return InkOf(s);
 }
 
+// The pixels Write gives for text at (x, y) with these settings, on a screen of the given size.
+struct Layout {
+    uint32_t align = 0;
+    int32_t spacing = 1, size = 1, x = 0, y = 0;
+};
+Ink WriteInk(uint32_t w, uint32_t h, std::string_view text, Layout layout = {}) {
+    QuorlScreen s(w, h, kBlack);
+    s.textAlign = layout.align;
+    s.textLineSpacing = layout.spacing;
+    s.textSize = layout.size;
+    s.Write(layout.x, layout.y, kWhite, text);
+    return InkOf(s);
+}
+
 }  // namespace
 
 TEST(ScreenFont, DecodesUtf8AndReplacesBrokenSequences) {
@@ -146,36 +160,22 @@ TEST(ScreenText, LinesAreCutAtMostTo1024Bytes) {
 
 TEST(ScreenTextWrite, SplitsAtBackslashNAndAtLineFeed) {
     for (const char* text : {"ab\\ncd", "ab\ncd"}) {
-        QuorlScreen s(40, 40, kBlack);
-        s.Write(2, 1, kWhite, text);
         Ink expected = LineInk(40, 40, 2, 1, "ab");
         const Ink second = LineInk(40, 40, 2, 17, "cd");  // one cell lower
         expected.insert(second.begin(), second.end());
-        EXPECT_EQ(InkOf(s), expected) << text;
+        EXPECT_EQ(WriteInk(40, 40, text, {.x = 2, .y = 1}), expected) << text;
     }
     // A single character is one line, even a line feed; a backslash alone is a glyph.
-    QuorlScreen s(40, 40, kBlack);
-    s.Write(0, 0, kWhite, "\\");
-    EXPECT_EQ(InkOf(s), LineInk(40, 40, 0, 0, "\\"));
+    EXPECT_EQ(WriteInk(40, 40, "\\"), LineInk(40, 40, 0, 0, "\\"));
     // A last line feed ends a line like any other: an empty line follows, as after "\\n".
-    const auto bottom = [](std::string_view text) {
-        QuorlScreen t(40, 40, kBlack);
-        t.textAlign = QuorlScreen::AlignBottom;
-        t.Write(0, 0, kWhite, text);
-        return InkOf(t);
-    };
-    EXPECT_EQ(bottom("ab\n"), bottom("ab\\n"));
-    EXPECT_NE(bottom("ab\n"), bottom("ab"));
+    const Layout bottom{.align = QuorlScreen::AlignBottom};
+    EXPECT_EQ(WriteInk(40, 40, "ab\n", bottom), WriteInk(40, 40, "ab\\n", bottom));
+    EXPECT_NE(WriteInk(40, 40, "ab\n", bottom), WriteInk(40, 40, "ab", bottom));
 }
 
 TEST(ScreenTextWrite, HorizontalAlignment) {
     const uint32_t w = 64, h = 40;
-    const auto written = [&](uint32_t align, std::string_view text) {
-        QuorlScreen s(w, h, kBlack);
-        s.textAlign = align;
-        s.Write(0, 0, kWhite, text);
-        return InkOf(s);
-    };
+    const auto written = [&](uint32_t align, std::string_view text) { return WriteInk(w, h, text, {.align = align}); };
     EXPECT_EQ(written(0, "ab"), LineInk(w, h, 0, 0, "ab"));
     EXPECT_EQ(written(QuorlScreen::AlignLeft, "ab"), LineInk(w, h, 1, 0, "ab"));
     // Right: 0 + 64 + 1 - 1 - 2 * 8 = 48. Left wins over right.
@@ -192,13 +192,8 @@ TEST(ScreenTextWrite, HorizontalAlignment) {
 
 TEST(ScreenTextWrite, VerticalAlignmentOfSeveralLines) {
     const uint32_t w = 64, h = 50;
-    const auto written = [&](uint32_t align, int32_t spacing, int32_t size) {
-        QuorlScreen s(w, h, kBlack);
-        s.textAlign = align;
-        s.textLineSpacing = spacing;
-        s.textSize = size;
-        s.Write(0, 0, kWhite, "a\\nb");
-        return InkOf(s);
+    const auto written = [&](uint32_t align, int32_t spacing) {
+        return WriteInk(w, h, "a\\nb", {.align = align, .spacing = spacing});
     };
     const auto lines = [&](int y, int step) {
         Ink ink = LineInk(w, h, 0, y, "a");
@@ -206,13 +201,13 @@ TEST(ScreenTextWrite, VerticalAlignmentOfSeveralLines) {
         ink.insert(b.begin(), b.end());
         return ink;
     };
-    EXPECT_EQ(written(QuorlScreen::AlignTop, 1, 1), lines(1, 16));
+    EXPECT_EQ(written(QuorlScreen::AlignTop, 1), lines(1, 16));
     // Bottom: 0 + 50 + 1 - 1 - 2 * 16 = 18. Top wins over bottom.
-    EXPECT_EQ(written(QuorlScreen::AlignBottom, 1, 1), lines(18, 16));
-    EXPECT_EQ(written(QuorlScreen::AlignBottom | QuorlScreen::AlignTop, 1, 1), lines(1, 16));
+    EXPECT_EQ(written(QuorlScreen::AlignBottom, 1), lines(18, 16));
+    EXPECT_EQ(written(QuorlScreen::AlignBottom | QuorlScreen::AlignTop, 1), lines(1, 16));
     // Spacing 3 makes lines of 18 rows: bottom 50 + 3 - 1 - 36 = 16; centre max(1, 1 + 25 - 18) = 8.
-    EXPECT_EQ(written(QuorlScreen::AlignBottom, 3, 1), lines(16, 18));
-    EXPECT_EQ(written(QuorlScreen::AlignCentre | QuorlScreen::AlignLeft, 3, 1), Shifted(lines(8, 18), 1, 0));
+    EXPECT_EQ(written(QuorlScreen::AlignBottom, 3), lines(16, 18));
+    EXPECT_EQ(written(QuorlScreen::AlignCentre | QuorlScreen::AlignLeft, 3), Shifted(lines(8, 18), 1, 0));
 }
 
 // Absurd settings draw nothing; Update resets the settings for the next frame.

@@ -1,4 +1,5 @@
 // Frame change detection, compression in the shared pool, and restoring frames on the other side.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
 
@@ -153,12 +154,8 @@ TEST(ScreenUpdate, CompressionErrorReachesTheOwner) {
     s.DrawPoint(0, 0, 0xFFFFFFFF);
     QuorlScreen::compressionLevel = 42;  // zlib refuses it
     ASSERT_TRUE(s.Update(true));
-    try {
-        s.WaitForCompression();
-        ADD_FAILURE() << "no error";
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "ZLIB ERROR");
-    }
+    EXPECT_THAT([&] { s.WaitForCompression(); },
+                testing::ThrowsMessage<std::runtime_error>(testing::StrEq("ZLIB ERROR")));
     EXPECT_NO_THROW(s.WaitForCompression()) << "the error is reported once";
     EXPECT_THROW(s.Compress(), std::runtime_error);
 }

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -30,11 +31,9 @@ TEST(VoxelType, RepeatsShareAnIdAndForEachClosesTheList) {
         seen.push_back(t.name + std::to_string(t.value));
     });
     EXPECT_EQ(seen, (std::vector<std::string>{"rock5", "sand7", "rock0"}));
-    try {
-        VoxelType("SP_terrain", "rock", 0, {});  // known, and still refused
-        ADD_FAILURE();
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "Trying to add more voxel types after executing VoxelType::ForEach()");
-    }
+    // Known, and still refused.
+    EXPECT_THAT([] { VoxelType("SP_terrain", "rock", 0, {}); },
+                testing::ThrowsMessage<std::runtime_error>(
+                    testing::StrEq("Trying to add more voxel types after executing VoxelType::ForEach()")));
     reset();
 }

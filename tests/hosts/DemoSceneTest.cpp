@@ -2,11 +2,10 @@
 // are still made; a broken file makes nothing.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 
+#include "../TestFiles.h"
 #include "DemoScene.h"
 #include "DemoWorld.h"
 
@@ -57,16 +56,14 @@ TEST(DemoSceneDocument, UnreadableItemsAreSkippedWithTheirReason) {
 
     // A broken file, looked for from the run folder, makes nothing and says why.
     const std::filesystem::path run = std::filesystem::current_path();
-    const std::filesystem::path temp =
-        std::filesystem::temp_directory_path() / ("zendola_demo_scene_" + std::to_string(::getpid()));
-    std::filesystem::create_directories(temp / "data/scenes");
-    std::ofstream(temp / demo::kSceneFile) << "scene: [\n";
-    std::filesystem::current_path(temp);
+    const testfiles::TempFolder temp("zendola_demo_scene");
+    std::filesystem::create_directories(temp.path + "/data/scenes");
+    std::ofstream(std::filesystem::path(temp.path) / demo::kSceneFile) << "scene: [\n";
+    std::filesystem::current_path(temp.path);
     ::testing::internal::CaptureStderr();
     EXPECT_EQ(demo::SpawnScene(), 0u);
     err = ::testing::internal::GetCapturedStderr();
     std::filesystem::current_path(run);
-    std::filesystem::remove_all(temp);
     EXPECT_NE(err.find("is not valid YAML"), std::string::npos) << err;
     EXPECT_EQ(CountEntities(), 1u);
 

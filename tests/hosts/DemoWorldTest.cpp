@@ -117,9 +117,7 @@ TEST(DemoWorldScene, ANewWorldGetsTheSceneOnceAndUnloadLeavesNothingOfTheModule)
     vehicle.reset();
     Unload();
     ModuleUnload();
-    size_t left = 0;
-    ServerSideEntity::ForEach([&](std::shared_ptr<ServerSideEntity>) { ++left; });
-    EXPECT_EQ(left, 0u);
+    EXPECT_TRUE(EntitiesByType().empty());
     EXPECT_FALSE(ServerSideEntity::_registered_interfaces.count(demo::kModuleText));
     EXPECT_FALSE(ServerSideEntity::_registered_items.count(demo::kModuleText));
     EXPECT_FALSE(ServerSideEntity::_registered_items_module.count("box"));

@@ -1,5 +1,6 @@
 // The server program end to end: it runs the demo world in a temporary folder, is stopped by
 // signals, and is started again on the same save folder.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -17,6 +18,8 @@ namespace fs = std::filesystem;
 namespace {
 
 using testfiles::ReadAll;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 // Entity id -> "module type x y z qw qx qy qz" (exact, in hexadecimal floating point).
 using Poses = std::map<std::string, std::string>;
@@ -45,8 +48,8 @@ TEST_F(ServerProcess, SigtermSavesTheWorldAndARestartRestoresEveryPose) {
     ASSERT_TRUE(WaitForTicks("first", 300)) << Out("first") << Err("first");
     ASSERT_EQ(kill(pid, SIGTERM), 0);
     ASSERT_EQ(Wait(pid), 0) << Err("first");
-    EXPECT_NE(Out("first").find("new world"), std::string::npos) << Out("first");
-    EXPECT_NE(Out("first").find("Stopping on signal 15"), std::string::npos) << Out("first");
+    EXPECT_THAT(Out("first"), HasSubstr("new world"));
+    EXPECT_THAT(Out("first"), HasSubstr("Stopping on signal 15"));
 
     Poses saved = ReadPoses(poses1, "saved");
     EXPECT_TRUE(ReadPoses(poses1, "loaded").empty());
@@ -54,12 +57,10 @@ TEST_F(ServerProcess, SigtermSavesTheWorldAndARestartRestoresEveryPose) {
     std::map<std::string, std::string> files = SaveFiles();
     ASSERT_EQ(files.size(), saved.size());
     for (const auto& [id, pose] : saved) EXPECT_TRUE(files.count(id + ".entitystate")) << id;
-    EXPECT_NE(Out("first").find("Saved 13 entities of world 'demo' to " + fs::canonical(saves).string()),
-              std::string::npos)
-        << Out("first");
+    EXPECT_THAT(Out("first"), HasSubstr("Saved 13 entities of world 'demo' to " + fs::canonical(saves).string()));
 
     ASSERT_EQ(RunToEnd("second", {"--ticks", "3", "--unpaced", "--poses", poses2}), 0) << Err("second");
-    EXPECT_NE(Out("second").find("13 entities restored"), std::string::npos) << Out("second");
+    EXPECT_THAT(Out("second"), HasSubstr("13 entities restored"));
     Poses loaded = ReadPoses(poses2, "loaded");
     EXPECT_EQ(loaded, saved);  // same ids, kinds and bit-identical positions and rotations
 }
@@ -97,7 +98,7 @@ TEST_F(ServerProcess, AWorldThatCannotBeLoadedTouchesNoFile) {
     // The entity kinds are unknown without the content module: nothing is restored, no scene is
     // made over the old world, and the files stay as they were for a later run.
     ASSERT_EQ(RunToEnd("bare", {"--ticks", "5", "--unpaced", "--content="}), 0) << Err("bare");
-    EXPECT_NE(Err("bare").find("demo.ZENDOLA_Mod is not loaded"), std::string::npos) << Err("bare");
+    EXPECT_THAT(Err("bare"), HasSubstr("demo.ZENDOLA_Mod is not loaded"));
     EXPECT_EQ(SaveFiles(), files);
     ASSERT_EQ(RunToEnd("third", {"--ticks", "1", "--unpaced", "--poses", poses3}), 0) << Err("third");
     EXPECT_EQ(ReadPoses(poses3, "loaded"), ReadPoses(poses1, "saved"));
@@ -108,8 +109,8 @@ TEST_F(ServerProcess, AWorldThatCannotBeLoadedTouchesNoFile) {
     { std::ofstream(saves / victim, std::ios::binary | std::ios::trunc) << "ZENDOLA!ENTITY !"; }
     files = SaveFiles();
     EXPECT_EQ(RunToEnd("broken", {"--ticks", "5", "--unpaced"}), 1);
-    EXPECT_NE(Err("broken").find("cannot load world 'demo'"), std::string::npos) << Err("broken");
-    EXPECT_EQ(Out("broken").find("Saved"), std::string::npos) << Out("broken");
+    EXPECT_THAT(Err("broken"), HasSubstr("cannot load world 'demo'"));
+    EXPECT_THAT(Out("broken"), Not(HasSubstr("Saved")));
     EXPECT_EQ(SaveFiles(), files);
 
     // A stray file whose name is no entity id is an error of the same kind.
@@ -118,7 +119,7 @@ TEST_F(ServerProcess, AWorldThatCannotBeLoadedTouchesNoFile) {
     fs::remove(saves / victim);
     files.erase(victim);
     EXPECT_EQ(RunToEnd("stray", {"--ticks", "5", "--unpaced"}), 1);
-    EXPECT_NE(Err("stray").find("UniqueId string length should be 28"), std::string::npos) << Err("stray");
+    EXPECT_THAT(Err("stray"), HasSubstr("UniqueId string length should be 28"));
     EXPECT_EQ(SaveFiles(), files);
 }
 
@@ -127,25 +128,24 @@ TEST_F(ServerProcess, AWorldThatCannotBeSavedEndsWithAnError) {
     fs::create_directories(saves.parent_path());
     { std::ofstream(saves) << "in the way"; }
     EXPECT_EQ(RunToEnd("blocked", {"--ticks", "3", "--unpaced"}), 1);
-    EXPECT_NE(Err("blocked").find("could not save 13 of 13 entities of world 'demo'"), std::string::npos)
-        << Err("blocked");
-    EXPECT_EQ(Out("blocked").find("Saved"), std::string::npos) << Out("blocked");
+    EXPECT_THAT(Err("blocked"), HasSubstr("could not save 13 of 13 entities of world 'demo'"));
+    EXPECT_THAT(Out("blocked"), Not(HasSubstr("Saved")));
     EXPECT_EQ(ReadAll(saves), "in the way");
 }
 
 TEST_F(ServerProcess, BadCommandLinesAndMissingModulesFailBeforeAnySave) {
     EXPECT_EQ(RunToEnd("option", {"--ticks", "ten"}), 2);
-    EXPECT_NE(Err("option").find("option --ticks: 'ten'"), std::string::npos) << Err("option");
+    EXPECT_THAT(Err("option"), HasSubstr("option --ticks: 'ten'"));
 
     fs::path empty = root / "empty";
     fs::create_directories(empty);
     EXPECT_EQ(RunToEnd("nomods", {"--dir", empty.string(), "--ticks", "1"}), 1);
-    EXPECT_NE(Err("nomods").find("no modules folder"), std::string::npos) << Err("nomods");
+    EXPECT_THAT(Err("nomods"), HasSubstr("no modules folder"));
 
     EXPECT_EQ(RunToEnd("missing", {"--modules", "nosuch", "--ticks", "1"}), 1);
-    EXPECT_NE(Err("missing").find("server module 'nosuch' not found"), std::string::npos) << Err("missing");
+    EXPECT_THAT(Err("missing"), HasSubstr("server module 'nosuch' not found"));
     EXPECT_EQ(RunToEnd("content", {"--content", "demo,nosuch", "--ticks", "1"}), 1);
-    EXPECT_NE(Err("content").find("content module 'nosuch' not found"), std::string::npos) << Err("content");
+    EXPECT_THAT(Err("content"), HasSubstr("content module 'nosuch' not found"));
     EXPECT_FALSE(fs::exists(root / "Zendola-data"));
 }
 

@@ -10,6 +10,7 @@
 #include "game/Game.h"
 #include "game/GameSettings.h"
 #include "game/input/Controller.h"
+#include "game/graphics/ui/ScriptedUi.h"
 #include "game/input/Joystick.h"
 #include "quorl/graphics/Window.h"
 
@@ -52,7 +53,6 @@ protected:
         gNow = 100;
     }
     void TearDown() override {
-        if (ImGui::GetCurrentContext()) ImGui::DestroyContext();
         Game::window = nullptr;
         Game::settings = nullptr;
         Game::_inputMode = 0;
@@ -126,15 +126,11 @@ TEST_F(ControllerTest, KeyboardYieldsToTheInterface) {
     EXPECT_TRUE(Controller::GetAvatarInventorySelect1());
 
     // A focused interface window takes the play keys; the inventory keys still work.
-    ImGui::CreateContext();
-    ImGuiIO& io = ImGui::GetIO();
-    io.DisplaySize = ImVec2(800, 600);
-    unsigned char* pixels;
-    int w, h;
-    io.Fonts->GetTexDataAsRGBA32(&pixels, &w, &h);
-    ImGui::NewFrame();
-    ImGui::Begin("Focused panel");
-    ImGui::End();
+    const auto panel = [] {
+        ImGui::Begin("Focused panel");
+        ImGui::End();
+    };
+    game::graphics::ui::testing::ScriptedUi ui(panel, ImVec2(800, 600));
     ASSERT_TRUE(ImGui::IsWindowFocused(ImGuiFocusedFlags_AnyWindow));
     Frame();
     EXPECT_FALSE(Controller::GetAvatarJump());
@@ -142,13 +138,12 @@ TEST_F(ControllerTest, KeyboardYieldsToTheInterface) {
     EXPECT_TRUE(Controller::GetAvatarInventory());
 
     // An interface that wants the keyboard takes every binding but chat and Escape.
-    io.WantCaptureKeyboard = true;
+    ImGui::GetIO().WantCaptureKeyboard = true;
     window.SetKey(KEY_ESCAPE, PRESS);
     Frame();
     EXPECT_FALSE(Controller::GetAvatarInventory());
     EXPECT_TRUE(Controller::GetInputChat());
     EXPECT_TRUE(Controller::GetEscape());
-    ImGui::EndFrame();
 }
 
 TEST_F(ControllerTest, MouseButtonsAndLookOnlyInLookMode) {

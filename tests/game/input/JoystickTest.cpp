@@ -63,25 +63,20 @@ TEST_F(JoystickTest, FixedRangeAxes) {
 TEST_F(JoystickTest, CalibrationFromTheFirstReading) {
     Joystick j(1);
     EXPECT_EQ(j.GetAxis(2, 0.05f, true, true), 0.0f);  // nothing seen but the rest
-    stick.axes[2] = 0.6f;
-    Feed(j, stick);
-    EXPECT_FLOAT_EQ(j.GetAxis(2, 0.05f, true, true), 1.0f);
-    stick.axes[2] = 0.4f;
-    Feed(j, stick);
-    EXPECT_FLOAT_EQ(j.GetAxis(2, 0.05f, true, true), 0.5f);
+    // Feeds a raw value to the axis and reads it calibrated, as a pedal (fixed) or bipolar.
+    const auto read = [&](int axis, float raw, float deadzone, bool fixed) {
+        stick.axes[size_t(axis)] = raw;
+        Feed(j, stick);
+        return j.GetAxis(axis, deadzone, true, fixed);
+    };
+    EXPECT_FLOAT_EQ(read(2, 0.6f, 0.05f, true), 1.0f);
+    EXPECT_FLOAT_EQ(read(2, 0.4f, 0.05f, true), 0.5f);
     EXPECT_NEAR(j.GetAxis(2, 0.05f, true, false), 0.0f, 1e-6);  // bipolar: the range's middle
-    stick.axes[2] = 0.22f;
-    Feed(j, stick);
-    EXPECT_EQ(j.GetAxis(2, 0.05f, true, true), 0.0f);
-    stick.axes[0] = -0.5f;  // a range spanning 0: the deadzone lies around 0
-    Feed(j, stick);
-    EXPECT_EQ(j.GetAxis(0, 0.1f, true, false), 0.0f);  // the bottom, within the deadzone from it
-    stick.axes[0] = 0.05f;
-    Feed(j, stick);
-    EXPECT_EQ(j.GetAxis(0, 0.1f, true, false), 0.0f);
-    stick.axes[0] = 0.5f;
-    Feed(j, stick);
-    EXPECT_FLOAT_EQ(j.GetAxis(0, 0.1f, true, false), 1.0f);
+    EXPECT_EQ(read(2, 0.22f, 0.05f, true), 0.0f);
+    // A range spanning 0: the deadzone lies around 0. The bottom is within the deadzone from it.
+    EXPECT_EQ(read(0, -0.5f, 0.1f, false), 0.0f);
+    EXPECT_EQ(read(0, 0.05f, 0.1f, false), 0.0f);
+    EXPECT_FLOAT_EQ(read(0, 0.5f, 0.1f, false), 1.0f);
 }
 
 // Binding edges: the first reading never fires, so a button held when the capture starts
