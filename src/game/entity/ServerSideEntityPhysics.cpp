@@ -8,6 +8,7 @@
 #include "game/Game.h"
 #include "game/entity/ServerSideEntity.h"
 #include "game/physics/PhysicsStep.h"
+#include "game/physics/PhysicsStepReference.h"
 #include "quorl/Timer.h"
 #include "quorl/cpu/Profiler.h"
 
@@ -28,6 +29,11 @@ void ServerSideEntity::PhysicsUpdate(double deltaTime, int substeps) {
     quorl::Timer timer(quorl::Timer::SteadySeconds);
     timer.Start();
     std::shared_lock lock(_sharedObjectsMutex);
+#if ZENDOLA_REFERENCE_STEP
+    physics::ReferencePhysicsStep(deltaTime, substeps);
+    Game::serverSidePhysicsAvgTime = 0.9 * Game::serverSidePhysicsAvgTime + 0.1 * timer.GetElapsedMilliseconds() * 0.001;
+    return;
+#endif
     physics::PhysicsStep& step = physics::PhysicsStep::Kept();
     ReleaseOnExit release{step};
 

@@ -4,17 +4,25 @@
 
 #include <cmath>
 #include <random>
+#include <shared_mutex>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include <glm/gtc/constants.hpp>
 
-#include "PhysicsStepReference.h"
 #include "StepWorld.h"
+#include "game/physics/PhysicsStepReference.h"
+#include "game/physics/Rigidbody.h"
 
 namespace physics_step_test {
 namespace {
+
+using game::Game;
+using game::entity::Id;
+using game::entity::ServerSideEntity;
+using RefFixed = game::physics::Rigidbody<ServerSideEntity>;
+using RefDynamic = game::physics::DynamicRigidbody<ServerSideEntity>;
 
 class PhysicsStep : public physics_test::StepWorld {
 protected:
@@ -232,7 +240,8 @@ TEST_F(PhysicsStep, OptimisedStepMatchesThePlainReadingPoseForPose) {
         }
         for (size_t i = 0; i < made.size(); ++i) start[i].To(*made[i]);
         for (int f = 0; f < kFrames; ++f) {
-            ReferencePhysicsUpdate(kDt, kSubsteps);
+            std::shared_lock lock(ServerSideEntity::_sharedObjectsMutex);
+            game::physics::ReferencePhysicsStep(kDt, kSubsteps);
             for (size_t i = 0; i < made.size(); ++i) {
                 ASSERT_TRUE(State::Of(*made[i]) == optimised[f][i])
                     << "seed " << seed << " frame " << f << " entity " << i << " at "

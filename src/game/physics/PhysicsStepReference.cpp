@@ -1,10 +1,6 @@
-#pragma once
-// The physics step written plainly, table for table, as a yardstick for the optimised step: fresh
-// maps of vectors of bodies every call, every pair tested. The maps remember the order in which
-// their keys first appeared and are walked in that order, which is the order the optimised step
-// gives its groups; everything else reads straight from the maps.
+#include "game/physics/PhysicsStepReference.h"
+
 #include <memory>
-#include <shared_mutex>
 #include <tuple>
 #include <type_traits>
 #include <unordered_map>
@@ -16,15 +12,18 @@
 #include "game/entity/ServerSideEntity.h"
 #include "game/physics/Rigidbody.h"
 
-namespace physics_step_test {
+namespace game::physics {
 
-using game::Game;
-using game::entity::EnvironmentId;
-using game::entity::Id;
-using game::entity::ServerSideEntity;
-using RefFixed = game::physics::Rigidbody<ServerSideEntity>;
-using RefDynamic = game::physics::DynamicRigidbody<ServerSideEntity>;
+namespace {
 
+using entity::EnvironmentId;
+using entity::Id;
+using entity::ServerSideEntity;
+using RefFixed = Rigidbody<ServerSideEntity>;
+using RefDynamic = DynamicRigidbody<ServerSideEntity>;
+
+// A map that remembers the order in which its keys first appeared and is walked in that order,
+// which is the order the phased step gives its groups.
 template <class K, class V>
 struct KeyOrderedMap {
     std::unordered_map<K, V> map;
@@ -40,9 +39,10 @@ struct KeyOrderedMap {
     }
 };
 
-inline void ReferencePhysicsUpdate(double deltaTime, int substeps) {
+}  // namespace
+
+void ReferencePhysicsStep(double deltaTime, int substeps) {
     enum RigidbodyEnvType { Fixed = 0, Dynamic = 1, Orbiting = 2 };
-    std::shared_lock lock(ServerSideEntity::_sharedObjectsMutex);
     RefDynamic::recordDebugLines = Game::debugServerSidePhysics;
 
     KeyOrderedMap<EnvironmentId, KeyOrderedMap<Id, std::vector<RefFixed>>> fixedBodies;
@@ -142,7 +142,7 @@ inline void ReferencePhysicsUpdate(double deltaTime, int substeps) {
                             e->localAcceleration = glm::dvec3(0.0);
                         } else {
                             auto f = Game::_environmentFunctions.find(e->relativeEnvironmentId);
-                            game::physics::EnvironmentInfo info;
+                            EnvironmentInfo info;
                             if (f != Game::_environmentFunctions.end() && f->second) info = f->second(e->position, 0, 0.0);
                             e->localAcceleration = glm::inverse(e->rotation) * info.gravity;
                         }
@@ -247,7 +247,7 @@ inline void ReferencePhysicsUpdate(double deltaTime, int substeps) {
 
     const double subDeltaTime = deltaTime / substeps;
     dynamicBodies.Each([&](EnvironmentId env, auto& groups) {
-        const game::physics::EnvironmentFunction* function = nullptr;
+        const EnvironmentFunction* function = nullptr;
         if (env != 0) function = &Game::_environmentFunctions.at(env);
         groups.Each([&](const Id& parentId, auto& bodies) {
             if (function)
@@ -283,4 +283,4 @@ inline void ReferencePhysicsUpdate(double deltaTime, int substeps) {
     });
 }
 
-}  // namespace physics_step_test
+}  // namespace game::physics
