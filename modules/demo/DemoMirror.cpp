@@ -17,7 +17,8 @@ std::vector<EntityPose> TakeSnapshot() {
     std::vector<EntityPose> poses;
     ServerSideEntity::ForEach([&](std::shared_ptr<ServerSideEntity> e) {
         poses.push_back(
-            {e->id, e->moduleId, e->type, e->position, e->rotation, e->velocity, e->angularVelocity, e->isDetachable});
+            {e->id, e->moduleId, e->type, e->parentEntity, e->position, e->rotation, e->velocity, e->angularVelocity,
+             e->isDetachable});
     });
     return poses;
 }
@@ -37,8 +38,10 @@ void ApplySnapshot(const std::vector<EntityPose>& snapshot) {
             e = ClientSideEntity::Create(pose.id, pose.moduleId, pose.type);
             gMirrored.insert(pose.id);
         }
-        if (e->position != pose.position || e->rotation != pose.rotation) e->moved = true;
+        if (e->position != pose.position || e->rotation != pose.rotation || e->parentEntity != pose.parentEntity)
+            e->moved = true;
         e->isDetachable = pose.isDetachable;
+        e->parentEntity = pose.parentEntity;
         e->position = pose.position;
         e->rotation = pose.rotation;
         e->velocity = pose.velocity;

@@ -18,6 +18,7 @@ struct EntityPose {
     game::entity::Id id;
     quorl::modular::ModuleID moduleId;
     std::string type;
+    game::entity::Id parentEntity;  // the pose is in this entity's frame (null: the environment's)
     glm::dvec3 position{0.0};
     glm::dquat rotation{1.0, 0.0, 0.0, 0.0};
     glm::dvec3 velocity{0.0};

@@ -102,6 +102,7 @@ TEST(DemoMirror, ClientEntitiesFollowTheServerWorldThroughSnapshots) {
             ASSERT_TRUE(c) << s->type;
             EXPECT_EQ(c->type, s->type);
             EXPECT_EQ(c->moduleId.String(), demo::kModuleText);
+            EXPECT_EQ(c->parentEntity, s->parentEntity) << s->type;  // the pose is in the parent's frame
             EXPECT_EQ(c->position, s->position) << s->type;
             EXPECT_EQ(c->rotation, s->rotation) << s->type;
         });
@@ -121,6 +122,14 @@ TEST(DemoMirror, ClientEntitiesFollowTheServerWorldThroughSnapshots) {
         EXPECT_EQ(c->isDetachable, c->type != "slab") << c->type;
     });
     EXPECT_GE(moved, 9u);
+
+    // Boxes that come to rest on the slab join its frame: their client twins are drawn in it too.
+    for (int i = 0; i < 150; ++i) Game::ServerUpdate(1.0 / 60.0, 2);
+    demo::ApplySnapshot(demo::TakeSnapshot());
+    expectMirrored();
+    size_t carried = 0;
+    ClientSideEntity::ForEach([&](std::shared_ptr<ClientSideEntity> c) { carried += !c->parentEntity.IsNull(); });
+    EXPECT_GE(carried, 1u);
 
     // An entity gone on the server goes on the client.
     game::entity::Id victim;
