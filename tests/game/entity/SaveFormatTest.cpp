@@ -25,10 +25,11 @@ T At(const std::vector<unsigned char>& bytes, size_t offset) {
     return value;
 }
 
-// `count` doubles stored one after another from `offset`.
-std::vector<double> DoublesAt(const std::vector<unsigned char>& bytes, size_t offset, size_t count) {
-    std::vector<double> values;
-    for (size_t i = 0; i < count; ++i) values.push_back(At<double>(bytes, offset + i * sizeof(double)));
+// `count` values of type T stored one after another from `offset`.
+template <class T>
+std::vector<T> RunAt(const std::vector<unsigned char>& bytes, size_t offset, size_t count) {
+    std::vector<T> values;
+    for (size_t i = 0; i < count; ++i) values.push_back(At<T>(bytes, offset + i * sizeof(T)));
     return values;
 }
 
@@ -74,23 +75,20 @@ TEST_F(EntitySaveFormat, StateFileLayout) {
     ASSERT_EQ(b.size(), 240u);
     EXPECT_EQ(TextAt(b, 0, 16), "ZENDOLA!ENTITY !");
     EXPECT_EQ(At<uint32_t>(b, 16), 1u);
-    EXPECT_EQ(At<uint64_t>(b, 20), ModuleID(kModule).vendor);
-    EXPECT_EQ(At<uint64_t>(b, 28), ModuleID(kModule).name);
-    EXPECT_EQ(At<uint64_t>(b, 36), 7u);
+    // The module, the length of the type, the type, the two environments.
+    EXPECT_EQ(RunAt<uint64_t>(b, 20, 3), (std::vector<uint64_t>{ModuleID(kModule).vendor, ModuleID(kModule).name, 7}));
     EXPECT_EQ(TextAt(b, 44, 7), "payload");
-    EXPECT_EQ(At<uint64_t>(b, 51), 0x1122334455667788ull);
-    EXPECT_EQ(At<uint64_t>(b, 59), 0x99ull);
+    EXPECT_EQ(RunAt<uint64_t>(b, 51, 2), (std::vector<uint64_t>{0x1122334455667788ull, 0x99}));
     EXPECT_EQ(At<Id>(b, 67), e->parentEntity);
     // Position, then the rotation w, x, y, z.
-    EXPECT_EQ(DoublesAt(b, 83, 7), (std::vector<double>{1.5, -2.0, 3.0, 0.5, 0.5, -0.5, 0.5}));
+    EXPECT_EQ(RunAt<double>(b, 83, 7), (std::vector<double>{1.5, -2.0, 3.0, 0.5, 0.5, -0.5, 0.5}));
     EXPECT_EQ(b[139], 1);
     // Velocity, angular velocity, bounds radius.
-    EXPECT_EQ(DoublesAt(b, 140, 7), (std::vector<double>{0.1, 0.2, 0.3, -1, -2, -3, 4.25}));
+    EXPECT_EQ(RunAt<double>(b, 140, 7), (std::vector<double>{0.1, 0.2, 0.3, -1, -2, -3, 4.25}));
     EXPECT_EQ(b[196], 1);  // detachable with restTime 1.0: settled
     EXPECT_EQ(TextAt(b, 197, 4), "\n\n\n\n");
-    EXPECT_EQ(At<uint64_t>(b, 201), 27u);
-    EXPECT_EQ(At<uint64_t>(b, 209), 7u);  // the module's data: generation, then its text
-    EXPECT_EQ(At<uint64_t>(b, 217), 3u);
+    // The module's block of 27 bytes: generation 7, then its text of 3.
+    EXPECT_EQ(RunAt<uint64_t>(b, 201, 3), (std::vector<uint64_t>{27, 7, 3}));
     EXPECT_EQ(TextAt(b, 225, 3), "abc");
     EXPECT_EQ(TextAt(b, 236, 4), "\nEOF");
 
@@ -111,13 +109,12 @@ TEST_F(EntitySaveFormat, CheckpointFileLayoutAndRestore) {
     EXPECT_EQ(At<uint32_t>(b, 8), 0u);
     EXPECT_EQ(At<Id>(b, 12), e->id);
     // Position, rotation (w, x, y, z), velocity, angular velocity.
-    EXPECT_EQ(DoublesAt(b, 28, 13), (std::vector<double>{1.5, -2.0, 3.0, 0.5, 0.5, -0.5, 0.5, 0.1, 0.2, 0.3, -1, -2, -3}));
+    EXPECT_EQ(RunAt<double>(b, 28, 13),
+              (std::vector<double>{1.5, -2.0, 3.0, 0.5, 0.5, -0.5, 0.5, 0.1, 0.2, 0.3, -1, -2, -3}));
     EXPECT_EQ(At<Id>(b, 132), e->parentEntity);
-    EXPECT_EQ(At<uint64_t>(b, 148), 0x1122334455667788ull);
-    EXPECT_EQ(At<uint64_t>(b, 156), 0x99ull);
+    EXPECT_EQ(RunAt<uint64_t>(b, 148, 2), (std::vector<uint64_t>{0x1122334455667788ull, 0x99}));
     EXPECT_EQ(b[164], 1);
-    EXPECT_EQ(At<uint64_t>(b, 165), 8u);
-    EXPECT_EQ(At<uint64_t>(b, 173), 0xABCDEFull);
+    EXPECT_EQ(RunAt<uint64_t>(b, 165, 2), (std::vector<uint64_t>{8, 0xABCDEF}));  // the module's state
 
     // Restoring brings the pose and the module's state back and wakes a detachable body.
     e->position = {0, 0, 0};
