@@ -49,14 +49,6 @@ double Get(const PressurizedVolume& v, const char* formula) {
 
 }  // namespace
 
-TEST(PressurizedVolumeState, IdealGasPressureOfAKnownMixture) {
-    auto v = MakeVolume(2.0, 300, {{"N2", 1.5}, {"O2", 0.4}, {"Ar", 0.1}});
-    const double moles = 1.5 / kN2 + 0.4 / kO2 + 0.1 / kAr;
-    EXPECT_DOUBLE_EQ(v->totalMass, 2.0);
-    EXPECT_DOUBLE_EQ(v->density, 1.0);
-    EXPECT_NEAR(v->pressure, moles * R * 300 / 2.0, 1e-6);
-}
-
 TEST(PressurizedVolumeState, EmptyOrUninitialisedVolumes) {
     auto empty = MakeVolume(1.0);
     empty->pressure = empty->density = 5;  // stale values are cleared

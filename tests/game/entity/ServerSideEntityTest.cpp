@@ -92,8 +92,7 @@ TEST_F(EntityServerSide, CreateGetAndDuplicates) {
 }
 
 TEST_F(EntityServerSide, AddAndRemoveChildKeepWorldPose) {
-    auto parent = Bare();
-    auto child = Bare();
+    auto parent = Bare(), child = Bare();
     parent->position = {5, -1, 2};
     parent->rotation = glm::normalize(glm::dquat(0.7, 0.2, -0.4, 0.1));
     parent->velocity = {1, 2, 3};
@@ -119,9 +118,7 @@ TEST_F(EntityServerSide, AddAndRemoveChildKeepWorldPose) {
 }
 
 TEST_F(EntityServerSide, TreeAssertionsAbort) {
-    auto a = Bare();
-    auto b = Bare();
-    auto c = Bare();
+    auto a = Bare(), b = Bare(), c = Bare();
     a->AddChild(b);
     EXPECT_DEATH(c->AddChild(b), "ASSERTION FAILED: \\(!entity->parentEntity\\) in src/game/entity/ServerSideEntity.cpp:");
     EXPECT_DEATH(c->RemoveChild(b),
@@ -134,9 +131,7 @@ TEST_F(EntityServerSide, TreeAssertionsAbort) {
 }
 
 TEST_F(EntityServerSide, RefreshCacheTakesTheRootsEnvironmentAndWakeState) {
-    auto root = Bare();
-    auto middle = Bare();
-    auto leaf = Bare();
+    auto root = Bare(), middle = Bare(), leaf = Bare();
     root->relativeEnvironmentId = 11;
     root->parentEnvironmentId = 22;
     middle->parentEntity = root->id;
@@ -157,9 +152,7 @@ TEST_F(EntityServerSide, RefreshCacheTakesTheRootsEnvironmentAndWakeState) {
 }
 
 TEST_F(EntityServerSide, VehicleAndPhysicsParent) {
-    auto vehicle = Bare();
-    auto part = Bare();
-    auto sub = Bare();
+    auto vehicle = Bare(), part = Bare(), sub = Bare();
     part->isComponent = sub->isComponent = true;
     part->parentEntity = vehicle->id;
     sub->parentEntity = part->id;
