@@ -356,29 +356,27 @@ TEST(PhysicsResponse, ContactPointsCloserThanATenthAreDropped) {
 }
 
 TEST(PhysicsResponse, StaticContactNeedsTheCentreOfMassOverTheContacts) {
-    auto contacts = [](std::initializer_list<glm::dvec3> points, glm::dvec3 tilted = {0, 0, 1}, size_t tiltedIndex = 99) {
-        Body body = BoxBody(1, {0, 0, 0}, {0, 0, 0});
-        size_t i = 0;
-        for (const glm::dvec3& p : points) {
-            body.staticRelativeContactPoints.push_back(p);
-            body.staticContactNormals.push_back(i++ == tiltedIndex ? glm::normalize(tilted) : glm::dvec3(0, 0, 1));
-        }
-        return body;
+    using Points = std::vector<glm::dvec3>;
+    const Points around = {{-1, -1, -0.5}, {1, -1, -0.5}, {0, 1, -0.5}};
+    const Points wide = {{2, 2, -0.5}, {-2, 2, -0.5}, {-2, -2, -0.5}, {2, -2.5, -0.5}};
+    struct Case {
+        const char* what;
+        Points points;
+        bool firstLeans, holds;
     };
-    glm::dvec3 n;
-    // Three contacts around the centre.
-    EXPECT_TRUE(contacts({{-1, -1, -0.5}, {1, -1, -0.5}, {0, 1, -0.5}}).GetStaticContact(n));
-    ExpectNear(n, {0, 0, 1});
-    // Two are not enough.
-    EXPECT_FALSE(contacts({{-1, -1, -0.5}, {1, -1, -0.5}}).GetStaticContact(n));
-    // The centre hangs over the edge of the triangle.
-    EXPECT_FALSE(contacts({{1, 1, -0.5}, {2, 1, -0.5}, {1, 2, -0.5}}).GetStaticContact(n));
-    // A contact leaning by more than 45 degrees breaks it.
-    EXPECT_FALSE(contacts({{-1, -1, -0.5}, {1, -1, -0.5}, {0, 1, -0.5}}, {1, 0, 0.9}, 0).GetStaticContact(n));
-    // Four contacts whose newest triangle misses the centre but which surround it together.
-    EXPECT_TRUE(contacts({{2, 2, -0.5}, {-2, 2, -0.5}, {-2, -2, -0.5}, {2, -2.5, -0.5}}).GetStaticContact(n));
-    ExpectNear(n, {0, 0, 1});
-    // ... unless an older one leans.
-    EXPECT_FALSE(
-        contacts({{2, 2, -0.5}, {-2, 2, -0.5}, {-2, -2, -0.5}, {2, -2.5, -0.5}}, {1, 0, 0.9}, 0).GetStaticContact(n));
+    for (const Case& c : {Case{"three around the centre", around, false, true},
+                          Case{"two are not enough", {around[0], around[1]}, false, false},
+                          Case{"over the edge", {{1, 1, -0.5}, {2, 1, -0.5}, {1, 2, -0.5}}, false, false},
+                          Case{"one leaning by more than 45 degrees", around, true, false},
+                          Case{"the newest triangle misses the centre, all four surround it", wide, false, true},
+                          Case{"... unless an older one leans", wide, true, false}}) {
+        SCOPED_TRACE(c.what);
+        Body body = BoxBody(1, {0, 0, 0}, {0, 0, 0});
+        body.staticRelativeContactPoints = c.points;
+        body.staticContactNormals.assign(c.points.size(), {0, 0, 1});
+        if (c.firstLeans) body.staticContactNormals[0] = glm::normalize(glm::dvec3(1, 0, 0.9));
+        glm::dvec3 n(0.0);
+        EXPECT_EQ(body.GetStaticContact(n), c.holds);
+        if (c.holds) ExpectNear(n, {0, 0, 1});
+    }
 }
