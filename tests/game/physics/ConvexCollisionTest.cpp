@@ -20,17 +20,17 @@ using game::physics::ConvexCollision;
 
 namespace {
 
-ConvexMeshCollider Cube() {
+// A box of the given half sizes around the origin, or the sphere around that box.
+ConvexMeshCollider Box(const glm::vec3& half, bool sphere = false) {
     ConvexMeshCollider c;
-    c.SetBox({-0.5f, -0.5f, -0.5f}, {0.5f, 0.5f, 0.5f});
+    c.SetBox(-half, half);
+    c.isSphere = sphere;
     return c;
 }
 
-ConvexMeshCollider Slab() {
-    ConvexMeshCollider c;
-    c.SetBox({-2.0f, -0.1f, -1.5f}, {2.0f, 0.1f, 1.5f});
-    return c;
-}
+ConvexMeshCollider Cube() { return Box(glm::vec3(0.5f)); }
+ConvexMeshCollider Slab() { return Box({2.0f, 0.1f, 1.5f}); }
+ConvexMeshCollider Sphere() { return Box(glm::vec3(0.5f), true); }
 
 // A tapered wing: chord 2 and thickness 0.3 at the root, chord 1 and thickness 0.1 at the tip,
 // span 4. Same corner numbering and triangles as a box; five distinct face directions.
@@ -148,12 +148,6 @@ glm::dmat4 RandomPose(std::mt19937_64& rng, double spread) {
 
 glm::dvec3 CentreOf(const ConvexMeshCollider& c) {
     return glm::dvec3(c.transform * glm::dvec4((glm::dvec3(c.box_min) + glm::dvec3(c.box_max)) * 0.5, 1.0));
-}
-
-ConvexMeshCollider Sphere() {
-    ConvexMeshCollider c = Cube();
-    c.isSphere = true;
-    return c;
 }
 
 glm::dmat4 QuarterTurn(int axis) {
@@ -350,11 +344,9 @@ TEST(PhysicsConvexCollision, NearTiesOfFaceAndEdgeAxesAgreeWithTheLiteralReading
     for (int trial = 0; trial < 2000; ++trial) {
         const double size = std::pow(10.0, trial % 10 - 5);  // 10 um to 10 km
         auto box = [&] {
-            const glm::vec3 half(float(size * (0.5 + 0.5 * std::abs(unit(rng)))), float(size * 0.5),
-                                 float(size * (0.5 + 0.5 * std::abs(unit(rng)))));
-            ConvexMeshCollider c;
-            c.SetBox(-half, half);
-            return c;
+            // Parentheses, not braces: the two draws keep the order the seeded trials were made in.
+            return Box(glm::vec3(float(size * (0.5 + 0.5 * std::abs(unit(rng)))), float(size * 0.5),
+                                 float(size * (0.5 + 0.5 * std::abs(unit(rng))))));
         };
         ConvexMeshCollider a = box(), b = box();
         auto turn = [&] {

@@ -171,8 +171,7 @@ TEST(EnvironmentAerodynamics, ContainerPassesSurfacesToItsChildren) {
     body.velocity = {0, 0, -20};
     body.ComputeAerodynamicSurfaces(world.Function());
     ASSERT_EQ(body.aerodynamicSurfaces.size(), 1u);
-    EXPECT_NEAR(body.aerodynamicSurfaces[0].position.x, 1, 1e-6);
-    EXPECT_NEAR(body.aerodynamicSurfaces[0].position.z, -0.5, 1e-6);
+    ExpectNear(body.aerodynamicSurfaces[0].position, {1, 0, -0.5}, 1e-6);
     EXPECT_NEAR(body.aerodynamicSurfaces[0].area, 1, 1e-6);
 }
 
