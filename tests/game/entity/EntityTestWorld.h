@@ -90,15 +90,6 @@ std::string ErrorText(F&& f) {
     return "";
 }
 
-inline std::vector<unsigned char> ReadFile(const std::string& path) {
-    const std::string bytes = testfiles::ReadAll(path);
-    return std::vector<unsigned char>(bytes.begin(), bytes.end());
-}
-
-inline void WriteFile(const std::string& path, const std::vector<unsigned char>& bytes) {
-    testfiles::WriteAll(path, std::string(bytes.begin(), bytes.end()));
-}
-
 class EntityWorld : public ::testing::Test {
 protected:
     void SetUp() override {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include "game/entity/ClientSideEntity.h"
 #include "game/entity/ServerSideEntity.h"
@@ -29,73 +30,48 @@ long Slot(F f) {
 
 TEST(EntityLayout, ServerInterfaceSlots) {
     using I = ServerSideEntity::Interface;
-    EXPECT_EQ(Slot(&I::_Reserved2), 2);
-    EXPECT_EQ(Slot(&I::Serialize), 3);
-    EXPECT_EQ(Slot(&I::Deserialize), 4);
-    EXPECT_EQ(Slot(&I::SerializeState), 5);
-    EXPECT_EQ(Slot(&I::DeserializeState), 6);
-    EXPECT_EQ(Slot(&I::_Reserved7), 7);
-    EXPECT_EQ(Slot(&I::_Reserved12), 12);
-    EXPECT_EQ(Slot(&I::IsInsideVolume), 13);
-    EXPECT_EQ(Slot(&I::_Reserved14), 14);
-    EXPECT_EQ(Slot(&I::_Reserved17), 17);
-    EXPECT_EQ(Slot(&I::Init), 18);
-    EXPECT_EQ(Slot(&I::BeforeUpdate), 19);
-    EXPECT_EQ(Slot(&I::Update), 20);
-    EXPECT_EQ(Slot(&I::AfterUpdate), 21);
+    EXPECT_EQ((std::vector<long>{Slot(&I::_Reserved2), Slot(&I::Serialize), Slot(&I::Deserialize),
+                                 Slot(&I::SerializeState), Slot(&I::DeserializeState), Slot(&I::_Reserved7),
+                                 Slot(&I::_Reserved12), Slot(&I::IsInsideVolume), Slot(&I::_Reserved14),
+                                 Slot(&I::_Reserved17), Slot(&I::Init), Slot(&I::BeforeUpdate), Slot(&I::Update),
+                                 Slot(&I::AfterUpdate)}),
+              (std::vector<long>{2, 3, 4, 5, 6, 7, 12, 13, 14, 17, 18, 19, 20, 21}));
 }
 
 TEST(EntityLayout, ClientInterfaceSlots) {
     using I = ClientSideEntity::Interface;
-    EXPECT_EQ(Slot(&I::_Reserved2), 2);
-    EXPECT_EQ(Slot(&I::_Reserved8), 8);
-    EXPECT_EQ(Slot(&I::Update), 9);
-    EXPECT_EQ(Slot(&I::AfterUpdate), 10);
-    EXPECT_EQ(Slot(&I::Ui), 11);
+    EXPECT_EQ((std::vector<long>{Slot(&I::_Reserved2), Slot(&I::_Reserved8), Slot(&I::Update), Slot(&I::AfterUpdate),
+                                 Slot(&I::Ui)}),
+              (std::vector<long>{2, 8, 9, 10, 11}));
 }
 
 TEST(EntityLayout, EntitySlots) {
-    EXPECT_EQ(Slot(&BaseEntity::InitNodes), 2);
-    EXPECT_EQ(Slot(&BaseEntity::Update), 3);
-    EXPECT_EQ(Slot(&ServerSideEntity::InitNodes), 2);
-    EXPECT_EQ(Slot(&ServerSideEntity::Update), 3);
-    EXPECT_EQ(Slot(&ClientSideEntity::InitNodes), 2);
-    EXPECT_EQ(Slot(&ClientSideEntity::Update), 3);
-    EXPECT_EQ(Slot(&ClientSideEntity::AfterUpdate), 4);
-    EXPECT_EQ(Slot(&ClientSideEntity::Ui), 5);
-    EXPECT_EQ(Slot(&ClientSideEntity::SetVisibility), 6);
+    EXPECT_EQ((std::vector<long>{Slot(&BaseEntity::InitNodes), Slot(&BaseEntity::Update),
+                                 Slot(&ServerSideEntity::InitNodes), Slot(&ServerSideEntity::Update),
+                                 Slot(&ClientSideEntity::InitNodes), Slot(&ClientSideEntity::Update),
+                                 Slot(&ClientSideEntity::AfterUpdate), Slot(&ClientSideEntity::Ui),
+                                 Slot(&ClientSideEntity::SetVisibility)}),
+              (std::vector<long>{2, 3, 2, 3, 2, 3, 4, 5, 6}));
 }
 
 // Field offsets that compiled modules read and write directly (x86-64, libstdc++).
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 TEST(EntityLayout, BaseEntityFieldOffsets) {
-    EXPECT_EQ(offsetof(BaseEntity, moduleId), 8u);
-    EXPECT_EQ(offsetof(BaseEntity, type), 24u);
-    EXPECT_EQ(offsetof(BaseEntity, config), 56u);
-    EXPECT_EQ(offsetof(BaseEntity, mass), 72u);
-    EXPECT_EQ(offsetof(BaseEntity, position), 80u);
-    EXPECT_EQ(offsetof(BaseEntity, rotation), 104u);
-    EXPECT_EQ(offsetof(BaseEntity, boundsMin), 136u);
-    EXPECT_EQ(offsetof(BaseEntity, boundsRadius), 256u);
-    EXPECT_EQ(offsetof(BaseEntity, localAcceleration), 312u);
-    EXPECT_EQ(offsetof(BaseEntity, parentEntity), 336u);
-    EXPECT_EQ(offsetof(BaseEntity, nodeTransforms), 352u);
-    EXPECT_EQ(offsetof(BaseEntity, colliders), 464u);
-    EXPECT_EQ(offsetof(BaseEntity, ignoredEntities), 520u);
-    EXPECT_EQ(offsetof(BaseEntity, nodesMoved), 576u);
-    EXPECT_EQ(offsetof(BaseEntity, isComponent), 579u);
-    EXPECT_EQ(sizeof(BaseEntity), 584u);
+    using E = BaseEntity;
+    EXPECT_EQ((std::vector<size_t>{offsetof(E, moduleId), offsetof(E, type), offsetof(E, config), offsetof(E, mass),
+                                   offsetof(E, position), offsetof(E, rotation), offsetof(E, boundsMin),
+                                   offsetof(E, boundsRadius), offsetof(E, localAcceleration), offsetof(E, parentEntity),
+                                   offsetof(E, nodeTransforms), offsetof(E, colliders), offsetof(E, ignoredEntities),
+                                   offsetof(E, nodesMoved), offsetof(E, isComponent), sizeof(E)}),
+              (std::vector<size_t>{8, 24, 56, 72, 80, 104, 136, 256, 312, 336, 352, 464, 520, 576, 579, 584}));
 }
 
 TEST(EntityLayout, ServerInterfaceFieldOffsets) {
     using I = ServerSideEntity::Interface;
-    EXPECT_EQ(offsetof(I, entity), 8u);
-    EXPECT_EQ(offsetof(I, self), 24u);
-    EXPECT_EQ(offsetof(I, id), 40u);
-    EXPECT_EQ(offsetof(I, initialized), 56u);
-    EXPECT_EQ(offsetof(I, config), 64u);
-    EXPECT_EQ(sizeof(I), 80u);
+    EXPECT_EQ((std::vector<size_t>{offsetof(I, entity), offsetof(I, self), offsetof(I, id), offsetof(I, initialized),
+                                   offsetof(I, config), sizeof(I)}),
+              (std::vector<size_t>{8, 24, 40, 56, 64, 80}));
 }
 #pragma GCC diagnostic pop
 
@@ -103,11 +79,9 @@ TEST(EntityLayout, ServerInterfaceFieldOffsets) {
 TEST(EntityLayout, QuaternionsAreStoredWFirst) {
     BaseEntity e;
     e.rotation = glm::dquat(1.0, 2.0, 3.0, 4.0);  // w, x, y, z
-    double stored[4];
-    std::memcpy(stored, &e.rotation, sizeof stored);
-    EXPECT_EQ(stored[0], 1.0);
-    EXPECT_EQ(stored[1], 2.0);
-    EXPECT_EQ(stored[3], 4.0);
+    glm::dvec4 stored;
+    std::memcpy(&stored, &e.rotation, sizeof stored);
+    EXPECT_EQ(stored, glm::dvec4(1, 2, 3, 4));
     glm::quat f(5.0f, 6.0f, 7.0f, 8.0f);
     EXPECT_EQ(reinterpret_cast<const float*>(&f)[0], 5.0f);
 }

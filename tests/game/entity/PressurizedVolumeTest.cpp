@@ -5,6 +5,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 
@@ -41,24 +42,12 @@ double Sum(const PressurizedVolume& v) {
     return sum;
 }
 
-void UpdateAll(std::initializer_list<PressurizedVolume*> volumes) {
-    for (auto* v : volumes) v->Update(0);
-}
-
 double Get(const PressurizedVolume& v, const char* formula) {
     auto it = v.composition.find(formula);
     return it == v.composition.end() ? 0.0 : it->second;
 }
 
 }  // namespace
-
-TEST(PressurizedVolumeState, IdealGasPressureOfAKnownMixture) {
-    auto v = MakeVolume(2.0, 300, {{"N2", 1.5}, {"O2", 0.4}, {"Ar", 0.1}});
-    const double moles = 1.5 / kN2 + 0.4 / kO2 + 0.1 / kAr;
-    EXPECT_DOUBLE_EQ(v->totalMass, 2.0);
-    EXPECT_DOUBLE_EQ(v->density, 1.0);
-    EXPECT_NEAR(v->pressure, moles * R * 300 / 2.0, 1e-6);
-}
 
 TEST(PressurizedVolumeState, EmptyOrUninitialisedVolumes) {
     auto empty = MakeVolume(1.0);
@@ -110,8 +99,7 @@ TEST(PressurizedVolumeState, AirtightnessHealsOverASecond) {
     v.Leak();
     EXPECT_FALSE(v.IsAirtight());
     v.Update(0.25);
-    EXPECT_DOUBLE_EQ(v.airtightness, 0.25);
-    EXPECT_FALSE(v.IsAirtight());
+    EXPECT_EQ(std::pair(v.airtightness, v.IsAirtight()), std::pair(0.25, false));
     v.Update(2);
     EXPECT_EQ(v.airtightness, 1.0);
 }
@@ -134,7 +122,8 @@ TEST(PressurizedVolumeTransfer, MovesTheMassOfBernoullisSpeed) {
     EXPECT_NEAR(Sum(*a) + Sum(*b), 13 + 6.5, 1e-12);
 
     // Called the other way round, the flow still goes from high to low.
-    UpdateAll({a.get(), b.get()});
+    a->Update(0);
+    b->Update(0);
     const double back = PressurizedVolume::Transfer(b, a, {}, {}, 1e-4, 0.01);
     EXPECT_GT(back, 0);
     EXPECT_NEAR(Get(*b, "N2"), 5 + expected * 10 / 13 + back * Get(*a, "N2") / Sum(*a), 1e-9);
@@ -145,9 +134,7 @@ TEST(PressurizedVolumeTransfer, SmallDifferencesOnlyMergeAirtightness) {
     auto b = MakeVolume(1, 300, {{"N2", 0.999}});  // about 90 Pa lower
     a->airtightness = 0.3;
     EXPECT_EQ(PressurizedVolume::Transfer(a, b, {}, {}, 1, 1), 0.0);
-    EXPECT_EQ(a->airtightness, 0.3);
-    EXPECT_EQ(b->airtightness, 0.3);
-    EXPECT_EQ(Get(*b, "N2"), 0.999);
+    EXPECT_EQ(std::tuple(a->airtightness, b->airtightness, Get(*b, "N2")), std::tuple(0.3, 0.3, 0.999));
 
     // Nothing at all without a hole, a partner or an initialised side.
     a->airtightness = 0;
@@ -164,7 +151,8 @@ TEST(PressurizedVolumeTransfer, LargeHoleLevelsPressuresAndConservesMass) {
     auto empty = MakeVolume(3, 400);
 
     const double flow = PressurizedVolume::Transfer(full, empty, {}, {}, 1, 1);
-    UpdateAll({full.get(), empty.get()});
+    full->Update(0);
+    empty->Update(0);
     EXPECT_NEAR(full->pressure, empty->pressure, 1e-6);
     EXPECT_NEAR(flow, empty->totalMass, 1e-12);
     // Level: n1 300 / 1 = n2 400 / 3, so the empty room takes 9/13 of the moles; a second transfer is 0.
@@ -182,8 +170,7 @@ TEST(PressurizedVolumeTransfer, TraceEntriesBelowAGramVanishFromTheSource) {
 }
 
 TEST(PressurizedVolumeTransferDeathTest, EmptySourceWithHigherPressureAborts) {
-    auto a = MakeVolume(1);
-    auto b = MakeVolume(1);
+    auto a = MakeVolume(1), b = MakeVolume(1);
     a->pressure = 1000;
     EXPECT_DEATH(PressurizedVolume::Transfer(a, b, {}, {}, 1, 1),
                  "ASSERTION FAILED: \\(a->totalMass > 0\\) in src/game/entity/PressurizedVolume.cpp:");

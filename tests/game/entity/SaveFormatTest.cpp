@@ -18,22 +18,19 @@ using quorl::modular::ModuleID;
 namespace {
 
 template <class T>
-T At(const std::vector<unsigned char>& bytes, size_t offset) {
+T At(const std::string& bytes, size_t offset) {
     T value{};
     EXPECT_LE(offset + sizeof(T), bytes.size());
     if (offset + sizeof(T) <= bytes.size()) std::memcpy(&value, bytes.data() + offset, sizeof(T));
     return value;
 }
 
-// `count` doubles stored one after another from `offset`.
-std::vector<double> DoublesAt(const std::vector<unsigned char>& bytes, size_t offset, size_t count) {
-    std::vector<double> values;
-    for (size_t i = 0; i < count; ++i) values.push_back(At<double>(bytes, offset + i * sizeof(double)));
+// `count` values of type T stored one after another from `offset`.
+template <class T>
+std::vector<T> RunAt(const std::string& bytes, size_t offset, size_t count) {
+    std::vector<T> values;
+    for (size_t i = 0; i < count; ++i) values.push_back(At<T>(bytes, offset + i * sizeof(T)));
     return values;
-}
-
-std::string TextAt(const std::vector<unsigned char>& bytes, size_t offset, size_t size) {
-    return std::string(reinterpret_cast<const char*>(bytes.data()) + offset, size);
 }
 
 std::shared_ptr<ServerSideEntity> GoldenEntity() {
@@ -68,56 +65,52 @@ using EntitySaveFormat = EntityWorld;
 TEST_F(EntitySaveFormat, StateFileLayout) {
     auto e = GoldenEntity();
     e->Serialize();
-    std::vector<unsigned char> b = ReadFile(e->GetStateSaveFile());
+    std::string b = testfiles::ReadAll(e->GetStateSaveFile());
     EXPECT_EQ(e->GetStateSaveFile(),
               "../Zendola-data/server/worlds/testworld/entities/" + e->id.ToString() + ".entitystate");
     ASSERT_EQ(b.size(), 240u);
-    EXPECT_EQ(TextAt(b, 0, 16), "ZENDOLA!ENTITY !");
+    EXPECT_EQ(b.substr(0, 16), "ZENDOLA!ENTITY !");
     EXPECT_EQ(At<uint32_t>(b, 16), 1u);
-    EXPECT_EQ(At<uint64_t>(b, 20), ModuleID(kModule).vendor);
-    EXPECT_EQ(At<uint64_t>(b, 28), ModuleID(kModule).name);
-    EXPECT_EQ(At<uint64_t>(b, 36), 7u);
-    EXPECT_EQ(TextAt(b, 44, 7), "payload");
-    EXPECT_EQ(At<uint64_t>(b, 51), 0x1122334455667788ull);
-    EXPECT_EQ(At<uint64_t>(b, 59), 0x99ull);
+    // The module, the length of the type, the type, the two environments.
+    EXPECT_EQ(RunAt<uint64_t>(b, 20, 3), (std::vector<uint64_t>{ModuleID(kModule).vendor, ModuleID(kModule).name, 7}));
+    EXPECT_EQ(b.substr(44, 7), "payload");
+    EXPECT_EQ(RunAt<uint64_t>(b, 51, 2), (std::vector<uint64_t>{0x1122334455667788ull, 0x99}));
     EXPECT_EQ(At<Id>(b, 67), e->parentEntity);
     // Position, then the rotation w, x, y, z.
-    EXPECT_EQ(DoublesAt(b, 83, 7), (std::vector<double>{1.5, -2.0, 3.0, 0.5, 0.5, -0.5, 0.5}));
+    EXPECT_EQ(RunAt<double>(b, 83, 7), (std::vector<double>{1.5, -2.0, 3.0, 0.5, 0.5, -0.5, 0.5}));
     EXPECT_EQ(b[139], 1);
     // Velocity, angular velocity, bounds radius.
-    EXPECT_EQ(DoublesAt(b, 140, 7), (std::vector<double>{0.1, 0.2, 0.3, -1, -2, -3, 4.25}));
+    EXPECT_EQ(RunAt<double>(b, 140, 7), (std::vector<double>{0.1, 0.2, 0.3, -1, -2, -3, 4.25}));
     EXPECT_EQ(b[196], 1);  // detachable with restTime 1.0: settled
-    EXPECT_EQ(TextAt(b, 197, 4), "\n\n\n\n");
-    EXPECT_EQ(At<uint64_t>(b, 201), 27u);
-    EXPECT_EQ(At<uint64_t>(b, 209), 7u);  // the module's data: generation, then its text
-    EXPECT_EQ(At<uint64_t>(b, 217), 3u);
-    EXPECT_EQ(TextAt(b, 225, 3), "abc");
-    EXPECT_EQ(TextAt(b, 236, 4), "\nEOF");
+    EXPECT_EQ(b.substr(197, 4), "\n\n\n\n");
+    // The module's block of 27 bytes: generation 7, then its text of 3.
+    EXPECT_EQ(RunAt<uint64_t>(b, 201, 3), (std::vector<uint64_t>{27, 7, 3}));
+    EXPECT_EQ(b.substr(225, 3), "abc");
+    EXPECT_EQ(b.substr(236, 4), "\nEOF");
 
     e->restTime = 0.5;
     e->Serialize();
-    EXPECT_EQ(ReadFile(e->GetStateSaveFile())[196], 0);
+    EXPECT_EQ(testfiles::ReadAll(e->GetStateSaveFile())[196], 0);
     e->isDetachable = false;
     e->Serialize();
-    EXPECT_EQ(ReadFile(e->GetStateSaveFile())[196], 1);
+    EXPECT_EQ(testfiles::ReadAll(e->GetStateSaveFile())[196], 1);
 }
 
 TEST_F(EntitySaveFormat, CheckpointFileLayoutAndRestore) {
     auto e = GoldenEntity();
     e->SerializeCheckpoint();
-    std::vector<unsigned char> b = ReadFile(e->GetCheckpointSaveFile());
+    std::string b = testfiles::ReadAll(e->GetCheckpointSaveFile());
     ASSERT_EQ(b.size(), 181u);
-    EXPECT_EQ(TextAt(b, 0, 8), "CHECKPNT");
+    EXPECT_EQ(b.substr(0, 8), "CHECKPNT");
     EXPECT_EQ(At<uint32_t>(b, 8), 0u);
     EXPECT_EQ(At<Id>(b, 12), e->id);
     // Position, rotation (w, x, y, z), velocity, angular velocity.
-    EXPECT_EQ(DoublesAt(b, 28, 13), (std::vector<double>{1.5, -2.0, 3.0, 0.5, 0.5, -0.5, 0.5, 0.1, 0.2, 0.3, -1, -2, -3}));
+    EXPECT_EQ(RunAt<double>(b, 28, 13),
+              (std::vector<double>{1.5, -2.0, 3.0, 0.5, 0.5, -0.5, 0.5, 0.1, 0.2, 0.3, -1, -2, -3}));
     EXPECT_EQ(At<Id>(b, 132), e->parentEntity);
-    EXPECT_EQ(At<uint64_t>(b, 148), 0x1122334455667788ull);
-    EXPECT_EQ(At<uint64_t>(b, 156), 0x99ull);
+    EXPECT_EQ(RunAt<uint64_t>(b, 148, 2), (std::vector<uint64_t>{0x1122334455667788ull, 0x99}));
     EXPECT_EQ(b[164], 1);
-    EXPECT_EQ(At<uint64_t>(b, 165), 8u);
-    EXPECT_EQ(At<uint64_t>(b, 173), 0xABCDEFull);
+    EXPECT_EQ(RunAt<uint64_t>(b, 165, 2), (std::vector<uint64_t>{8, 0xABCDEF}));  // the module's state
 
     // Restoring brings the pose and the module's state back and wakes a detachable body.
     e->position = {0, 0, 0};
@@ -153,8 +146,8 @@ TEST_F(EntitySaveFormat, TreeRoundTripThroughLoadAll) {
     root.reset(), a.reset(), b.reset(), leaf.reset();
     ServerSideEntity::UnloadAllEntities();
     EXPECT_EQ(FileCount(), 4u);
-    std::unordered_map<Id, std::vector<unsigned char>> files;
-    for (const Id& id : ids) files[id] = ReadFile((Folder() / (id.ToString() + ".entitystate")).string());
+    std::unordered_map<Id, std::string> files;
+    for (const Id& id : ids) files[id] = testfiles::ReadAll((Folder() / (id.ToString() + ".entitystate")).string());
 
     // Loaded and saved again, every file comes out byte for byte as it went in.
     PayloadInterface::inits = 0;
@@ -166,7 +159,7 @@ TEST_F(EntitySaveFormat, TreeRoundTripThroughLoadAll) {
         // Settled bodies come back settled; a detachable one that was moving starts from 0.
         EXPECT_EQ(e->restTime, e->isDetachable ? 0.0 : 2.0);
         e->Serialize();
-        EXPECT_TRUE(ReadFile(e->GetStateSaveFile()) == files[id]) << id.ToString();
+        EXPECT_TRUE(testfiles::ReadAll(e->GetStateSaveFile()) == files[id]) << id.ToString();
     }
 }
 
@@ -174,16 +167,16 @@ TEST_F(EntitySaveFormat, BadCheckpointsPrintAndChangeNothing) {
     auto e = GoldenEntity();
     e->SerializeCheckpoint();
     std::string path = e->GetCheckpointSaveFile();
-    const std::vector<unsigned char> good = ReadFile(path);
-    auto probe = [&](std::vector<unsigned char> bytes, const std::string& message) {
-        WriteFile(path, bytes);
+    const std::string good = testfiles::ReadAll(path);
+    auto probe = [&](std::string bytes, const std::string& message) {
+        testfiles::WriteAll(path, bytes);
         e->position = {9, 9, 9};
         ::testing::internal::CaptureStderr();
         e->DeserializeCheckpoint();
         std::string err = ::testing::internal::GetCapturedStderr();
         EXPECT_NE(err.find(message), std::string::npos) << err;
         EXPECT_EQ(e->position, glm::dvec3(9, 9, 9));
-        EXPECT_EQ(ReadFile(path), bytes);  // the reader never rewrites a file
+        EXPECT_EQ(testfiles::ReadAll(path), bytes);  // the reader never rewrites a file
     };
     // Magic, version, another entity's id, a block length far beyond the file.
     for (auto [at, value, message] : {std::tuple{3, good[3] ^ 1, "Invalid checkpoint file"},
@@ -191,11 +184,11 @@ TEST_F(EntitySaveFormat, BadCheckpointsPrintAndChangeNothing) {
                                       {20, good[20] ^ 0x40, "Invalid checkpoint parent entity ID"},
                                       {172, 0x7F, "Invalid checkpoint file"}}) {
         auto bad = good;
-        bad[size_t(at)] = (unsigned char)value;
+        bad[size_t(at)] = char(value);
         probe(bad, message);
     }
     for (size_t cut : {size_t(0), size_t(100), good.size() - 1})
-        probe(std::vector<unsigned char>(good.begin(), good.begin() + long(cut)), "Invalid checkpoint file");
+        probe(good.substr(0, cut), "Invalid checkpoint file");
     // A whole file whose state the module refuses: read whole before anything is applied.
     PayloadInterface::throwOnDeserializeState = true;
     probe(good, "Invalid checkpoint state (module refuses its state)");
@@ -207,15 +200,15 @@ TEST_F(EntitySaveFormat, CorruptStateFilesThrowWithTheIdAndStayOnDisk) {
     Id id = e->id;
     e->Serialize();
     std::string path = e->GetStateSaveFile();
-    const std::vector<unsigned char> good = ReadFile(path);
+    const std::string good = testfiles::ReadAll(path);
     ForgetAllEntities();
     e.reset();
-    auto expectError = [&](const std::vector<unsigned char>& bytes, const std::string& start) {
-        WriteFile(path, bytes);
+    auto expectError = [&](const std::string& bytes, const std::string& start) {
+        testfiles::WriteAll(path, bytes);
         std::string error = LoadError(id);
         EXPECT_EQ(error.rfind(start, 0), 0u) << error;
         EXPECT_TRUE(EndsWith(error, id.ToString())) << error;
-        EXPECT_EQ(ReadFile(path), bytes);
+        EXPECT_EQ(testfiles::ReadAll(path), bytes);
         EXPECT_FALSE(ServerSideEntity::Get(id));
     };
     // Byte 43: a type length of 2^62, refused before any allocation; 208: a block longer than the file.
@@ -225,16 +218,16 @@ TEST_F(EntitySaveFormat, CorruptStateFilesThrowWithTheIdAndStayOnDisk) {
                                     {43, 0x40, "Invalid save state file ("},
                                     {208, 0x01, "Invalid save state file ("}}) {
         auto bad = good;
-        bad[size_t(at)] = (unsigned char)value;
+        bad[size_t(at)] = char(value);
         expectError(bad, start);
     }
     // Every truncation short of the end marker fails; the marker itself is not checked.
     for (size_t cut = 0; cut < good.size() - 4; ++cut) {
-        WriteFile(path, std::vector<unsigned char>(good.begin(), good.begin() + long(cut)));
+        testfiles::WriteAll(path, good.substr(0, cut));
         std::string error = LoadError(id);
         ASSERT_TRUE(EndsWith(error, id.ToString())) << "cut at " << cut << ": " << error;
     }
-    WriteFile(path, good);
+    testfiles::WriteAll(path, good);
     EXPECT_EQ(LoadError(id), "");
     EXPECT_TRUE(ServerSideEntity::Get(id));
 
@@ -249,14 +242,14 @@ TEST_F(EntitySaveFormat, LoaderKeepsFilesOnEveryFault) {
     e->Serialize();
     e->SerializeCheckpoint();
     std::string state = e->GetStateSaveFile();
-    const std::vector<unsigned char> bytes = ReadFile(state);
+    const std::string bytes = testfiles::ReadAll(state);
     ForgetAllEntities();
     e.reset();
 
     // Loading an id that is already live: refused, and the rejected copy deletes nothing.
     ServerSideEntity::LoadAllEntities();
     EXPECT_THROW(ServerSideEntity::LoadAllEntities(), std::runtime_error);
-    EXPECT_EQ(ReadFile(state), bytes);
+    EXPECT_EQ(testfiles::ReadAll(state), bytes);
     EXPECT_TRUE(ServerSideEntity::Get(id));
     ForgetAllEntities();
 
@@ -267,7 +260,7 @@ TEST_F(EntitySaveFormat, LoaderKeepsFilesOnEveryFault) {
     EXPECT_THROW(ServerSideEntity::LoadAllEntities(), std::runtime_error);
     ::testing::internal::GetCapturedStderr();
     EXPECT_FALSE(ServerSideEntity::Get(id));
-    EXPECT_EQ(ReadFile(state), bytes);
+    EXPECT_EQ(testfiles::ReadAll(state), bytes);
     EXPECT_EQ(FileCount(), 2u);
     PayloadInterface::throwOnDeserialize = false;
 
@@ -278,7 +271,7 @@ TEST_F(EntitySaveFormat, LoaderKeepsFilesOnEveryFault) {
     ::testing::internal::CaptureStderr();
     ServerSideEntity::UnloadAllEntities();
     EXPECT_NE(::testing::internal::GetCapturedStderr().find("WARNING: entity " + id.ToString()), std::string::npos);
-    EXPECT_EQ(ReadFile(state), bytes);
+    EXPECT_EQ(testfiles::ReadAll(state), bytes);
 
     // Destroying an entity in play is the one path that removes its files.
     ServerSideEntity::LoadAllEntities();

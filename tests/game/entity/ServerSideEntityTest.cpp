@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
+#include <glm/ext/matrix_relational.hpp>
 #include <glm/gtc/matrix_transform.hpp>
 
 #include "EntityTestWorld.h"
@@ -17,11 +19,6 @@ std::shared_ptr<ServerSideEntity> Bare() {
     return ServerSideEntity::Create<ServerSideEntity>(ModuleID(), "", Id());
 }
 
-void ExpectMatNear(const glm::dmat4& a, const glm::dmat4& b) {
-    for (int c = 0; c < 4; ++c)
-        for (int r = 0; r < 4; ++r) EXPECT_NEAR(a[c][r], b[c][r], 1e-9) << c << "," << r;
-}
-
 }  // namespace
 
 TEST(EntityBase, BoundingBoxFromTwoCornersOfEveryCollider) {
@@ -30,9 +27,8 @@ TEST(EntityBase, BoundingBoxFromTwoCornersOfEveryCollider) {
     flat.box_min = flat.box_max = {1, 2, 3};
     e.colliders["flat"] = flat;
     e.UpdateBoundingBox(false);
-    EXPECT_EQ(e.box_size, glm::dvec3(0.0));
-    EXPECT_EQ(e.boundsCenter, glm::dvec3(1, 2, 3));
-    EXPECT_EQ(e.centerOfMass, glm::dvec3(0.0));  // not asked to follow
+    // The centre of mass stays at 0: it was not asked to follow.
+    EXPECT_EQ(glm::dmat3(e.box_size, e.boundsCenter, e.centerOfMass), glm::dmat3(0, 0, 0, 1, 2, 3, 0, 0, 0));
 
     // A disabled collider counts; a rotated one contributes only its two transformed corners.
     game::entity::ConvexMeshCollider box;
@@ -93,12 +89,10 @@ TEST_F(EntityServerSide, CreateGetAndDuplicates) {
     EXPECT_FALSE(bare->_interface);
     auto p = ServerSideEntity::Create<ServerSideEntity>(ModuleID(kModule), "payload", Id());
     EXPECT_TRUE(std::dynamic_pointer_cast<PayloadInterface>(p->_interface));
-
 }
 
 TEST_F(EntityServerSide, AddAndRemoveChildKeepWorldPose) {
-    auto parent = Bare();
-    auto child = Bare();
+    auto parent = Bare(), child = Bare();
     parent->position = {5, -1, 2};
     parent->rotation = glm::normalize(glm::dquat(0.7, 0.2, -0.4, 0.1));
     parent->velocity = {1, 2, 3};
@@ -111,22 +105,20 @@ TEST_F(EntityServerSide, AddAndRemoveChildKeepWorldPose) {
 
     parent->AddChild(child);
     EXPECT_EQ(child->parentEntity, parent->id);
-    ExpectMatNear(parent->GetTransform() * child->GetTransform(), world);
+    EXPECT_TRUE(glm::all(glm::equal(parent->GetTransform() * child->GetTransform(), world, 1e-9)));
     // Velocity relative to the parent, in the parent's axes.
     glm::dvec3 relative = glm::inverse(parent->rotation) * (velocity - parent->velocity);
     EXPECT_NEAR(glm::length(child->velocity - relative), 0, 1e-12);
 
     parent->RemoveChild(child);
     EXPECT_TRUE(child->parentEntity.IsNull());
-    ExpectMatNear(child->GetTransform(), world);
+    EXPECT_TRUE(glm::all(glm::equal(child->GetTransform(), world, 1e-9)));
     EXPECT_NEAR(glm::length(child->velocity - velocity), 0, 1e-12);
     EXPECT_NEAR(glm::length(child->angularVelocity - spin), 0, 1e-12);
 }
 
 TEST_F(EntityServerSide, TreeAssertionsAbort) {
-    auto a = Bare();
-    auto b = Bare();
-    auto c = Bare();
+    auto a = Bare(), b = Bare(), c = Bare();
     a->AddChild(b);
     EXPECT_DEATH(c->AddChild(b), "ASSERTION FAILED: \\(!entity->parentEntity\\) in src/game/entity/ServerSideEntity.cpp:");
     EXPECT_DEATH(c->RemoveChild(b),
@@ -139,9 +131,7 @@ TEST_F(EntityServerSide, TreeAssertionsAbort) {
 }
 
 TEST_F(EntityServerSide, RefreshCacheTakesTheRootsEnvironmentAndWakeState) {
-    auto root = Bare();
-    auto middle = Bare();
-    auto leaf = Bare();
+    auto root = Bare(), middle = Bare(), leaf = Bare();
     root->relativeEnvironmentId = 11;
     root->parentEnvironmentId = 22;
     middle->parentEntity = root->id;
@@ -150,14 +140,11 @@ TEST_F(EntityServerSide, RefreshCacheTakesTheRootsEnvironmentAndWakeState) {
     middle->restTime = 2.0;
     leaf->atRest = true;
     leaf->RefreshCache();
-    EXPECT_EQ(leaf->relativeEnvironmentId, 11u);
-    EXPECT_EQ(leaf->parentEnvironmentId, 22u);
-    EXPECT_FALSE(leaf->ancestorAwake);
-    EXPECT_TRUE(leaf->atRest);
+    EXPECT_EQ(std::tuple(leaf->relativeEnvironmentId, leaf->parentEnvironmentId, leaf->ancestorAwake, leaf->atRest),
+              std::tuple(11u, 22u, false, true));
     middle->restTime = 1.5;
     leaf->RefreshCache();
-    EXPECT_TRUE(leaf->ancestorAwake);
-    EXPECT_FALSE(leaf->atRest);
+    EXPECT_EQ(std::pair(leaf->ancestorAwake, leaf->atRest), std::pair(true, false));
     // A parent chain that loops (a corrupt save) ends instead of hanging.
     root->parentEntity = leaf->id;
     leaf->RefreshCache();
@@ -165,9 +152,7 @@ TEST_F(EntityServerSide, RefreshCacheTakesTheRootsEnvironmentAndWakeState) {
 }
 
 TEST_F(EntityServerSide, VehicleAndPhysicsParent) {
-    auto vehicle = Bare();
-    auto part = Bare();
-    auto sub = Bare();
+    auto vehicle = Bare(), part = Bare(), sub = Bare();
     part->isComponent = sub->isComponent = true;
     part->parentEntity = vehicle->id;
     sub->parentEntity = part->id;

@@ -5,10 +5,9 @@
 
 #include <cmath>
 #include <optional>
+#include <tuple>
 #include <vector>
 
-#include "game/physics/Rigidbody.h"
-#include "game/physics/EnvironmentWorld.h"
 #include "game/physics/PhysicsTestEntity.h"
 
 using game::entity::ConvexMeshCollider;
@@ -16,45 +15,21 @@ using game::physics::Collision;
 using game::physics::DynamicRigidbody;
 using game::physics::Rigidbody;
 using game::physics::RigidbodyBase;
+using physics_test::ExpectNear;
 using physics_test::MakeBoxEntity;
+using physics_test::MakeCube;
 using physics_test::PhysicsTestEntity;
 using Body = DynamicRigidbody<PhysicsTestEntity>;
 using Fixed = Rigidbody<PhysicsTestEntity>;
 
 namespace {
 
-// One box over a fixed ground in a vacuum, frame by frame as the physics step runs it.
-struct GroundScene {
-    physics_test::EnvironmentWorld world;  // gravity only: no medium, its own ground far below
-    std::shared_ptr<PhysicsTestEntity> ground = MakeBoxEntity({20, 20, 0.5}, 1000, {0, 0, -0.5});
-    std::shared_ptr<PhysicsTestEntity> box = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
-
+// One box over a fixed ground in a vacuum: gravity only, and the world's own ground far below.
+struct GroundScene : physics_test::Scene {
     GroundScene() {
-        box->position = {0, 0, 0.5};
+        ground = MakeBoxEntity({20, 20, 0.5}, 1000, {0, 0, -0.5});
+        entity = MakeCube(10, {0, 0, 0.5});
         world.airDensity = world.airViscosity = 0;
-    }
-
-    void Frame(double dt = 1.0 / 60, int substeps = 4) {
-        Fixed fixed(ground);
-        Body body(box, dt);
-        const auto function = world.Function();
-        const bool topLevel = box->parentEntity.IsNull();
-        if (topLevel) {
-            body.fixedCandidates.push_back(&fixed);
-            body.TakeEnvironmentGravity(function);
-        } else {
-            // Once the box has joined the ground it lives in the ground's frame, whose acceleration
-            // is what the resting ground feels: the step gives it the environment's gravity.
-            body.parentBody = &fixed;
-            body.frameAcceleration = world.gravity;
-        }
-        for (int i = 0; i < substeps; ++i) {
-            body.IntegrateMotion(dt / substeps);
-            body.CollisionDetection(dt / substeps);
-            if (topLevel) body.InteractWithEnvironment(function, dt / substeps);
-        }
-        if (!topLevel) body.InteractWithEnvironmentFromParent(ground->GetTransform(), function, dt);
-        body.ApplyToEntity(dt);
     }
 };
 
@@ -67,7 +42,7 @@ TEST(PhysicsContact, FrictionStopsASlidingBoxAndCallbacksCanSetIt) {
         SCOPED_TRACE(c);
         GroundScene scene;
         const double friction = c == kRough ? 1 : 0;
-        scene.box->colliders["hull"].friction = friction;
+        scene.entity->colliders["hull"].friction = friction;
         scene.ground->colliders["hull"].friction = friction;
         if (c == kCallbackOnGround) {
             scene.world.groundHeight = 0;
@@ -75,7 +50,7 @@ TEST(PhysicsContact, FrictionStopsASlidingBoxAndCallbacksCanSetIt) {
         }
         int calls = 0;
         if (c >= kCallbackOnFixed) {
-            scene.box->colliders["hull"].callback = [&calls](RigidbodyBase*, ConvexMeshCollider* self,
+            scene.entity->colliders["hull"].callback = [&calls](RigidbodyBase*, ConvexMeshCollider* self,
                                                              ConvexMeshCollider* other, Collision&, double) {
                 ++calls;
                 self->friction = 1;
@@ -83,15 +58,15 @@ TEST(PhysicsContact, FrictionStopsASlidingBoxAndCallbacksCanSetIt) {
                 return true;
             };
         }
-        scene.box->position.z = 0.5 + 1e-3;
-        scene.box->velocity = {3, 0, 0};
+        scene.entity->position.z = 0.5 + 1e-3;
+        scene.entity->velocity = {3, 0, 0};
         for (int frame = 0; frame < 120; ++frame) scene.Frame();
         EXPECT_EQ(calls > 0, c >= kCallbackOnFixed);
         if (c == kSmooth) {
-            EXPECT_NEAR(scene.box->velocity.x, 3, 0.01);
-            EXPECT_NEAR(scene.box->position.x, 3 * 2, 0.1);
+            EXPECT_NEAR(scene.entity->velocity.x, 3, 0.01);
+            EXPECT_NEAR(scene.entity->position.x, 3 * 2, 0.1);
         } else {
-            EXPECT_LT(std::abs(scene.box->velocity.x), 0.1);
+            EXPECT_LT(std::abs(scene.entity->velocity.x), 0.1);
         }
     }
 }
@@ -102,8 +77,7 @@ TEST(PhysicsContact, ABoxPressedPastTheMiddleOfAThinSlabComesBackOnItsSide) {
     auto slab = MakeBoxEntity({5, 5, 0.25}, 1000, {0, 0, -0.25});  // top at 0, middle at -0.25
     for (double pressedTo : {-0.3, -0.6}) {
         SCOPED_TRACE(pressedTo);
-        auto box = MakeBoxEntity({0.5, 0.5, 0.5}, 10);
-        box->position = {0.3, 0.1, 0.5};  // resting on the slab when the frame begins
+        auto box = MakeCube(10, {0.3, 0.1, 0.5});  // resting on the slab when the frame begins
         Fixed fixed(slab);
         Body body(box, 1.0 / 60);
         body.fixedCandidates.push_back(&fixed);
@@ -135,11 +109,7 @@ ConvexMeshCollider::Callback Recorder(Seen& seen, bool cancel = false, bool hold
 }  // namespace
 
 TEST(PhysicsContact, DynamicPairMeetsWithCallbacksInOrder) {
-    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 2);
-    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 6);
-    ea->velocity = {4, 0, 0};
-    eb->position = {0.95, 0.1, 0};
-    eb->velocity = {-1, 0, 0};
+    auto ea = MakeCube(2, {}, {4, 0, 0}), eb = MakeCube(6, {0.95, 0.1, 0}, {-1, 0, 0});
     Seen seenA, seenB;
     ea->colliders["hull"].callback = Recorder(seenA);
     eb->colliders["hull"].callback = Recorder(seenB);
@@ -148,10 +118,7 @@ TEST(PhysicsContact, DynamicPairMeetsWithCallbacksInOrder) {
     a.CollisionDetection(0.01);
 
     // Each callback gets its own body and a normal pointing towards that body.
-    EXPECT_EQ(seenA.calls, 1);
-    EXPECT_EQ(seenB.calls, 1);
-    EXPECT_EQ(seenA.body, &a);
-    EXPECT_EQ(seenB.body, &b);
+    EXPECT_EQ(std::tuple(seenA.calls, seenA.body, seenB.calls, seenB.body), std::tuple(1, &a, 1, &b));
     EXPECT_NEAR(seenA.normal.x, -1, 1e-12);
     EXPECT_NEAR(seenB.normal.x, 1, 1e-12);
     // The response ran (its mechanics are checked under PhysicsResponse): momentum kept, pushed apart.
@@ -172,11 +139,7 @@ TEST(PhysicsContact, DynamicPairMeetsWithCallbacksInOrder) {
 // A callback may move the other body's collider; the bodies tested after it meet the collider
 // where it now is, though neither body moved.
 TEST(PhysicsContact, AColliderMovedByACallbackIsMetWhereItNowIs) {
-    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-    auto ec = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-    eb->position = {0.9, 0, 0};
-    ec->position = {0.9, 5.9, 0};
+    auto ea = MakeCube(1), eb = MakeCube(1, {0.9, 0, 0}), ec = MakeCube(1, {0.9, 5.9, 0});
     ea->colliders["hull"].callback = [](RigidbodyBase*, ConvexMeshCollider*, ConvexMeshCollider* other,
                                         Collision& c, double) {
         other->transform[3].y += 5;
@@ -198,9 +161,7 @@ TEST(PhysicsContact, AColliderMovedByACallbackIsMetWhereItNowIs) {
 
 // A copy of a body places its own colliders, even once the body it was copied from is gone.
 TEST(PhysicsContact, ACopiedBodyPlacesItsOwnColliders) {
-    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-    eb->position = {0.9, 0, 0};
+    auto ea = MakeCube(1), eb = MakeCube(1, {0.9, 0, 0});
     Seen seen;
     ea->colliders["hull"].callback = Recorder(seen, true);
     Body a(ea, 0.01);
@@ -218,10 +179,8 @@ TEST(PhysicsContact, ACopiedBodyPlacesItsOwnColliders) {
 // 1.2 apart only a sphere around either box reaches the other: another moving body's sphere is tested
 // as the sphere, with the normal towards this body; a fixed body's sphere as its box.
 TEST(PhysicsContact, SpheresAreSpheresOnlyAsTheFirstShape) {
-    auto ea = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-    auto eb = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    auto ea = MakeCube(1), eb = MakeCube(1, {1.2, 0, 0});
     eb->colliders["hull"].isSphere = true;
-    eb->position = {1.2, 0, 0};
     Seen seen;
     ea->colliders["hull"].callback = Recorder(seen, true);
     Body a(ea, 0.01), b(eb, 0.01);
@@ -230,10 +189,9 @@ TEST(PhysicsContact, SpheresAreSpheresOnlyAsTheFirstShape) {
     ASSERT_EQ(seen.calls, 1);
     EXPECT_NEAR(seen.normal.x, -1, 1e-12);
 
-    auto ground = MakeBoxEntity({0.5, 0.5, 0.5}, 100);
+    auto ground = MakeCube(100);
     ground->colliders["hull"].isSphere = true;
-    auto box = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-    box->position = {1.2, 0, 0};
+    auto box = MakeCube(1, {1.2, 0, 0});
     Fixed fixed(ground);
     Body body(box, 0.01);
     body.fixedCandidates.push_back(&fixed);
@@ -259,8 +217,7 @@ TEST(PhysicsContact, ContainersAreTestedThroughTheirChildren) {
     container.children->push_back(flat);
 
     auto hover = [&](glm::dvec3 where) {
-        auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-        e->position = where;
+        auto e = MakeCube(1, where);
         Body body(e, 0.01);
         Fixed fixed(ground);
         body.fixedCandidates.push_back(&fixed);
@@ -280,8 +237,7 @@ TEST(PhysicsContact, ContainersAreTestedThroughTheirChildren) {
 TEST(PhysicsContact, RemembersTheLargestTouchedBodyAndTheParent) {
     auto small = MakeBoxEntity({1, 1, 0.5}, 10, {0, 0, -0.505});
     auto large = MakeBoxEntity({8, 8, 0.5}, 10, {0, 0, -0.5});
-    auto box = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-    box->position = {0, 0, 0.49};
+    auto box = MakeCube(1, {0, 0, 0.49});
     Fixed smallBody(small), largeBody(large);
     Body body(box, 0.01);
     body.fixedCandidates = {&smallBody, &largeBody};
@@ -303,8 +259,7 @@ TEST(PhysicsContact, RemembersTheLargestTouchedBodyAndTheParent) {
 
 TEST(PhysicsContact, CountsARestingStepOnlyWhenSlowOnHoldingContacts) {
     auto rest = [](glm::dvec3 velocity, glm::dvec3 spin, bool holding) {
-        auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
-        e->velocity = velocity;
+        auto e = MakeCube(1, {}, velocity);
         e->angularVelocity = spin;
         Body body(e, 0.01);
         for (glm::dvec3 p : {glm::dvec3(-0.5, -0.5, -0.5), glm::dvec3(0.5, -0.5, -0.5), glm::dvec3(0, 0.5, -0.5)}) {
@@ -323,25 +278,9 @@ TEST(PhysicsContact, CountsARestingStepOnlyWhenSlowOnHoldingContacts) {
 
 namespace {
 
-void ExpectNear(const glm::dvec3& a, const glm::dvec3& b, double tolerance = 1e-12) {
-    EXPECT_NEAR(a.x, b.x, tolerance);
-    EXPECT_NEAR(a.y, b.y, tolerance);
-    EXPECT_NEAR(a.z, b.z, tolerance);
-}
-
 Body BoxBody(double mass, const glm::dvec3& position, const glm::dvec3& velocity) {
-    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, mass);
-    e->position = position;
-    e->velocity = velocity;
+    auto e = MakeCube(mass, position, velocity);
     return Body(e, 0.01);
-}
-
-Collision Contact(const glm::dvec3& position, const glm::dvec3& normal, double depth) {
-    Collision c;
-    c.position = position;
-    c.normal = normal;
-    c.depth = depth;
-    return c;
 }
 
 }  // namespace
@@ -350,7 +289,7 @@ TEST(PhysicsResponse, HeadOnBodiesStickTogether) {
     Body a = BoxBody(2, {0, 0, 0}, {4, 0, 0});
     Body b = BoxBody(6, {0.9, 0, 0}, {-1, 0, 0});
     // Contact on the line of centres, normal from b towards a.
-    Body::RespondToCollision(&a, &b, Contact({0.45, 0, 0}, {-1, 0, 0}, 0.1), 0.5);
+    Body::RespondToCollision(&a, &b, Collision{{0.45, 0, 0}, {-1, 0, 0}, 0.1}, 0.5);
     // Perfectly inelastic: common velocity (8 - 6) / 8.
     ExpectNear(a.velocity, {0.25, 0, 0});
     ExpectNear(b.velocity, {0.25, 0, 0});
@@ -365,7 +304,7 @@ TEST(PhysicsResponse, OffCentreBodiesConserveMomentumAndStopApproaching) {
     Body b = BoxBody(3, {0.95, 0.4, 0.2}, {-1, 0, 0.3});
     a.angularVelocity = {0, 0, 1};
     const glm::dvec3 point(0.48, 0.3, 0.1);
-    const Collision contact = Contact(point, {-1, 0, 0}, 0.05);
+    const Collision contact{point, {-1, 0, 0}, 0.05};
     const glm::dvec3 momentum = a.velocity * 1.0 + b.velocity * 3.0;
     Body::RespondToCollision(&a, &b, contact, 0);
     ExpectNear(a.velocity * 1.0 + b.velocity * 3.0, momentum);
@@ -377,7 +316,7 @@ TEST(PhysicsResponse, OffCentreBodiesConserveMomentumAndStopApproaching) {
 }
 
 TEST(PhysicsResponse, FixedContactRemovesNormalVelocityAndAShareOfSliding) {
-    const Collision below = Contact({0, 0, -0.5}, {0, 0, 1}, 0.02);
+    const Collision below{{0, 0, -0.5}, {0, 0, 1}, 0.02};
     // Without friction the sliding stays and the body is lifted by the whole depth.
     Body body = BoxBody(2, {0, 0, 0}, {2, 0, -3});
     body.RespondToCollision(nullptr, below, 0);
@@ -417,29 +356,27 @@ TEST(PhysicsResponse, ContactPointsCloserThanATenthAreDropped) {
 }
 
 TEST(PhysicsResponse, StaticContactNeedsTheCentreOfMassOverTheContacts) {
-    auto contacts = [](std::initializer_list<glm::dvec3> points, glm::dvec3 tilted = {0, 0, 1}, size_t tiltedIndex = 99) {
-        Body body = BoxBody(1, {0, 0, 0}, {0, 0, 0});
-        size_t i = 0;
-        for (const glm::dvec3& p : points) {
-            body.staticRelativeContactPoints.push_back(p);
-            body.staticContactNormals.push_back(i++ == tiltedIndex ? glm::normalize(tilted) : glm::dvec3(0, 0, 1));
-        }
-        return body;
+    using Points = std::vector<glm::dvec3>;
+    const Points around = {{-1, -1, -0.5}, {1, -1, -0.5}, {0, 1, -0.5}};
+    const Points wide = {{2, 2, -0.5}, {-2, 2, -0.5}, {-2, -2, -0.5}, {2, -2.5, -0.5}};
+    struct Case {
+        const char* what;
+        Points points;
+        bool firstLeans, holds;
     };
-    glm::dvec3 n;
-    // Three contacts around the centre.
-    EXPECT_TRUE(contacts({{-1, -1, -0.5}, {1, -1, -0.5}, {0, 1, -0.5}}).GetStaticContact(n));
-    ExpectNear(n, {0, 0, 1});
-    // Two are not enough.
-    EXPECT_FALSE(contacts({{-1, -1, -0.5}, {1, -1, -0.5}}).GetStaticContact(n));
-    // The centre hangs over the edge of the triangle.
-    EXPECT_FALSE(contacts({{1, 1, -0.5}, {2, 1, -0.5}, {1, 2, -0.5}}).GetStaticContact(n));
-    // A contact leaning by more than 45 degrees breaks it.
-    EXPECT_FALSE(contacts({{-1, -1, -0.5}, {1, -1, -0.5}, {0, 1, -0.5}}, {1, 0, 0.9}, 0).GetStaticContact(n));
-    // Four contacts whose newest triangle misses the centre but which surround it together.
-    EXPECT_TRUE(contacts({{2, 2, -0.5}, {-2, 2, -0.5}, {-2, -2, -0.5}, {2, -2.5, -0.5}}).GetStaticContact(n));
-    ExpectNear(n, {0, 0, 1});
-    // ... unless an older one leans.
-    EXPECT_FALSE(
-        contacts({{2, 2, -0.5}, {-2, 2, -0.5}, {-2, -2, -0.5}, {2, -2.5, -0.5}}, {1, 0, 0.9}, 0).GetStaticContact(n));
+    for (const Case& c : {Case{"three around the centre", around, false, true},
+                          Case{"two are not enough", {around[0], around[1]}, false, false},
+                          Case{"over the edge", {{1, 1, -0.5}, {2, 1, -0.5}, {1, 2, -0.5}}, false, false},
+                          Case{"one leaning by more than 45 degrees", around, true, false},
+                          Case{"the newest triangle misses the centre, all four surround it", wide, false, true},
+                          Case{"... unless an older one leans", wide, true, false}}) {
+        SCOPED_TRACE(c.what);
+        Body body = BoxBody(1, {0, 0, 0}, {0, 0, 0});
+        body.staticRelativeContactPoints = c.points;
+        body.staticContactNormals.assign(c.points.size(), {0, 0, 1});
+        if (c.firstLeans) body.staticContactNormals[0] = glm::normalize(glm::dvec3(1, 0, 0.9));
+        glm::dvec3 n(0.0);
+        EXPECT_EQ(body.GetStaticContact(n), c.holds);
+        if (c.holds) ExpectNear(n, {0, 0, 1});
+    }
 }

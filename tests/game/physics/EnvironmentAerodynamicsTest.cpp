@@ -16,7 +16,9 @@ using game::entity::ConvexMeshCollider;
 using game::physics::AerodynamicSurface;
 using game::physics::DynamicRigidbody;
 using physics_test::EnvironmentWorld;
+using physics_test::ExpectNear;
 using physics_test::MakeBoxEntity;
+using physics_test::MakeCube;
 using physics_test::PhysicsTestEntity;
 using Body = DynamicRigidbody<PhysicsTestEntity>;
 
@@ -52,9 +54,7 @@ TEST(EnvironmentDrag, OpposesMotionOnEveryAxisWithCyclicAreas) {
     EXPECT_NEAR(f.x, -(126.0 + 6 * M_PI * 1.8e-5 * 20), 1e-9);
     // Frontal areas A_x = 1*2, A_y = 2*3, A_z = 3*1.
     f = GetDragForce(1000, {1, 2, 3}, {-1, 2, -3}, 0.5, 0);
-    EXPECT_NEAR(f.x, 0.5 * 1000 * 0.5 * 2 * 1, 1e-9);
-    EXPECT_NEAR(f.y, -0.5 * 1000 * 0.5 * 6 * 4, 1e-9);
-    EXPECT_NEAR(f.z, 0.5 * 1000 * 0.5 * 3 * 9, 1e-9);
+    ExpectNear(f, 0.5 * 1000 * 0.5 * glm::dvec3(2 * 1, -6 * 4, 3 * 9), 1e-9);
 }
 
 // Lifting-line theory for a wing of aspect ratio AR: C_L = 2 pi alpha AR / (AR + 2), and
@@ -86,8 +86,7 @@ TEST(EnvironmentAerodynamics, WingLiftFollowsTheLiftingLine) {
 // from both sides. A force larger than what would stop the motion in the step is cut to that.
 TEST(EnvironmentAerodynamics, TurnedAwayFaceIsMirroredAndForceIsClamped) {
     EnvironmentWorld world;
-    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 100);
-    e->position = {0, 0, 1000};
+    auto e = MakeCube(100, {0, 0, 1000});
     glm::dvec3 change[2];
     for (int side = 0; side < 2; ++side) {
         Body body(e, 0.01);
@@ -121,7 +120,7 @@ TEST(EnvironmentAerodynamics, TurnedAwayFaceIsMirroredAndForceIsClamped) {
 // two-hundredth of the volume) makes no surfaces of its own.
 TEST(EnvironmentAerodynamics, SurfacesOnExposedFacesOnly) {
     EnvironmentWorld world;
-    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 100);
+    auto e = MakeCube(100);
     ConvexMeshCollider rear, knob;
     rear.SetBox({-2.5f, -0.5f, -0.5f}, {-1.5f, 0.5f, 0.5f});
     knob.SetBox({-0.2f, 0.6f, -0.1f}, {0.0f, 0.8f, 0.1f});
@@ -172,8 +171,7 @@ TEST(EnvironmentAerodynamics, ContainerPassesSurfacesToItsChildren) {
     body.velocity = {0, 0, -20};
     body.ComputeAerodynamicSurfaces(world.Function());
     ASSERT_EQ(body.aerodynamicSurfaces.size(), 1u);
-    EXPECT_NEAR(body.aerodynamicSurfaces[0].position.x, 1, 1e-6);
-    EXPECT_NEAR(body.aerodynamicSurfaces[0].position.z, -0.5, 1e-6);
+    ExpectNear(body.aerodynamicSurfaces[0].position, {1, 0, -0.5}, 1e-6);
     EXPECT_NEAR(body.aerodynamicSurfaces[0].area, 1, 1e-6);
 }
 

@@ -1,6 +1,9 @@
 #pragma once
 // A minimal entity with what rigid bodies read and write, and parent changes that keep the world pose.
+#include <gtest/gtest.h>
+
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -11,6 +14,8 @@
 
 #include "game/UniqueId.h"
 #include "game/entity/ConvexMeshCollider.h"
+#include "game/physics/EnvironmentWorld.h"
+#include "game/physics/Rigidbody.h"
 
 namespace physics_test {
 
@@ -91,5 +96,51 @@ inline std::shared_ptr<PhysicsTestEntity> MakeBoxEntity(const glm::dvec3& half, 
     PhysicsTestEntity::Registry()[e->id] = e;
     return e;
 }
+
+// A registered cube of side 1 and `mass` at `position`, moving at `velocity`.
+inline std::shared_ptr<PhysicsTestEntity> MakeCube(double mass, const glm::dvec3& position = glm::dvec3(0.0),
+                                                   const glm::dvec3& velocity = glm::dvec3(0.0)) {
+    auto e = MakeBoxEntity(glm::dvec3(0.5), mass);
+    e->position = position;
+    e->velocity = velocity;
+    return e;
+}
+
+// Each component of `a` within `tolerance` of `b`'s.
+inline void ExpectNear(const glm::dvec3& a, const glm::dvec3& b, double tolerance = 1e-12) {
+    EXPECT_TRUE(glm::all(glm::lessThanEqual(glm::abs(a - b), glm::dvec3(tolerance))))
+        << a.x << " " << a.y << " " << a.z << " against " << b.x << " " << b.y << " " << b.z;
+}
+
+// Frames of one body of `entity` as the physics step runs them. At the top level it meets `ground`,
+// if there is one, as a fixed body. Once it has joined the ground it lives in the ground's frame,
+// whose acceleration is what the resting ground feels: the step gives it the environment's gravity.
+struct Scene {
+    EnvironmentWorld world;
+    std::shared_ptr<PhysicsTestEntity> entity, ground;
+
+    void Frame(double dt = 1.0 / 60, int substeps = 4) {
+        std::optional<game::physics::Rigidbody<PhysicsTestEntity>> fixed;
+        if (ground) fixed.emplace(ground);
+        game::physics::DynamicRigidbody<PhysicsTestEntity> body(entity, dt);
+        const auto function = world.Function();
+        const bool topLevel = entity->parentEntity.IsNull();
+        if (topLevel) {
+            if (fixed) body.fixedCandidates.push_back(&*fixed);
+            body.TakeEnvironmentGravity(function);
+            body.ComputeAerodynamicSurfaces(function);
+        } else {
+            body.parentBody = &*fixed;
+            body.frameAcceleration = world.gravity;
+        }
+        for (int i = 0; i < substeps; ++i) {
+            body.IntegrateMotion(dt / substeps);
+            body.CollisionDetection(dt / substeps);
+            if (topLevel) body.InteractWithEnvironment(function, dt / substeps);
+        }
+        if (!topLevel) body.InteractWithEnvironmentFromParent(ground->GetTransform(), function, dt);
+        body.ApplyToEntity(dt);
+    }
+};
 
 }  // namespace physics_test

@@ -3,26 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 #include "game/physics/Rigidbody.h"
 #include "game/physics/PhysicsTestEntity.h"
 
 using game::physics::DynamicRigidbody;
 using game::physics::Rigidbody;
-using physics_test::MakeBoxEntity;
 using physics_test::ConvexMeshCollider;
+using physics_test::ExpectNear;
+using physics_test::MakeBoxEntity;
+using physics_test::MakeCube;
 using physics_test::PhysicsTestEntity;
 using Body = DynamicRigidbody<PhysicsTestEntity>;
-
-namespace {
-
-void ExpectNear(const glm::dvec3& a, const glm::dvec3& b, double tolerance = 1e-9) {
-    EXPECT_NEAR(a.x, b.x, tolerance);
-    EXPECT_NEAR(a.y, b.y, tolerance);
-    EXPECT_NEAR(a.z, b.z, tolerance);
-}
-
-}  // namespace
 
 TEST(PhysicsRigidbody, ConstructionPlacesCollidersAroundTheCentreOfMass) {
     auto e = MakeBoxEntity({1, 2, 3}, 10, {1, 0, 0});
@@ -70,14 +63,11 @@ TEST(PhysicsRigidbody, ImpulsesBecomeAccelerationsThroughTheSolidBoxInertia) {
     auto turned = MakeBoxEntity({1, 2, 3}, 12);
     turned->rotation = glm::angleAxis(glm::half_pi<double>(), glm::dvec3(0, 0, 1));
     const glm::dmat3 inv = Body(turned, 0.1).invInertiaTensorWorld;
-    EXPECT_NEAR(inv[0][0], 1 / 40.0, 1e-12);
-    EXPECT_NEAR(inv[1][1], 1 / 52.0, 1e-12);
-    EXPECT_NEAR(inv[2][2], 1 / 20.0, 1e-12);
+    ExpectNear({inv[0][0], inv[1][1], inv[2][2]}, {1 / 40.0, 1 / 52.0, 1 / 20.0});
 }
 
 TEST(PhysicsRigidbody, FreeMotionAndSpinFollowTheHandWorkedSteps) {
-    auto e = MakeBoxEntity({0.5, 0.5, 0.5}, 2);
-    e->velocity = {1, 2, 3};
+    auto e = MakeCube(2, {}, {1, 2, 3});
     e->externalAcceleration = {0, 0, -9.81};
     e->linearImpulse = {0.2, 0, 0};  // 0.2 / dt / m = 1 m/s^2 along x
     e->angularVelocity = {0, 0, 2};
@@ -120,7 +110,7 @@ TEST(PhysicsRigidbody, BrokenInvariantsAbort) {
 class PhysicsApplyToEntity : public ::testing::Test {
 protected:
     std::shared_ptr<PhysicsTestEntity> ground = MakeBoxEntity({10, 10, 1}, 1000);
-    std::shared_ptr<PhysicsTestEntity> box = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    std::shared_ptr<PhysicsTestEntity> box = MakeCube(1);
 
     // A top-level box moving along x at `speed`, touching the ground body.
     void Attach(double speed, bool touchingEnvironment = false) {
@@ -155,10 +145,9 @@ TEST_F(PhysicsApplyToEntity, WritesPoseAndClearsTheFrameInputs) {
     body.ApplyToEntity(0.1);
     // The entity's origin lies opposite the turned centre of mass.
     ExpectNear(box->position, {10, 0, 0.5});
-    ExpectNear(box->linearImpulse, {0, 0, 0});
-    ExpectNear(box->angularImpulse, {0, 0, 0});
-    EXPECT_EQ(box->impulseExtra, 0);
-    ExpectNear(box->externalAcceleration, {0, 0, 0});
+    const glm::dvec3 zero(0.0);
+    EXPECT_EQ(std::tuple(box->linearImpulse, box->angularImpulse, box->impulseExtra, box->externalAcceleration),
+              std::tuple(zero, zero, 0.0f, zero));
     EXPECT_DOUBLE_EQ(box->restTime, 2.5);
     EXPECT_FALSE(box->localAccelerationDirty);
 }
@@ -236,7 +225,7 @@ TEST_F(PhysicsApplyToEntity, LeavesAParentItNoLongerTouchesAndKeepsItsPlace) {
     EXPECT_EQ(body.rotation, box->rotation);
 
     // A child that can't detach stays.
-    auto stuck = MakeBoxEntity({0.5, 0.5, 0.5}, 1);
+    auto stuck = MakeCube(1);
     stuck->isDetachable = false;
     stuck->parentEntity = ground->id;
     Body stuckBody(stuck, 0.1);
