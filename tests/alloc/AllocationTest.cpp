@@ -76,7 +76,10 @@ TEST_F(Allocations, SteadyPhysicsFramesAllocateNothing) {
     auto flyer = Spawn("cube", {0, 80, 0});  // in the environment of its parent, far from the others
     flyer->relativeEnvironmentId = 0;
     flyer->parentEnvironmentId = kEnv;
-    for (int i = 0; i < 20; ++i) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
+    // Warm: the boxes have landed, joined the slab and come to rest, and the vehicle has settled. A
+    // body that changes group moves the bodies after it to other kept places, which may first have
+    // to grow once; steady frames are those after such changes.
+    for (int i = 0; i < 150; ++i) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
     allocations = 0;
     countAllocations = true;
     for (int i = 0; i < 10; ++i) ServerSideEntity::PhysicsUpdate(kDt, kSubsteps);
