@@ -7,6 +7,7 @@
 #include "quorl/graphics/GlfwWindow.h"
 #include "quorl/graphics/Window.h"
 #include "quorl/vk/CommandBuffer.h"
+#include "quorl/vk/Descriptors.h"
 #include "quorl/vk/Result.h"
 
 namespace quorl::graphics {
@@ -308,29 +309,11 @@ void VulkanRenderer::CreateTextureSet() {
     // Elements not written yet are allowed where the device can leave them unbound; elsewhere
     // every element is written (texture 0 standing in) before a set is used.
     _partiallyBound = _device->enabled.descriptorIndexing;
-    VkDescriptorSetLayoutBinding binding{};
-    binding.binding = 0;
-    binding.descriptorType = VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
-    binding.descriptorCount = _textureArraySize;
-    binding.stageFlags = VK_SHADER_STAGE_ALL;
-    const VkDescriptorBindingFlags bindingFlags = _partiallyBound ? VK_DESCRIPTOR_BINDING_PARTIALLY_BOUND_BIT : 0;
-    VkDescriptorSetLayoutBindingFlagsCreateInfo flagsInfo{};
-    flagsInfo.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_BINDING_FLAGS_CREATE_INFO;
-    flagsInfo.bindingCount = 1;
-    flagsInfo.pBindingFlags = &bindingFlags;
-    VkDescriptorSetLayoutCreateInfo layoutInfo{};
-    layoutInfo.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_CREATE_INFO;
-    layoutInfo.pNext = &flagsInfo;
-    layoutInfo.bindingCount = 1;
-    layoutInfo.pBindings = &binding;
-    vk::Check(vkCreateDescriptorSetLayout(d, &layoutInfo, nullptr, &_textureSetLayout), "vkCreateDescriptorSetLayout");
-    VkDescriptorPoolSize size{VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, _textureArraySize};
-    VkDescriptorPoolCreateInfo poolInfo{};
-    poolInfo.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO;
-    poolInfo.maxSets = 1;
-    poolInfo.poolSizeCount = 1;
-    poolInfo.pPoolSizes = &size;
-    vk::Check(vkCreateDescriptorPool(d, &poolInfo, nullptr, &_texturePool), "vkCreateDescriptorPool");
+    _textureSetLayout = vk::CreateSetLayout(d, VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, _textureArraySize,
+                                            VK_SHADER_STAGE_ALL, "vkCreateDescriptorSetLayout",
+                                            _partiallyBound ? VK_DESCRIPTOR_BINDING_PARTIALLY_BOUND_BIT : 0);
+    _texturePool = vk::CreatePool(d, VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, _textureArraySize, 1,
+                                  "vkCreateDescriptorPool");
     VkDescriptorSetAllocateInfo alloc{};
     alloc.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO;
     alloc.descriptorPool = _texturePool;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "quorl/graphics/Texture.h"
+#include "quorl/vk/Descriptors.h"
 #include "quorl/vk/Device.h"
 #include "quorl/vk/Result.h"
 
@@ -21,17 +22,8 @@ constexpr uint32_t kSetsPerPool = 16;
 }  // namespace
 
 PlasmaFlow::PlasmaFlow(quorl::vk::Device& device) : _device(device) {
-    VkDescriptorSetLayoutBinding binding{};
-    binding.binding = 0;
-    binding.descriptorType = VK_DESCRIPTOR_TYPE_STORAGE_IMAGE;
-    binding.descriptorCount = 1;
-    binding.stageFlags = VK_SHADER_STAGE_COMPUTE_BIT;
-    VkDescriptorSetLayoutCreateInfo info{};
-    info.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_CREATE_INFO;
-    info.bindingCount = 1;
-    info.pBindings = &binding;
-    quorl::vk::Check(vkCreateDescriptorSetLayout(device.device, &info, nullptr, &_setLayout),
-                     "vkCreateDescriptorSetLayout (plasma flow)");
+    _setLayout = quorl::vk::CreateSetLayout(device.device, VK_DESCRIPTOR_TYPE_STORAGE_IMAGE, 1, VK_SHADER_STAGE_COMPUTE_BIT,
+                                            "vkCreateDescriptorSetLayout (plasma flow)");
     try {
         _layout.Create(device, sizeof(FlowPush), {_setLayout}, VK_SHADER_STAGE_COMPUTE_BIT);
         _pipeline.Create(device, _layout, "game/graphics/rt/plasma_flow");
@@ -71,15 +63,8 @@ VkDescriptorSet PlasmaFlow::SetOf(const std::shared_ptr<quorl::graphics::Texture
         }
     }
     if (!from) {  // every pool is full: one more
-        const VkDescriptorPoolSize size{VK_DESCRIPTOR_TYPE_STORAGE_IMAGE, kSetsPerPool};
-        VkDescriptorPoolCreateInfo info{};
-        info.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO;
-        info.flags = VK_DESCRIPTOR_POOL_CREATE_FREE_DESCRIPTOR_SET_BIT;
-        info.maxSets = kSetsPerPool;
-        info.poolSizeCount = 1;
-        info.pPoolSizes = &size;
-        quorl::vk::Check(vkCreateDescriptorPool(_device.device, &info, nullptr, &from),
-                         "vkCreateDescriptorPool (plasma flow)");
+        from = quorl::vk::CreatePool(_device.device, VK_DESCRIPTOR_TYPE_STORAGE_IMAGE, kSetsPerPool, kSetsPerPool,
+                                     "vkCreateDescriptorPool (plasma flow)", VK_DESCRIPTOR_POOL_CREATE_FREE_DESCRIPTOR_SET_BIT);
         _pools.push_back(from);
         alloc.descriptorPool = from;
         quorl::vk::Check(vkAllocateDescriptorSets(_device.device, &alloc, &set), "vkAllocateDescriptorSets (plasma flow)");

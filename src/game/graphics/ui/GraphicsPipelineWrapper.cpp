@@ -4,6 +4,7 @@
 
 #include "game/graphics/GameRenderer.h"
 #include "game/graphics/ui/Element.h"
+#include "quorl/vk/Descriptors.h"
 #include "quorl/vk/Result.h"
 
 namespace game::graphics::ui {
@@ -52,27 +53,11 @@ void GraphicsPipelineWrapper::Load(GameRenderer* renderer) {
     _device = device.device;
     std::vector<VkDescriptorSetLayout> sets;
     if (_textured) {
-        VkDescriptorSetLayoutBinding binding{};
-        binding.binding = 0;
-        binding.descriptorType = VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
-        binding.descriptorCount = 1;
-        binding.stageFlags = VK_SHADER_STAGE_FRAGMENT_BIT;
-        VkDescriptorSetLayoutCreateInfo layoutInfo{};
-        layoutInfo.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_CREATE_INFO;
-        layoutInfo.bindingCount = 1;
-        layoutInfo.pBindings = &binding;
-        quorl::vk::Check(vkCreateDescriptorSetLayout(_device, &layoutInfo, nullptr, &_setLayout),
-                         "vkCreateDescriptorSetLayout (interface)");
+        _setLayout = quorl::vk::CreateSetLayout(_device, VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, 1,
+                                                VK_SHADER_STAGE_FRAGMENT_BIT, "vkCreateDescriptorSetLayout (interface)");
         sets.push_back(_setLayout);
-
-        const VkDescriptorPoolSize size{VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, 1};
-        VkDescriptorPoolCreateInfo poolInfo{};
-        poolInfo.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO;
-        poolInfo.maxSets = 1;
-        poolInfo.poolSizeCount = 1;
-        poolInfo.pPoolSizes = &size;
-        quorl::vk::Check(vkCreateDescriptorPool(_device, &poolInfo, nullptr, &_pool),
-                         "vkCreateDescriptorPool (interface)");
+        _pool = quorl::vk::CreatePool(_device, VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, 1, 1,
+                                      "vkCreateDescriptorPool (interface)");
         VkDescriptorSetAllocateInfo allocInfo{};
         allocInfo.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO;
         allocInfo.descriptorPool = _pool;

@@ -12,6 +12,7 @@
 #include "game/MultiFont.h"
 #include "game/graphics/GameRenderer.h"
 #include "quorl/vk/CommandBuffer.h"
+#include "quorl/vk/Descriptors.h"
 #include "quorl/vk/Result.h"
 
 namespace game::graphics::ui {
@@ -35,15 +36,8 @@ ImGuiBackend::ImGuiBackend(GameRenderer& renderer, void* glfwWindow) : _renderer
     _fonts = std::make_unique<MultiFont>();
 
     // Enough for the font atlas and the images panels show.
-    const VkDescriptorPoolSize size{VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, 64};
-    VkDescriptorPoolCreateInfo info{};
-    info.sType = VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO;
-    info.flags = VK_DESCRIPTOR_POOL_CREATE_FREE_DESCRIPTOR_SET_BIT;
-    info.maxSets = 64;
-    info.poolSizeCount = 1;
-    info.pPoolSizes = &size;
-    quorl::vk::Check(vkCreateDescriptorPool(renderer.GetDevice().device, &info, nullptr, &_pool),
-                     "vkCreateDescriptorPool (ImGui)");
+    _pool = quorl::vk::CreatePool(renderer.GetDevice().device, VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER, 64, 64,
+                                  "vkCreateDescriptorPool (ImGui)", VK_DESCRIPTOR_POOL_CREATE_FREE_DESCRIPTOR_SET_BIT);
 
     if (glfwWindow) _glfw = ImGui_ImplGlfw_InitForVulkan(static_cast<GLFWwindow*>(glfwWindow), true);
 }
