@@ -39,4 +39,15 @@ VkDescriptorPool CreatePool(VkDevice device, VkDescriptorType type, uint32_t des
     return pool;
 }
 
+void WriteImage(VkDevice device, VkDescriptorSet set, VkDescriptorType type, const VkDescriptorImageInfo& image) {
+    VkWriteDescriptorSet write{};
+    write.sType = VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET;
+    write.dstSet = set;
+    write.dstBinding = 0;
+    write.descriptorCount = 1;
+    write.descriptorType = type;
+    write.pImageInfo = &image;
+    vkUpdateDescriptorSets(device, 1, &write, 0, nullptr);
+}
+
 }  // namespace quorl::vk

@@ -13,4 +13,7 @@ VkDescriptorSetLayout CreateSetLayout(VkDevice device, VkDescriptorType type, ui
 VkDescriptorPool CreatePool(VkDevice device, VkDescriptorType type, uint32_t descriptors, uint32_t maxSets,
                             const char* what, VkDescriptorPoolCreateFlags flags = 0);
 
+// Writes one image descriptor of `type` to binding 0, element 0, of `set`.
+void WriteImage(VkDevice device, VkDescriptorSet set, VkDescriptorType type, const VkDescriptorImageInfo& image);
+
 }  // namespace quorl::vk

@@ -69,15 +69,8 @@ VkDescriptorSet PlasmaFlow::SetOf(const std::shared_ptr<quorl::graphics::Texture
         alloc.descriptorPool = from;
         quorl::vk::Check(vkAllocateDescriptorSets(_device.device, &alloc, &set), "vkAllocateDescriptorSets (plasma flow)");
     }
-    const VkDescriptorImageInfo image{VK_NULL_HANDLE, texture->View(), VK_IMAGE_LAYOUT_GENERAL};
-    VkWriteDescriptorSet write{};
-    write.sType = VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET;
-    write.dstSet = set;
-    write.dstBinding = 0;
-    write.descriptorCount = 1;
-    write.descriptorType = VK_DESCRIPTOR_TYPE_STORAGE_IMAGE;
-    write.pImageInfo = &image;
-    vkUpdateDescriptorSets(_device.device, 1, &write, 0, nullptr);
+    quorl::vk::WriteImage(_device.device, set, VK_DESCRIPTOR_TYPE_STORAGE_IMAGE,
+                          {VK_NULL_HANDLE, texture->View(), VK_IMAGE_LAYOUT_GENERAL});
     _sets.push_back({texture, texture.get(), from, set});
     return set;
 }

@@ -67,15 +67,8 @@ void GraphicsPipelineWrapper::Load(GameRenderer* renderer) {
 
         _sampler.Create(device, VK_FILTER_LINEAR, VK_SAMPLER_ADDRESS_MODE_CLAMP_TO_EDGE);  // glyphs are drawn at any size
         const quorl::graphics::TextureRef atlas = renderer->GetTexture(0);
-        VkDescriptorImageInfo image{_sampler.Handle(), atlas->View(), VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL};
-        VkWriteDescriptorSet write{};
-        write.sType = VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET;
-        write.dstSet = _set;
-        write.dstBinding = 0;
-        write.descriptorCount = 1;
-        write.descriptorType = VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER;
-        write.pImageInfo = &image;
-        vkUpdateDescriptorSets(_device, 1, &write, 0, nullptr);
+        quorl::vk::WriteImage(_device, _set, VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER,
+                              {_sampler.Handle(), atlas->View(), VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL});
     }
     _layout.Create(device, Element::kDataSize, sets);
     quorl::vk::GraphicsPipeline::Config config;
